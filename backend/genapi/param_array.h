@@ -1,0 +1,82 @@
+// The parameter array of a camera, a transport or an interface: what users of the SDK hold.
+#pragma once
+
+#include "genapi/feature_source.h"
+#include "zel_gen_param_api.h"
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace genapi
+{
+
+class ParamArrayState;
+
+/// A ZelGenParam::Array over the node maps of one or more modules; where two modules have a feature
+/// of one name, the earlier one wins. The array and every parameter object that it ever handed out
+/// live until it is destroyed, whether a map is attached or not, and objects are reused when the
+/// same features come back: attaching and detaching for ever does not grow memory. Thread safe.
+class ParamArray final : public ZelGenParam::Array
+{
+public:
+    ParamArray();
+    ~ParamArray();
+    ParamArray(const ParamArray&) = delete;
+    ParamArray& operator=(const ParamArray&) = delete;
+
+    /// Builds the node maps. A source without a description, or with a broken one, contributes
+    /// nothing; the first such failure of the first source is returned and the array is then empty
+    /// (failures of later sources are only logged). -40201 for a broken description.
+    ZelCamErr attach(const std::vector<FeatureSource*>& sources);
+
+    /// Drops the node maps; returns after calls in other threads have left them. From then on every
+    /// call answers with `reason` (-1006 after a release, -40006 for a lost device, ...).
+    void detach(ZelCamErr reason);
+
+    /// Makes events and chunks of the camera readable through the map: the bytes whose offset 0 is
+    /// address 0 of the event port with this id (hexadecimal EventID), or of the chunk port with
+    /// this ChunkID. Invalidates what depends on them.
+    void setEventData(std::uint64_t eventId, const void* data, std::size_t size);
+    void setChunkData(std::uint64_t chunkId, const void* data, std::size_t size);
+
+    /// Tells that the module changed features behind our back ("" = all): cached values are
+    /// dropped.
+    void invalidate(const std::string& feature);
+
+    /// Names of all streamable features of the attached maps, selected ones with their selectors,
+    /// in the order of the tree: see configuration_file.h.
+    ParamArrayState& state() { return *state_; }
+
+    ZelGenParam::Param* GetParam(const char* name, ZelCamErr* err) override;
+    ZelGenParam::Boolean* GetBoolean(const char* name, ZelCamErr* err) override;
+    ZelGenParam::Command* GetCommand(const char* name, ZelCamErr* err) override;
+    ZelGenParam::Enum* GetEnum(const char* name, ZelCamErr* err) override;
+    ZelGenParam::Float* GetFloat(const char* name, ZelCamErr* err) override;
+    ZelGenParam::Int* GetInt(const char* name, ZelCamErr* err) override;
+    ZelGenParam::String* GetString(const char* name, ZelCamErr* err) override;
+    ZelGenParam::Category* GetRootCategory(ZelCamErr* err) override;
+    ZelGenParam::NodeMap* GetNodeMap(ZelCamErr* err) override;
+    std::int32_t GetCount() override;
+    ZelGenParam::Param* GetParamByIndex(std::int64_t index, ZelCamErr* err) override;
+    ZelCamErr SetBooleanValue(const char* name, bool value) override;
+    bool GetBooleanValue(const char* name, ZelCamErr* err) override;
+    ZelCamErr SetEnumValueStr(const char* name, const char* symbol) override;
+    ZelCamErr SetEnumValue(const char* name, std::int64_t value) override;
+    const char* GetEnumValueStr(const char* name, ZelCamErr* err) override;
+    std::int64_t GetEnumValue(const char* name, ZelCamErr* err) override;
+    ZelCamErr SetFloatValue(const char* name, double value) override;
+    double GetFloatValue(const char* name, ZelCamErr* err) override;
+    ZelCamErr SetIntegerValue(const char* name, std::int64_t value) override;
+    std::int64_t GetIntegerValue(const char* name, ZelCamErr* err) override;
+    ZelCamErr SetStringValue(const char* name, const char* value) override;
+    const char* GetStringValue(const char* name, ZelCamErr* err) override;
+    ZelCamErr ExecuteCommand(const char* name) override;
+    bool IsCommandDone(const char* name, ZelCamErr* err) override;
+
+private:
+    std::unique_ptr<ParamArrayState> state_;
+};
+
+} // namespace genapi
