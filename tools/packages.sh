@@ -1,0 +1,49 @@
+# Debian packages by purpose; sourced by ./run.
+
+packages_build="ca-certificates cmake g++ ninja-build pkg-config python3 python3-dev python3-cxx-dev
+    libaravis-dev libusb-1.0-0-dev libhwy-dev libxml2-dev zlib1g-dev nlohmann-json3-dev
+    libtiff-dev libpng-dev libjpeg62-turbo-dev libavformat-dev libavcodec-dev libavutil-dev"
+
+packages_test="libgtest-dev python3-pytest python3-exceptiongroup python3-tomli
+    python3-typing-extensions python3-numpy python3-pil python3-opencv
+    ffmpeg aravis-tools libtiff-tools pngcheck"
+
+packages_lint="clang-format clang-tidy"
+
+packages_bench="python3-numpy python3-pil python3-opencv ffmpeg gir1.2-aravis-0.8 python3-gi aravis-tools"
+
+# missing_packages NAMES: those that are not installed.
+missing_packages() {
+    for package in "$@"; do
+        state=$(dpkg-query -W -f='${db:Status-Abbrev}' "$package" 2>/dev/null || true)
+        case "$state" in
+            ii*) ;;
+            *) printf '%s ' "$package" ;;
+        esac
+    done
+}
+
+# need_packages NAMES: installs what is missing, as root or with sudo, or says what to install.
+need_packages() {
+    missing=$(missing_packages "$@")
+    [ -n "$missing" ] || return 0
+    say "installing: $missing"
+    if [ "$(id -u)" = 0 ]; then
+        as_root=""
+    elif command -v sudo >/dev/null 2>&1; then
+        as_root="sudo"
+    else
+        fail "please install these packages as root, then run this again:
+  apt-get update && apt-get install --no-install-recommends $missing"
+    fi
+    log=$(mktemp)
+    # shellcheck disable=SC2086  # both are lists of words
+    if ! { $as_root env DEBIAN_FRONTEND=noninteractive apt-get update &&
+           $as_root env DEBIAN_FRONTEND=noninteractive \
+               apt-get install -y --no-install-recommends $missing; } >"$log" 2>&1; then
+        tail -n 20 "$log" >&2
+        rm -f "$log"
+        fail "could not install: $missing"
+    fi
+    rm -f "$log"
+}
