@@ -1,0 +1,138 @@
+"""Find every camera, show what it is, grab frames from each and leave pictures and a movie.
+
+Runs on the built-in simulated cameras when no real one is connected.
+"""
+import argparse
+import os
+import sys
+import time
+
+import libZelCameraApiPy as zel
+
+INTERFACE_TYPES = {1: "USB3 Vision", 2: "GigE Vision", 3: "Camera Link", 4: "CoaXPress", 5: "HD-SDI"}
+ACCESS = {1: "free", 2: "read only", 3: "no access", 4: "busy", 5: "open", 6: "open, read only"}
+SHOWN = ("Width", "Height", "PixelFormat", "ExposureTime", "Gain", "AcquisitionFrameRate",
+         "DeviceTemperature")
+# What a picture file can be made of, best first.
+SAVED_FORMATS = ("BayerRG8", "BayerGB8", "BayerGR8", "BayerBG8", "Mono8")
+
+
+def value_of(parameters, name):
+    """Value of a parameter as text with its unit, or None."""
+    parameter = parameters.GetParam(name)
+    if parameter is None or not parameter.IsReadable():
+        return None
+    kind = parameter.GetType()
+    if kind == parameters.ParamFloat:
+        _, unit = parameters.GetFloat(name).GetUnit()
+        return ("%g %s" % (parameters.GetFloatValue(name)[1], unit or "")).strip()
+    readers = {parameters.ParamInt: parameters.GetIntegerValue,
+               parameters.ParamEnum: parameters.GetEnumValueStr,
+               parameters.ParamBoolean: parameters.GetBooleanValue,
+               parameters.ParamString: parameters.GetStringValue}
+    return str(readers[kind](name)[1]) if kind in readers else None
+
+
+def find_cameras(system):
+    """Prints what is connected and returns the device infos."""
+    found = []
+    for interface in system.GetInterfaceList():
+        interface.ReEnumerateDevices(1000)
+        kind = INTERFACE_TYPES.get(interface.GetType(), "?")
+        print("%-11s  %s" % (kind, interface.GetDescription()))
+        for info in interface.GetDeviceInfoList():
+            address = info.GetIPAddress() if info.GetIP()[0] else ""
+            print("  %-34s serial %-12s %-6s %s" % (
+                info.GetDisplayName(), info.GetSerialNumber(),
+                ACCESS.get(info.GetAccessStatus(), "?"), address))
+            found.append(info)
+    return found
+
+
+def grab(device, frames, folder, movie):
+    """Grabs frames from an open device, saves pictures (and a movie); returns False on failure."""
+    camera = device.GetCameraParameters()
+    for name in SAVED_FORMATS:
+        if camera.SetEnumValueStr("PixelFormat", name):
+            break
+    for name in SHOWN:
+        value = value_of(camera, name)
+        if value is not None:
+            print("    %-22s %s" % (name, value))
+
+    stream = device.GetStreamByIndex(0)
+    if stream is None or not stream.AllocBufferQueue(max(8, stream.GetMinNumBuffers())):
+        print("    no buffers: code %d" % (stream.GetLastError() if stream else 0))
+        return False
+    stream.StartAcquisition()
+    good = True
+    ids, stamps, incomplete, bytes_seen = [], [], 0, 0
+    stem = os.path.join(folder, device.GetInfo().GetModel().replace(" ", "_"))
+    start = time.perf_counter()
+    for index in range(frames):
+        buffer = stream.GetBuffer(3000)
+        if buffer is None:
+            print("    frame %d did not arrive: %s" % (
+                index, zel.ErrorCodeToString(stream.GetLastError())))
+            good = False
+            break
+        ids.append(buffer.GetFrameID())
+        stamps.append(buffer.GetTimestamp())
+        incomplete += buffer.IsIncomplete()
+        bytes_seen += len(buffer.GetBufferPtr())
+        if movie and index == 0:
+            good &= zel.PyStartMovieRecord(buffer, os.path.join(folder, "movie.avi"), 25.0, "mjpeg")
+        if movie:
+            good &= zel.PySaveMovieFrame(buffer)
+        stream.QueueBuffer(buffer)
+    seconds = time.perf_counter() - start
+    if movie:
+        good &= zel.PyFinishRecord()
+        print("    movie                  %s" % os.path.join(folder, "movie.avi"))
+    if good:
+        period = (stamps[-1] - stamps[0]) / 1e6 / max(1, len(stamps) - 1)
+        print("    %d frames in %.2f s: %.1f fps, %.0f MB/s, camera period %.2f ms, ids %d to %d, "
+              "%d lost, %d incomplete" % (
+                  len(ids), seconds, len(ids) / seconds, bytes_seen / seconds / 1e6, period,
+                  ids[0], ids[-1], ids[-1] - ids[0] + 1 - len(ids), incomplete))
+        buffer = stream.GetBuffer(3000)
+        for extension in ("png", "tiff", "jpg"):
+            name = stem + "." + extension
+            saved = buffer is not None and zel.PySaveImage(buffer, name)
+            print("    %-22s %s" % ("saved" if saved else "NOT SAVED", name))
+            good &= saved
+    stream.StopAcquisition(0)
+    stream.ReleaseBufferQueue()
+    stream.Release()
+    return good
+
+
+def main():
+    """Runs the demonstration; exit code 0 when every picture was saved."""
+    parser = argparse.ArgumentParser(description=__doc__)
+    parser.add_argument("--frames", type=int, default=100, help="frames from each camera")
+    parser.add_argument("--output", default="demo-output", help="folder for the pictures")
+    arguments = parser.parse_args()
+    os.makedirs(arguments.output, exist_ok=True)
+
+    system = zel.PyZelSystem()
+    print("%s %s" % (system.GetDisplayName(), system.GetVersion()))
+    infos = find_cameras(system)
+    if not infos:
+        sys.exit("no camera was found")
+    good = True
+    for number, info in enumerate(infos):
+        print("%s" % info.GetDisplayName())
+        device = zel.PyZelCreateDevice(info)
+        if not device.IsValid():
+            print("    cannot be opened: %s" % zel.ErrorCodeToString(zel.GetLastError()))
+            good = False
+            continue
+        good &= grab(device, max(2, arguments.frames), arguments.output, number == 0)
+        device.Release()
+    print("look into %s/" % arguments.output if good else "not everything worked")
+    sys.exit(0 if good else 1)
+
+
+if __name__ == "__main__":
+    main()

@@ -1,0 +1,65 @@
+"""Record a movie with a progress bar and the achieved rate.
+
+    record_movie.py [--seconds 10] [--compressor mjpeg] [--fps 25] [movie.avi]
+"""
+import argparse
+import sys
+import time
+
+import libZelCameraApiPy as zel
+
+
+def record(stream, arguments):
+    """Records for the asked time; returns the number of frames written."""
+    buffer = stream.GetBuffer(3000)
+    if buffer is None or not zel.PyStartMovieRecord(buffer, arguments.file, arguments.fps,
+                                                    arguments.compressor):
+        sys.exit("the movie cannot be started; compressors: %s" %
+                 " ".join(zel.PyGetVideoCompressors() or []))
+    stream.QueueBuffer(buffer)
+    frames, start = 0, time.monotonic()
+    while True:
+        elapsed = time.monotonic() - start
+        bar = "#" * int(40 * min(1.0, elapsed / arguments.seconds))
+        sys.stderr.write("\r[%-40s] %4d frames %6.1f fps" % (bar, frames, frames / max(elapsed, .01)))
+        if elapsed >= arguments.seconds:
+            sys.stderr.write("\n")
+            return frames
+        buffer = stream.GetBuffer(3000)
+        if buffer is None or not zel.PySaveMovieFrame(buffer):
+            sys.stderr.write("\n")
+            return frames
+        frames += 1
+        stream.QueueBuffer(buffer)
+
+
+def main():
+    """Records from the default camera."""
+    parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
+    parser.add_argument("file", nargs="?", default="movie.avi")
+    parser.add_argument("--seconds", type=float, default=10.0)
+    parser.add_argument("--fps", type=float, default=25.0)
+    parser.add_argument("--compressor", default="mjpeg")
+    arguments = parser.parse_args()
+    device = zel.PyZelCreateDevice()
+    if not device.IsValid():
+        sys.exit("no camera: " + zel.ErrorCodeToString(zel.GetLastError()))
+    camera = device.GetCameraParameters()
+    camera.SetBooleanValue("AcquisitionFrameRateEnable", True)
+    camera.SetFloatValue("AcquisitionFrameRate", arguments.fps)
+    stream = device.GetStreamByIndex(0)
+    stream.AllocBufferQueue(8)
+    stream.StartAcquisition()
+    start = time.monotonic()
+    frames = record(stream, arguments)
+    finished = zel.PyFinishRecord()
+    print("%s: %d frames, %.1f fps" % (arguments.file, frames, frames / (time.monotonic() - start)))
+    stream.StopAcquisition(0)
+    stream.ReleaseBufferQueue()
+    stream.Release()
+    device.Release()
+    sys.exit(0 if finished and frames else "the movie is not complete")
+
+
+if __name__ == "__main__":
+    main()

@@ -1,0 +1,71 @@
+"""Watch a camera being unplugged, wait for it to come back, reopen it and go on.
+
+A simulated camera unplugs itself (fault feature); a real one wants its cable pulled.
+"""
+import sys
+import time
+
+import libZelCameraApiPy as zel
+
+
+def find(serial):
+    """The device info with this serial number, or None."""
+    for interface in zel.PyZelSystem().GetInterfaceList():
+        interface.ReEnumerateDevices(1000)
+        for info in interface.GetDeviceInfoList():
+            if info.GetSerialNumber() == serial and info.GetAccessStatus() == 1:
+                return info
+    return None
+
+
+def grab(device, seconds):
+    """Grabs until the time is over or the camera is gone; returns frames and the last code."""
+    stream = device.GetStreamByIndex(0)
+    stream.AllocBufferQueue(6)
+    stream.StartAcquisition()
+    frames, code, end = 0, 0, time.monotonic() + seconds
+    while time.monotonic() < end:
+        buffer = stream.GetBuffer(2000)
+        if buffer is None:
+            code = stream.GetLastError()
+            break
+        frames += 1
+        stream.QueueBuffer(buffer)
+    stream.StopAcquisition(0)
+    stream.Release()
+    return frames, code
+
+
+def main():
+    """Grabs, loses the camera, reopens it, grabs again."""
+    device = zel.PyZelCreateDevice()
+    if not device.IsValid():
+        sys.exit("no camera: " + zel.ErrorCodeToString(zel.GetLastError()))
+    serial = device.GetInfo().GetSerialNumber()
+    camera = device.GetCameraParameters()
+    if camera.GetParam("SimulatorUnplug") is not None:
+        camera.SetIntegerValue("SimulatorUnplugReturnTime", 1000)
+        camera.ExecuteCommand("SimulatorUnplug")
+    else:
+        print("unplug %s now" % device.GetDisplayName())
+    frames, code = grab(device, 30.0)
+    print("%d frames, then code %d: %s" % (frames, code, zel.ErrorCodeToString(code)))
+    device.Release()
+
+    start = time.monotonic()
+    info = find(serial)
+    while info is None and time.monotonic() - start < 60:
+        time.sleep(0.2)
+        info = find(serial)
+    if info is None:
+        sys.exit("the camera did not come back")
+    print("back after %.1f s" % (time.monotonic() - start))
+    device = zel.PyZelCreateDevice(info)
+    frames, code = grab(device, 1.0)
+    print("%d frames after reopening" % frames)
+    device.Release()
+    sys.exit(0 if frames else 1)
+
+
+if __name__ == "__main__":
+    main()

@@ -1,0 +1,68 @@
+"""Save one frame of every pixel format that can become a picture, in every kind of file.
+
+    save_formats.py [--output FOLDER]
+"""
+import argparse
+import os
+import sys
+
+import libZelCameraApiPy as zel
+
+EXTENSIONS = ("png", "tiff", "jpg", "bmp", "pgm")
+
+
+def formats_of(camera):
+    """Names of the pixel formats that can be chosen now."""
+    enumeration = camera.GetEnum("PixelFormat")
+    entries = (enumeration.GetEnumEntryByIndex(i) for i in range(enumeration.GetCount()[1]))
+    return [entry.GetValueStr()[1] for entry in entries if entry.IsAvailable()]
+
+
+def save_each_format(device, folder):
+    """Grabs and saves; returns the number of files written."""
+    camera = device.GetCameraParameters()
+    stream = device.GetStreamByIndex(0)
+    written = 0
+    for name in formats_of(camera):
+        camera.SetEnumValueStr("PixelFormat", name)
+        if not stream.AllocBufferQueue(3) or not stream.StartAcquisition():
+            print("%-16s no acquisition" % name)
+            continue
+        buffer = stream.GetBuffer(3000)
+        stream.StopAcquisition(0)
+        saved = []
+        for extension in EXTENSIONS:
+            if extension == "pgm" and not name.startswith("Mono"):
+                extension = "ppm"
+            path = os.path.join(folder, "%s_%s.%s" % (
+                device.GetInfo().GetModel().replace(" ", "_"), name, extension))
+            if buffer is not None and zel.PySaveImage(buffer, path):
+                saved.append(extension)
+        written += len(saved)
+        print("%-16s %s" % (name, " ".join(saved) or "cannot be saved as a picture"))
+        stream.ReleaseBufferQueue()
+    stream.Release()
+    return written
+
+
+def main():
+    """Runs over all cameras that are free."""
+    parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
+    parser.add_argument("--output", default="demo-output/formats")
+    arguments = parser.parse_args()
+    os.makedirs(arguments.output, exist_ok=True)
+    total = 0
+    for interface in zel.PyZelSystem().GetInterfaceList():
+        interface.ReEnumerateDevices(1000)
+        for info in interface.GetDeviceInfoList():
+            device = zel.PyZelCreateDevice(info)
+            if device.IsValid():
+                print(device.GetDisplayName())
+                total += save_each_format(device, arguments.output)
+                device.Release()
+    print("%d files in %s/" % (total, arguments.output))
+    sys.exit(0 if total else "no picture was saved")
+
+
+if __name__ == "__main__":
+    main()
