@@ -1,0 +1,134 @@
+// Diagnostic log of the backend.
+#include "base/log.h"
+
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <ctime>
+#include <mutex>
+#include <string>
+
+namespace base
+{
+
+namespace detail
+{
+std::atomic<std::uint32_t> openChannels{kUnread};
+}
+
+namespace
+{
+
+struct Name {
+    LogChannel channel;
+    const char* text;
+};
+
+constexpr Name kNames[] = {
+    {LogChannel::Backend, "backend"},
+    {LogChannel::GenTL, "gentl"},
+    {LogChannel::GenApi, "genapi"},
+    {LogChannel::Vision, "vision"},
+};
+
+// Never destroyed: threads may log while the process exits.
+struct Sink {
+    std::mutex mutex;
+    std::FILE* file = stderr;
+};
+
+Sink& sink()
+{
+    static Sink* const instance = new Sink;
+    return *instance;
+}
+
+std::uint32_t parseChannels(const std::string& list)
+{
+    std::uint32_t channels = 0;
+    std::size_t begin = 0;
+    while (begin <= list.size()) {
+        const std::size_t end = std::min(list.find(',', begin), list.size());
+        const std::string word = list.substr(begin, end - begin);
+        for (const Name& name : kNames) {
+            if (word == "all" || word == name.text) {
+                channels |= static_cast<std::uint32_t>(name.channel);
+            }
+        }
+        begin = end + 1;
+    }
+    return channels;
+}
+
+const char* nameOf(LogChannel channel)
+{
+    for (const Name& name : kNames) {
+        if (name.channel == channel) {
+            return name.text;
+        }
+    }
+    return "?";
+}
+
+void writeLine(LogChannel channel, const char* format, std::va_list arguments)
+{
+    char text[2048];
+    std::vsnprintf(text, sizeof text, format, arguments);
+    std::timespec now{};
+    std::timespec_get(&now, TIME_UTC);
+    std::tm calendar{};
+    gmtime_r(&now.tv_sec, &calendar);
+
+    const std::lock_guard<std::mutex> lock(sink().mutex);
+    std::fprintf(sink().file, "%02d:%02d:%02d.%06ld %s[%ld] %s\n", calendar.tm_hour,
+                 calendar.tm_min, calendar.tm_sec, now.tv_nsec / 1000, nameOf(channel),
+                 static_cast<long>(syscall(SYS_gettid)), text);
+    std::fflush(sink().file);
+}
+
+} // namespace
+
+bool detail::readEnvironment(LogChannel channel)
+{
+    {
+        const std::lock_guard<std::mutex> lock(sink().mutex);
+        if ((openChannels.load() & kUnread) != 0) {
+            const char* const setting = std::getenv("ZELCAM_LOG");
+            const std::string text = setting != nullptr ? setting : "";
+            const std::size_t colon = text.find(':');
+            if (colon != std::string::npos && colon + 1 < text.size()) {
+                if (std::FILE* const file = std::fopen(text.c_str() + colon + 1, "ae")) {
+                    sink().file = file;
+                }
+            }
+            openChannels.store(parseChannels(text.substr(0, colon)));
+        }
+    }
+    return logEnabled(channel);
+}
+
+void log(LogChannel channel, const char* format, ...)
+{
+    if (!logEnabled(channel)) {
+        return;
+    }
+    std::va_list arguments;
+    va_start(arguments, format);
+    writeLine(channel, format, arguments);
+    va_end(arguments);
+}
+
+void warn(LogChannel channel, const char* format, ...)
+{
+    static_cast<void>(logEnabled(channel));
+    std::va_list arguments;
+    va_start(arguments, format);
+    writeLine(channel, format, arguments);
+    va_end(arguments);
+}
+
+} // namespace base
