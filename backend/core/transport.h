@@ -34,7 +34,16 @@ struct IpSettings {
     std::uint32_t gateway = 0;
 };
 
-/// What is known of a delivered frame.
+/// One chunk of a delivered frame: where its bytes lie in the buffer.
+struct ChunkPlace {
+    std::uint64_t id;
+    std::uint64_t offset; ///< From the buffer's base.
+    std::uint64_t size;
+};
+
+/// What is known of a delivered frame. Width, height and pixel format 0 mean "not told": core takes
+/// what the camera's features said when the acquisition was started. core checks that offsets and
+/// sizes lie in the buffer.
 struct FrameInfo {
     std::uint64_t frameId = 0;
     std::uint64_t timestamp = 0; ///< Nanoseconds where the transport tells its unit.
@@ -49,54 +58,56 @@ struct FrameInfo {
     std::uint32_t pixelFormat = 0;   ///< PFNC.
     bool incomplete = false;
     bool empty = false; ///< The buffer came back unfilled; it is not handed to the user.
+    std::vector<ChunkPlace> chunks;
 };
 
-/// Identifies a buffer between core and a transport stream. Chosen by core, never reused while the
-/// buffer is announced.
+/// Identifies a buffer between core and a transport stream. Chosen by core, never reused.
 using BufferToken = std::uint64_t;
 
-/// Receives what a stream delivers. Called on a thread of the transport that holds no lock which
-/// TransportStream's operations take.
+/// Receives what a stream delivers. Called on a thread of the transport. The sink never calls back
+/// into the transport and never blocks for long, so the thread may hold locks of the transport.
 class StreamSink
 {
 public:
     virtual ~StreamSink() = default;
     /// A buffer left the transport: filled (or empty, see FrameInfo), in order of delivery.
-    virtual void bufferDone(BufferToken token, const FrameInfo& info) = 0;
-    /// Frames that never got a buffer, or that the transport lost: adds to the counters.
-    virtual void framesLost(std::uint64_t lost, std::uint64_t underruns) = 0;
+    virtual void bufferDone(BufferToken token, FrameInfo info) = 0;
     /// The device is gone or the stream broke: all waits end with `reason`.
     virtual void streamBroken(ZelCamErr reason) = 0;
 };
 
-/// One data stream. core serialises the calls of one stream; sink callbacks come concurrently.
+/// What a transport counted since the last start.
+struct StreamCounters {
+    std::uint64_t lost = 0;      ///< Frames that the camera sent and that never arrived.
+    std::uint64_t underruns = 0; ///< Frames that found no buffer queued.
+};
+
+/// One data stream. core serialises the calls of one stream (but counters()); sink callbacks come
+/// concurrently. Destroying it takes back all buffers and ends the callbacks.
 class TransportStream
 {
 public:
     virtual ~TransportStream() = default;
-    /// Bytes that one frame needs with the present settings.
+    /// Bytes that one frame needs with the present settings; 0: ask the camera's PayloadSize.
     virtual std::uint64_t payloadSize() = 0;
     virtual std::uint64_t minBuffers() = 0;
     virtual std::uint64_t alignment() = 0;
     /// Announces memory that core owns and keeps until revoke() returned.
     virtual ZelCamErr announce(BufferToken token, void* memory, std::size_t size) = 0;
+    /// Only for buffers that are not queued. The memory is free afterwards, whatever the code.
     virtual ZelCamErr revoke(BufferToken token) = 0;
     /// Gives an announced buffer to be filled.
     virtual ZelCamErr queue(BufferToken token) = 0;
     /// Takes back all queued buffers: when it returns none is in the transport and none will be
-    /// reported by bufferDone() for its earlier queueing.
+    /// reported by bufferDone() for its earlier queueing. Also while acquiring.
     virtual ZelCamErr discardAll() = 0;
     /// Host side only; the camera's commands and TLParamsLocked are core's job. `frames` all ones:
     /// without limit.
     virtual ZelCamErr start(std::uint64_t frames) = 0;
+    /// Buffers that are queued stay queued.
     virtual ZelCamErr stop(bool kill) = 0;
-    /// Counters of the transport where it has better ones than core's own count; false: it has
-    /// none.
-    virtual bool counters(std::uint64_t* delivered, std::uint64_t* lost, std::uint64_t* underruns)
-    {
-        (void)delivered, (void)lost, (void)underruns;
-        return false;
-    }
+    /// May be called at any time beside the other operations.
+    virtual StreamCounters counters() = 0;
     /// Modules whose features belong to the stream (GenTL: the DS port); borrowed.
     virtual std::vector<genapi::FeatureSource*> features() { return {}; }
 };
@@ -113,8 +124,6 @@ public:
     virtual void featureInvalidated(const std::string& name) = 0;
     /// The device is gone (unplugged, control lost): everything answers with `reason` from now on.
     virtual void deviceLost(ZelCamErr reason) = 0;
-    /// Chunk data of the frame just being delivered.
-    virtual void chunk(std::uint64_t chunkId, const void* data, std::size_t size) = 0;
 };
 
 /// An opened device. Destroying it closes it; its streams are destroyed before.
@@ -130,7 +139,8 @@ public:
     virtual std::string streamId(std::uint32_t index) = 0;
     virtual ZelCamErr openStream(std::uint32_t index, StreamSink* sink,
                                  std::unique_ptr<TransportStream>* stream) = 0;
-    /// Starts and ends the delivery of events to the sink; called once each.
+    /// Starts and ends the delivery of events to the sink; called once each. No callback runs or
+    /// comes after stopEvents().
     virtual void startEvents(DeviceSink* sink) = 0;
     virtual void stopEvents() = 0;
 };
