@@ -1,0 +1,13 @@
+// Delivery of device events by the double.
+#pragma once
+
+#include "zel_camera_api.h"
+
+namespace zel_double
+{
+
+/// Keeps a registration for the tests, who name it by its number, counted from 0. It can be fired
+/// for ever, also after it was ended and after its device is gone: the rudest SDK there is.
+void keepRegistration(ZelCam::EventCallback callback, void* context);
+
+} // namespace zel_double
