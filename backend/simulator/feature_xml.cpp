@@ -1,0 +1,374 @@
+// The GenICam description of a table of features.
+#include "simulator/feature_xml.h"
+
+#include <array>
+#include <cinttypes>
+#include <cstdio>
+
+namespace simulator
+{
+
+namespace
+{
+
+std::string hex(std::uint64_t value)
+{
+    std::array<char, 24> text{};
+    std::snprintf(text.data(), text.size(), "0x%" PRIX64, value);
+    return text.data();
+}
+
+std::string number(double value)
+{
+    std::array<char, 32> text{};
+    std::snprintf(text.data(), text.size(), "%.17g", value);
+    return text.data();
+}
+
+std::string escaped(const std::string& text)
+{
+    std::string out;
+    for (const char c : text) {
+        switch (c) {
+        case '&':
+            out += "&amp;";
+            break;
+        case '<':
+            out += "&lt;";
+            break;
+        case '>':
+            out += "&gt;";
+            break;
+        case '"':
+            out += "&quot;";
+            break;
+        default:
+            out += c;
+        }
+    }
+    return out;
+}
+
+const char* visibilityName(Visibility visibility)
+{
+    constexpr std::array<const char*, 4> kNames = {"Beginner", "Expert", "Guru", "Invisible"};
+    return kNames.at(static_cast<std::size_t>(visibility));
+}
+
+const char* accessName(Access access)
+{
+    constexpr std::array<const char*, 3> kNames = {"RO", "WO", "RW"};
+    return kNames.at(static_cast<std::size_t>(access));
+}
+
+const char* nodeType(const Feature& feature, bool formula)
+{
+    switch (feature.type()) {
+    case FeatureType::Category:
+        return "Category";
+    case FeatureType::Integer:
+        return formula ? "IntSwissKnife" : "Integer";
+    case FeatureType::Float:
+        return "Float";
+    case FeatureType::Boolean:
+        return "Boolean";
+    case FeatureType::Enumeration:
+        return "Enumeration";
+    case FeatureType::String:
+        return "StringReg";
+    case FeatureType::Command:
+        return "Command";
+    }
+    return "Node";
+}
+
+} // namespace
+
+FeatureXml::FeatureXml(const FeatureTable& table) : table_(table)
+{
+    head();
+    for (const Feature& each : table.features_) {
+        feature(each);
+        registers(each);
+    }
+    open("Port", "Device");
+    close("Port");
+    for (const DataPort& port : table.ports_) {
+        open("Port", port.name);
+        // Identifiers are hexadecimal digits without prefix.
+        element(port.chunk ? "ChunkID" : "EventID", hex(port.id).substr(2));
+        close("Port");
+    }
+    text_ += "</RegisterDescription>\n";
+}
+
+void FeatureXml::head()
+{
+    const ModuleIdentity& identity = table_.identity_;
+    text_ = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<RegisterDescription ModelName=\"" +
+            escaped(identity.model) + "\" VendorName=\"" + escaped(identity.vendor) +
+            "\" ToolTip=\"" + escaped(identity.toolTip) + "\" StandardNameSpace=\"" +
+            escaped(identity.standardNameSpace) +
+            "\" SchemaMajorVersion=\"1\" SchemaMinorVersion=\"1\" SchemaSubMinorVersion=\"0\" "
+            "MajorVersion=\"1\" MinorVersion=\"0\" SubMinorVersion=\"0\" ProductGuid=\"" +
+            escaped(identity.productGuid) + "\" VersionGuid=\"" + escaped(identity.versionGuid) +
+            "\" xmlns=\"http://www.genicam.org/GenApi/Version_1_1\" "
+            "xmlns:xsi=\"http://www.w3.org/2001/XMLSchema-instance\" "
+            "xsi:schemaLocation=\"http://www.genicam.org/GenApi/Version_1_1 "
+            "http://www.genicam.org/GenApi/GenApiSchema_Version_1_1.xsd\">\n";
+}
+
+void FeatureXml::element(const std::string& tag, const std::string& content)
+{
+    if (!content.empty()) {
+        text_ += "  <" + tag + ">" + escaped(content) + "</" + tag + ">\n";
+    }
+}
+
+void FeatureXml::open(const std::string& tag, const std::string& name)
+{
+    const bool isStandard = tag != "Port" && tag != "EnumEntry";
+    text_ += "<" + tag + " Name=\"" + escaped(name) + "\"" +
+             (isStandard ? " NameSpace=\"Standard\"" : "") + ">\n";
+}
+
+void FeatureXml::close(const std::string& tag) { text_ += "</" + tag + ">\n"; }
+
+void FeatureXml::common(const Feature& feature)
+{
+    element("ToolTip", feature.toolTip_);
+    element("Description", feature.description_.empty() ? feature.toolTip_ : feature.description_);
+    element("DisplayName", feature.displayName_);
+    element("Visibility", visibilityName(feature.visibility_));
+    if (feature.available_) {
+        element("pIsAvailable", feature.name_ + "AvailableReg");
+    }
+    if (feature.locked_) {
+        element("pIsLocked", feature.name_ + "LockedReg");
+    }
+    if (feature.type_ != FeatureType::Category && feature.type_ != FeatureType::Command) {
+        if (feature.streamable_) {
+            element("Streamable", "Yes");
+        }
+    }
+}
+
+void FeatureXml::feature(const Feature& feature)
+{
+    const std::string tag = nodeType(feature, !feature.formula_.empty());
+    open(tag, feature.name_);
+    common(feature);
+    switch (feature.type_) {
+    case FeatureType::Category:
+        category(feature);
+        break;
+    case FeatureType::Integer:
+        integer(feature);
+        break;
+    case FeatureType::Float:
+        real(feature);
+        break;
+    case FeatureType::Boolean:
+        element("pValue", feature.name_ + "Reg");
+        element("OnValue", "1");
+        element("OffValue", "0");
+        break;
+    case FeatureType::Enumeration:
+        enumeration(feature);
+        break;
+    case FeatureType::String:
+        string(feature);
+        break;
+    case FeatureType::Command:
+        element("pValue", feature.name_ + "Reg");
+        element("CommandValue", "1");
+        break;
+    }
+    selected(feature);
+    close(tag);
+}
+
+void FeatureXml::category(const Feature& feature)
+{
+    for (const std::string& child : feature.children_) {
+        element("pFeature", child);
+    }
+}
+
+void FeatureXml::integer(const Feature& feature)
+{
+    if (!feature.formula_.empty()) {
+        for (const auto& [variable, source] : feature.variables_) {
+            text_ += "  <pVariable Name=\"" + variable + "\">" + source + "</pVariable>\n";
+        }
+        element("Formula", feature.formula_);
+    } else {
+        element("pValue", feature.name_ + "Reg");
+        if (feature.intLimits_) {
+            element("pMin", feature.name_ + "MinReg");
+            element("pMax", feature.name_ + "MaxReg");
+            element("pInc", feature.name_ + "IncReg");
+        } else if (feature.hasRange_) {
+            element("Min", std::to_string(feature.intRange_.min));
+            element("Max", std::to_string(feature.intRange_.max));
+            element("Inc", std::to_string(feature.intRange_.increment));
+        }
+    }
+    element("Unit", feature.unit_);
+    element("Representation", feature.representation_);
+}
+
+void FeatureXml::real(const Feature& feature)
+{
+    element("pValue", feature.name_ + (feature.scale_ != 0.0 ? "Converter" : "Reg"));
+    if (feature.floatLimits_) {
+        element("pMin", feature.name_ + "MinReg");
+        element("pMax", feature.name_ + "MaxReg");
+    } else if (feature.hasRange_) {
+        element("Min", number(feature.floatRange_.min));
+        element("Max", number(feature.floatRange_.max));
+    }
+    element("Unit", feature.unit_);
+    element("Representation", feature.representation_);
+}
+
+void FeatureXml::enumeration(const Feature& feature)
+{
+    std::size_t bit = 0;
+    for (const EnumEntry& entry : feature.entries_) {
+        open("EnumEntry", entry.name);
+        element("ToolTip", entry.toolTip);
+        if (entry.available) {
+            element("pIsAvailable", feature.name_ + "Bit" + std::to_string(bit++));
+        }
+        element("Value", std::to_string(entry.value));
+        close("EnumEntry");
+    }
+    element("pValue", feature.name_ + "Reg");
+}
+
+void FeatureXml::string(const Feature& feature)
+{
+    place(feature, 0, feature.length_, accessName(feature.access_),
+          feature.access_ == Access::ReadOnly && !feature.onRead_);
+}
+
+void FeatureXml::selected(const Feature& feature)
+{
+    for (const Feature& each : table_.features_) {
+        if (each.selector_ == feature.name_) {
+            element("pSelected", each.name_);
+        }
+    }
+}
+
+void FeatureXml::place(const Feature& feature, std::uint64_t offset, std::uint32_t length,
+                       const std::string& accessMode, bool cached)
+{
+    element("Address", hex(feature.address_ + offset));
+    if (!feature.selector_.empty()) {
+        text_ += "  <pIndex Offset=\"" + hex(feature.stride_) + "\">" + feature.selector_ +
+                 "Reg</pIndex>\n";
+    }
+    element("Length", std::to_string(length));
+    element("AccessMode", accessMode);
+    element("pPort", feature.port_.empty() ? "Device" : feature.port_);
+    element("Cachable", cached ? "WriteThrough" : "NoCache");
+}
+
+void FeatureXml::valueRegister(const Feature& feature)
+{
+    const bool isFloatRegister = feature.type_ == FeatureType::Float && feature.scale_ == 0.0;
+    const std::string tag = isFloatRegister ? "FloatReg" : "IntReg";
+    const bool constant =
+        feature.access_ == Access::ReadOnly && !feature.onRead_ && feature.port_.empty();
+    open(tag, feature.name_ + "Reg");
+    element("Visibility", "Invisible");
+    // Commands are read to see whether they are done.
+    place(feature, 0, feature.length_,
+          feature.type_ == FeatureType::Command ? "RW" : accessName(feature.access_), constant);
+    if (!isFloatRegister) {
+        element("Sign", feature.length_ == 8 ? "Signed" : "Unsigned");
+    }
+    element("Endianess", "BigEndian");
+    close(tag);
+    if (feature.type_ == FeatureType::Float && feature.scale_ != 0.0) {
+        open("Converter", feature.name_ + "Converter");
+        element("Visibility", "Invisible");
+        element("FormulaTo", "FROM * " + number(feature.scale_));
+        element("FormulaFrom", "TO / " + number(feature.scale_));
+        element("pValue", feature.name_ + "Reg");
+        element("Slope", "Increasing");
+        close("Converter");
+    }
+}
+
+void FeatureXml::registers(const Feature& feature)
+{
+    if (feature.type_ == FeatureType::Category || !feature.formula_.empty()) {
+        return;
+    }
+    if (feature.type_ != FeatureType::String) {
+        valueRegister(feature);
+    }
+    std::uint64_t offset = 0;
+    for (const auto& [slot, size] : FeatureTable::slotsOf(feature)) {
+        std::string suffix;
+        switch (slot) {
+        case FeatureTable::Slot::Min:
+            suffix = "MinReg";
+            break;
+        case FeatureTable::Slot::Max:
+            suffix = "MaxReg";
+            break;
+        case FeatureTable::Slot::Increment:
+            suffix = "IncReg";
+            break;
+        case FeatureTable::Slot::Available:
+            suffix = "AvailableReg";
+            break;
+        case FeatureTable::Slot::Locked:
+            suffix = "LockedReg";
+            break;
+        case FeatureTable::Slot::Entries:
+            entryBits(feature, offset);
+            break;
+        default:
+            break;
+        }
+        if (!suffix.empty()) {
+            const bool isFloat = feature.type_ == FeatureType::Float && size == 8;
+            const std::string tag = isFloat ? "FloatReg" : "IntReg";
+            open(tag, feature.name_ + suffix);
+            element("Visibility", "Invisible");
+            place(feature, offset, size, "RO", false);
+            if (!isFloat) {
+                element("Sign", size == 8 ? "Signed" : "Unsigned");
+            }
+            element("Endianess", "BigEndian");
+            close(tag);
+        }
+        offset += size;
+    }
+}
+
+void FeatureXml::entryBits(const Feature& feature, std::uint64_t offset)
+{
+    std::uint32_t bit = 0;
+    for (const EnumEntry& entry : feature.entries_) {
+        if (!entry.available) {
+            continue;
+        }
+        open("MaskedIntReg", feature.name_ + "Bit" + std::to_string(bit));
+        element("Visibility", "Invisible");
+        place(feature, offset, 4, "RO", false);
+        // Bits of big-endian registers count from the highest one.
+        element("Bit", std::to_string(31 - bit));
+        element("Sign", "Unsigned");
+        element("Endianess", "BigEndian");
+        close("MaskedIntReg");
+        ++bit;
+    }
+}
+
+} // namespace simulator

@@ -1,0 +1,45 @@
+// Writes the GenICam description of a table of features.
+#pragma once
+
+#include "simulator/feature_table.h"
+
+#include <cstdint>
+#include <string>
+
+namespace simulator
+{
+
+/// The description of a laid-out table; every feature node is accompanied by the register nodes
+/// that it needs (NameReg, NameMinReg, NameAvailableReg ...).
+class FeatureXml
+{
+public:
+    explicit FeatureXml(const FeatureTable& table);
+    const std::string& text() const { return text_; }
+
+private:
+    void head();
+    void feature(const Feature& feature);
+    void common(const Feature& feature);
+    void integer(const Feature& feature);
+    void real(const Feature& feature);
+    void enumeration(const Feature& feature);
+    void string(const Feature& feature);
+    void category(const Feature& feature);
+    void selected(const Feature& feature);
+    void registers(const Feature& feature);
+    void valueRegister(const Feature& feature);
+    /// Address, index, length, access mode, port and caching of a register node.
+    void place(const Feature& feature, std::uint64_t offset, std::uint32_t length,
+               const std::string& accessMode, bool cached);
+    void entryBits(const Feature& feature, std::uint64_t offset);
+
+    void element(const std::string& tag, const std::string& content);
+    void open(const std::string& tag, const std::string& name);
+    void close(const std::string& tag);
+
+    const FeatureTable& table_;
+    std::string text_;
+};
+
+} // namespace simulator
