@@ -1,0 +1,53 @@
+// Inner loops of demosaicing, for the best instruction set of this machine.
+//
+// Interpolation is that of Malvar, He and Cutler (ICASSP 2004): every missing colour is a linear
+// combination of the 5x5 samples around the pixel. Samples have 8 or 10 bits, so that all sums fit
+// into 16 bits; the results are brought to 8 bits by one rounding.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+
+namespace ZelComponents
+{
+
+/// One mosaic row, even and odd columns apart: `even[k]` is column 2k, `odd[k]` column 2k + 1. With
+/// n = (width + 1) / 2, entries -1 to n hold what the row, continued beyond its ends, has there.
+/// Memory is readable for kRowSlack further entries.
+struct SplitRow {
+    const std::int16_t* even;
+    const std::int16_t* odd;
+};
+
+/// Entries that loops may read behind entry n. Their values do not matter.
+constexpr std::size_t kRowSlack = 64;
+
+/// Two adjacent rows of the result and what they are made from.
+struct RowPair {
+    std::array<SplitRow, 6> rows; ///< From two rows above the first to two below the second.
+    std::array<std::uint8_t*, 2> targets; ///< 3 * width bytes each.
+    std::size_t width;
+};
+
+/// What the samples of a row pair mean.
+struct MosaicLayout {
+    std::size_t chromaPhase; ///< Column (0 or 1) of the first row's first red or blue sample.
+    bool chromaFirst;        ///< The first row's red or blue is component 0 of the result, not 2.
+    unsigned sampleBits;     ///< 8 or 10.
+};
+
+/// Writes three bytes for every pixel of both rows.
+void interpolateRows(const RowPair& pair, const MosaicLayout& layout);
+
+/// How samples lie in the source and become those of a SplitRow.
+struct SampleFormat {
+    std::size_t bytes; ///< 1, or 2 for little-endian words.
+    unsigned excess;   ///< Low bits of a word to be rounded away (0 to 6).
+};
+
+/// Splits `width` samples, which need no alignment. Words are limited to 10 bits.
+void splitRow(const std::uint8_t* source, std::size_t width, const SampleFormat& format,
+              std::int16_t* even, std::int16_t* odd);
+
+} // namespace ZelComponents

@@ -1,0 +1,124 @@
+// Demosaicing component: checks the images and spreads their rows over the processors.
+#include "zel_image/demosaicing.h"
+
+#include "common/bayer_order.h"
+#include "common/image_plane.h"
+#include "demosaicing/band_pool.h"
+#include "demosaicing/demosaic_kernel.h"
+#include "demosaicing/mosaic_rows.h"
+
+#include <algorithm>
+#include <array>
+#include <new>
+#include <optional>
+
+namespace
+{
+
+using namespace ZelComponents;
+
+constexpr std::size_t kMaxThreads = 8;               // More only wait for memory.
+constexpr std::size_t kPixelsPerThread = 256 * 1024; // Less is done before another thread wakes up.
+constexpr std::size_t kBandRows = 64;                // Even, as rows are made in pairs.
+
+struct Task {
+    SourcePlane source;
+    TargetPlane target;
+    SampleFormat format;
+    MosaicLayout layout;
+};
+
+class DemosaicBands final : public BandWork
+{
+public:
+    DemosaicBands(const Task& task, BandScratch* scratches) : task_(task), scratches_(scratches) {}
+
+    std::size_t count() const { return (task_.source.height + kBandRows - 1) / kBandRows; }
+
+    void runBand(std::size_t band, std::size_t slot) noexcept override
+    {
+        const std::size_t begin = band * kBandRows;
+        const std::size_t end = std::min(begin + kBandRows, task_.source.height);
+        BandScratch& scratch = scratches_[slot];
+        MosaicRows rows(task_.source, task_.format, scratch);
+        for (auto y = static_cast<std::ptrdiff_t>(begin) - 2;
+             y < static_cast<std::ptrdiff_t>(begin) + 2; ++y) {
+            rows.load(y);
+        }
+        for (std::size_t y = begin; y < end; y += 2) {
+            const auto top = static_cast<std::ptrdiff_t>(y);
+            rows.load(top + 2);
+            rows.load(top + 3);
+            const RowPair pair{{rows.row(top - 2), rows.row(top - 1), rows.row(top),
+                                rows.row(top + 1), rows.row(top + 2), rows.row(top + 3)},
+                               {task_.target.row(y),
+                                y + 1 < end ? task_.target.row(y + 1) : scratch.spareTarget()},
+                               task_.source.width};
+            interpolateRows(pair, task_.layout);
+        }
+    }
+
+private:
+    const Task& task_;
+    BandScratch* scratches_;
+};
+
+std::optional<Task> checkedTask(const ZelImage& source, const ZelImage& target)
+{
+    const bool isMono = ZelPixel::family(source.pixelType) == ZelPixel::kFamilyMono;
+    const ZelPixelType type = isMono ? source.mosaic : source.pixelType;
+    const bool toRgb = target.pixelType == ZelPixel::kRGB8;
+    const std::optional<SourcePlane> from = sourcePlane(source);
+    const std::optional<TargetPlane> into = targetPlane(target);
+    if (!isUnpackedBayer(type) || (!toRgb && target.pixelType != ZelPixel::kBGR8) || !from ||
+        !into || !sameSize(source, target) ||
+        from->bytesPerPixel != ZelPixel::storedBits(type) / 8U) {
+        return std::nullopt;
+    }
+    const BayerOrder order = bayerOrder(type);
+    const unsigned bits = ZelPixel::depth(type);
+    return Task{*from, *into, SampleFormat{from->bytesPerPixel, bits > 10 ? bits - 10 : 0},
+                MosaicLayout{order.chromaPhase, order.redFirst == toRgb, bits > 8 ? 10U : 8U}};
+}
+
+} // namespace
+
+struct ZelBayer {
+    BandPool pool;
+    std::array<BandScratch, kMaxThreads> scratches;
+
+    // Threads for which there is work and memory; 0 for want of memory.
+    std::size_t prepareThreads(const SourcePlane& mosaic)
+    {
+        const std::size_t useful =
+            std::min(mosaic.width * mosaic.height / kPixelsPerThread, kMaxThreads);
+        const std::size_t wanted = useful > 1 ? std::min(useful, usableProcessors()) : 1;
+        std::size_t ready = 0;
+        while (ready < wanted && scratches[ready].reserve(mosaic.width)) {
+            ++ready;
+        }
+        return ready;
+    }
+};
+
+ZelBayer* ZelBayer_CreateComponent() { return new (std::nothrow) ZelBayer; }
+
+ZelCamErr ZelBayer_ConvertImage(ZelBayer* bayer, const ZelImage* source, ZelImage* target)
+{
+    if (bayer == nullptr || source == nullptr || target == nullptr) {
+        return ZelErr::kInvalidArgument;
+    }
+    const std::optional<Task> task = checkedTask(*source, *target);
+    if (!task) {
+        return ZelErr::kInvalidArgument;
+    }
+    const std::size_t threads = bayer->prepareThreads(task->source);
+    if (threads == 0) {
+        return ZelErr::kGenTLOutOfMemory;
+    }
+    DemosaicBands bands(*task, bayer->scratches.data());
+    bayer->pool.run(bands, bands.count(), threads);
+    return ZelErr::kOk;
+}
+
+void ZelBayer_DeleteComponent(ZelBayer* bayer) { delete bayer; }
