@@ -1,0 +1,48 @@
+"""What all Python tests share: the watched standard streams and programs in their own process."""
+
+import os
+import subprocess
+import sys
+
+import pytest
+
+
+def pytest_configure(config):
+    config.addinivalue_line("markers", "long: takes long; runs only with run_suite.py --long")
+
+
+def pytest_collection_modifyitems(items):
+    if not os.environ.get("ZELCAM_LONG_TESTS"):
+        for item in items:
+            if item.get_closest_marker("long"):
+                item.add_marker(pytest.mark.skip(reason="takes long; run with --long"))
+
+
+@pytest.fixture(autouse=True)
+def messages(capfdbinary):
+    """messages() returns the bytes on standard error since the last look. Nothing may ever be
+    written to standard output, and what no test looked at may not have been written at all."""
+
+    def take():
+        out, err = capfdbinary.readouterr()
+        assert out == b"", "written to standard output"
+        return err
+
+    yield take
+    assert take() == b"", "written to standard error and not expected"
+
+
+@pytest.fixture
+def run_program(tmp_path):
+    """Runs a Python program in an interpreter of its own; its exit code must be `code`."""
+
+    def run(source, code=0, timeout=60, python=sys.executable, **environment):
+        path = tmp_path / "program.py"
+        path.write_text(source)
+        result = subprocess.run([python, "-X", "faulthandler", str(path)], timeout=timeout,
+                                stdout=subprocess.PIPE, stderr=subprocess.PIPE,
+                                env=dict(os.environ, **environment), cwd=str(tmp_path))
+        assert result.returncode == code, result.stderr.decode(errors="replace")
+        return result
+
+    return run

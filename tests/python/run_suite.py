@@ -1,0 +1,84 @@
+"""Runs the Python tests of a build: python run_suite.py --build DIR [--python PY] [--long] [...]
+
+The suites are tests/python/double (over scripted libraries, which stand in front of the real ones)
+and tests/python/simulator (over the real libraries and their simulated cameras). Further arguments
+go to pytest. The exit code is 0 only if every suite ran and passed.
+"""
+
+import argparse
+import os
+import pathlib
+import subprocess
+import sys
+
+HERE = pathlib.Path(__file__).resolve().parent
+DEBIAN_PACKAGES = pathlib.Path("/usr/lib/python3/dist-packages")
+# Debian's pytest is pure Python and runs under every CPython when only these are on the path.
+PYTEST_PARTS = ["pytest", "_pytest", "pluggy", "iniconfig", "packaging", "attr", "attrs", "py",
+                "exceptiongroup", "tomli", "typing_extensions.py"]
+
+
+def cache_value(build, name, default):
+    for line in (build / "CMakeCache.txt").read_text().splitlines():
+        if line.startswith(name + ":"):
+            return line.split("=", 1)[1] or default
+    return default
+
+
+def pytest_links(build):
+    folder = build / "pytest-links"
+    folder.mkdir(exist_ok=True)
+    for part in PYTEST_PARTS:
+        source, link = DEBIAN_PACKAGES / part, folder / part
+        if source.exists() and not link.exists():
+            link.symlink_to(source)
+    return folder
+
+
+def sanitizer_environment(build):
+    """A sanitized extension in a plain interpreter wants the runtime to be loaded first."""
+    kind = cache_value(build, "ZEL_SANITIZE", "")
+    names = {"address": "libasan.so", "thread": "libtsan.so"}
+    wanted = [library for word, library in names.items() if word in kind]
+    if not wanted:
+        return {}
+    found = [subprocess.run(["gcc", "-print-file-name=" + name], stdout=subprocess.PIPE, text=True,
+                            check=True).stdout.strip() for name in wanted + ["libstdc++.so.6"]]
+    return {"LD_PRELOAD": ":".join(found), "ZELCAM_TEST_SANITIZED": kind,
+            "ASAN_OPTIONS": "detect_leaks=0:" + os.environ.get("ASAN_OPTIONS", "")}
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
+    parser.add_argument("--build", default="build", type=pathlib.Path)
+    parser.add_argument("--python", help="default: the interpreter the build was made for")
+    parser.add_argument("--suite", choices=["double", "simulator"], action="append")
+    parser.add_argument("--long", action="store_true", help="also the tests that take long")
+    options, pytest_arguments = parser.parse_known_args()
+    build = options.build.resolve()
+    python = options.python or cache_value(build, "ZEL_PYTHON", sys.executable)
+
+    status, suites = 0, 0
+    for suite in options.suite or ["double", "simulator"]:
+        if not list((HERE / suite).glob("test_*.py")):
+            continue
+        suites += 1
+        environment = dict(os.environ, PYTHONDONTWRITEBYTECODE="1", ZELCAM_TEST_BUILD=str(build))
+        environment.update(sanitizer_environment(build))
+        environment["PYTHONPATH"] = os.pathsep.join([str(build / "python"), str(pytest_links(build))])
+        environment["ZELCAM_LONG_TESTS"] = "1" if options.long else ""
+        environment.pop("LD_LIBRARY_PATH", None)
+        if suite == "double":
+            environment["LD_LIBRARY_PATH"] = str(build / "double")
+        command = [python, "-X", "faulthandler", "-m", "pytest", "-q", "-rs", "-p",
+                   "no:cacheprovider", "--rootdir", str(HERE), str(HERE / suite)]
+        print("== %s suite" % suite, flush=True)
+        status |= subprocess.run(command + pytest_arguments, env=environment, cwd=str(build)).returncode
+    if suites == 0:
+        print("run_suite.py: there is no suite to run", file=sys.stderr)
+        return 1
+    return 1 if status else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
