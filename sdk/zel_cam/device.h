@@ -17,6 +17,11 @@ namespace ZelCam
 class DeviceInfo;
 class Stream;
 
+/// Id of the event that tells that the device is gone (unplugged, or control of it lost). Its data
+/// is the reason, a ZelCamErr. Above the 16 bits with which cameras number their events. It comes
+/// once per opening; afterwards every operation but Release answers with the reason.
+constexpr long kEventDeviceLost = 0x10001;
+
 /// Receives an event of a device: `size` bytes at `data`, valid during the call, and the context of
 /// the registration. Comes on a delivery thread that holds no lock of the SDK, so it may call any
 /// SDK operation; it may throw, the delivering thread survives it.
@@ -45,11 +50,16 @@ public:
                                std::int64_t* written) = 0;
     virtual void reserved7() {}
     /// Slot 8. From now on events with this id are delivered to `callback` with `context`. Several
-    /// ids may share a callback; registering the same triple again changes nothing.
+    /// ids may share a callback; registering the same triple again changes nothing. Registrations
+    /// end with Release. Events come in their order, one at a time; up to 250,000 wait for a slow
+    /// callback. Before the callback runs, the event's data can be read as camera parameters.
     virtual ZelCamErr RegisterEvent(long eventId, EventCallback callback, void* context) = 0;
     virtual void reserved9() {}
-    /// Slot 10. Ends a registration. When it returns on another thread than the delivering one, the
-    /// callback is not running and will not run again for this registration.
+    /// Slot 10. Ends a registration; -1007 when there is none. No call of the callback begins for
+    /// it afterwards. A call that is running on the delivery thread is awaited, but for at most
+    /// 50 ms: it may itself be waiting for a lock of the caller (an interpreter's, say). A callback
+    /// whose context can go away therefore checks it under such a lock of its own. Called from
+    /// inside the callback, it does not wait. The same holds for Release.
     virtual ZelCamErr UnRegisterEvent(long eventId, EventCallback callback, void* context) = 0;
     /// Slot 11. Parameters of the transport (host side); `err` (may be null) receives the code.
     virtual ZelGenParam::Array* GetTransportParameters(ZelCamErr* err) = 0;

@@ -1,0 +1,106 @@
+// All buffers of one stream: where each of them is, and the queue of those that are filled.
+#pragma once
+
+#include "core/buffer_impl.h"
+#include "core/interruptible_condition.h"
+
+#include <array>
+#include <deque>
+#include <memory>
+#include <unordered_map>
+#include <vector>
+
+namespace core
+{
+
+/// Frame geometry from the camera's features, for transports that do not tell it.
+struct FrameGeometry {
+    std::uint64_t width = 0;
+    std::uint64_t height = 0;
+    std::int64_t xOffset = 0;
+    std::int64_t yOffset = 0;
+    std::uint32_t pixelFormat = 0;
+};
+
+/// Counters of one acquisition, and how many buffers are where.
+struct BufferCounters {
+    std::uint64_t delivered = 0; ///< Frames put into the ready queue.
+    std::uint64_t incomplete = 0;
+    std::uint64_t announced = 0;
+    std::uint64_t queued = 0;
+    std::uint64_t ready = 0;
+};
+
+/// Buffer states and the ready queue of a stream. Thread safe; one lock, held for moments only and
+/// never while the transport is called. Shells are kept and used again.
+class BufferPool
+{
+public:
+    using State = BufferImpl::State;
+
+    /// A new idle buffer with memory; null when there is no memory.
+    BufferImpl* create(std::size_t size, std::uint64_t alignment, bool ofQueue);
+    /// Takes the memory away and forgets the buffer, which the transport must not have any more.
+    void release(BufferImpl* buffer);
+    /// The buffer behind a pointer from outside, or null when it is none of ours or not announced.
+    BufferImpl* find(const ZelCam::Buffer* buffer);
+    /// All buffers in one of the states.
+    std::vector<BufferImpl*> inState(std::initializer_list<State> states);
+    /// All announced buffers of AllocBufferQueue, or all others.
+    std::vector<BufferImpl*> announced(bool ofQueue);
+    State state(const BufferImpl* buffer);
+    BufferToken token(const BufferImpl* buffer);
+    /// Size of the smallest announced buffer; 0 without one.
+    std::size_t smallest();
+    std::uint64_t queueSize();
+    BufferCounters counters();
+    void resetCounters();
+
+    /// Idle to queued; -1004 when it is in a queue already. To be called before the transport gets
+    /// it, for it may come back at once.
+    ZelCamErr markQueued(BufferImpl* buffer);
+    /// Queued (and, with `readyToo`, ready) to idle, for buffers that the transport gave back.
+    void markIdle(BufferImpl* buffer);
+    void idleAll(bool readyToo);
+    /// Empties the ready queue; the buffers become idle.
+    void discardReady();
+
+    /// From the transport: a buffer came back. Unknown and stale tokens are ignored.
+    void done(BufferToken token, FrameInfo frame);
+    void setGeometry(const FrameGeometry& geometry);
+
+    /// Takes the next filled buffer. Waits until there is one, the deadline passes (-1011), the
+    /// waits are ended (-1012), a signal was handled (-1012) or the stream is broken (its reason).
+    BufferImpl* fetch(std::uint64_t timeoutMs, ZelCamErr* code);
+    /// Ends the fetches that wait now.
+    void endWaits();
+    /// From now on a fetch that finds no frame ends with `reason`. The first reason stays.
+    void setBroken(ZelCamErr reason);
+    /// Ends the waits with -1012 and all later fetches that find no frame with `reason`.
+    void close(ZelCamErr reason);
+    /// Back to life after close(); a pool starts closed.
+    void open();
+    ZelCamErr broken();
+
+private:
+    void complete(FrameInfo& frame, std::size_t memorySize) const;
+    void move(BufferImpl& buffer, State state);
+    BufferImpl* takeReady();
+
+    std::mutex mutex_;
+    InterruptibleCondition arrived_;
+    std::vector<std::unique_ptr<BufferImpl>> shells_;
+    std::vector<BufferImpl*> free_;
+    std::unordered_map<const ZelCam::Buffer*, BufferImpl*> known_;
+    std::unordered_map<BufferToken, BufferImpl*> byToken_;
+    std::deque<BufferImpl*> ready_;
+    std::array<std::uint64_t, 4> inState_{};
+    FrameGeometry geometry_;
+    BufferToken nextToken_ = 1;
+    std::uint64_t delivered_ = 0;
+    std::uint64_t incomplete_ = 0;
+    std::uint64_t cancellations_ = 0;
+    ZelCamErr broken_ = ZelErr::kGenTLInvalidHandle;
+};
+
+} // namespace core

@@ -1,0 +1,39 @@
+// What an acquisition needs of a camera's standard features.
+#pragma once
+
+#include "core/buffer_pool.h"
+#include "zel_err.h"
+
+#include <cstdint>
+
+namespace genapi
+{
+class ParamArray;
+}
+
+namespace core
+{
+
+/// The camera's side of an acquisition, through its parameters. A feature that a camera lacks is
+/// passed over: a frame grabber's camera may have no AcquisitionStart. Holds no lock.
+class CameraControl
+{
+public:
+    explicit CameraControl(genapi::ParamArray& parameters) : parameters_(parameters) {}
+
+    /// TLParamsLocked: keeps what must not change during an acquisition.
+    void lockTransport(bool locked);
+    ZelCamErr start();
+    /// AcquisitionStop; `atOnce`: AcquisitionAbort where the camera has it.
+    ZelCamErr stop(bool atOnce);
+    FrameGeometry geometry();
+    /// PayloadSize, else what the geometry needs, else 0.
+    std::uint64_t payloadSize();
+
+private:
+    ZelCamErr execute(const char* command);
+
+    genapi::ParamArray& parameters_;
+};
+
+} // namespace core

@@ -1,0 +1,374 @@
+// ZelCam::Device over an opened device of any transport.
+#include "core/device_impl.h"
+
+#include "core/device_info_impl.h"
+#include "core/guard.h"
+#include "core/interface_impl.h"
+#include "genapi/configuration_file.h"
+
+#include <algorithm>
+
+namespace core
+{
+
+using Shared = std::shared_lock<std::shared_mutex>;
+using Exclusive = std::unique_lock<std::shared_mutex>;
+using Guard = std::lock_guard<std::mutex>;
+
+namespace
+{
+// Large transfers go in pieces, so that `written` tells how far a failing one came.
+constexpr std::int64_t kPiece = 64 * 1024;
+} // namespace
+
+DeviceImpl::DeviceImpl(DeviceInfoImpl& info)
+    : info_(info), statisticsSource_([this] { return statistics(); })
+{
+}
+
+template <class Body> ZelCamErr DeviceImpl::whileOpen(Body&& body)
+{
+    return guarded([&] {
+        const Shared lock(lifetime_);
+        if (transport_ == nullptr) {
+            return ZelErr::kGenTLInvalidHandle;
+        }
+        const ZelCamErr lost = lost_;
+        return lost == ZelErr::kOk ? body(*transport_) : lost;
+    });
+}
+
+ZelCamErr DeviceImpl::open()
+{
+    const Exclusive lock(lifetime_);
+    if (transport_ != nullptr) {
+        return ZelErr::kGenTLResourceInUse;
+    }
+    std::unique_ptr<TransportDevice> transport;
+    const ZelCamErr code = info_.interface().openDevice(info_.id(), &transport);
+    if (code != ZelErr::kOk || transport == nullptr) {
+        return code != ZelErr::kOk ? code : ZelErr::kUnknown;
+    }
+    transport_ = std::move(transport);
+    lost_ = ZelErr::kOk;
+    const std::uint64_t session = ++session_;
+    {
+        const Guard guard(eventsMutex_);
+        events_ = std::make_shared<EventDispatcher>(
+            [this, session](std::uint64_t id, const void* data, std::size_t size) {
+                publishEvent(session, id, data, size);
+            });
+    }
+    cameraCode_ = camera_.attach({transport_->camera()});
+    attachTransportParameters();
+    open_ = true;
+    transport_->startEvents(this);
+    return ZelErr::kOk;
+}
+
+void DeviceImpl::Release()
+{
+    static_cast<void>(guarded([&] {
+        // Before the exclusive lock: slow operations and callbacks may hold the shared one.
+        for (StreamImpl* const stream : shells()) {
+            stream->endWaits();
+        }
+        if (const auto dispatcher = events()) {
+            dispatcher->close();
+        }
+        const Exclusive lock(lifetime_);
+        if (transport_ == nullptr) {
+            return ZelErr::kGenTLInvalidHandle;
+        }
+        for (StreamImpl* const stream : shells()) {
+            stream->close();
+        }
+        transport_->stopEvents();
+        camera_.detach(ZelErr::kGenTLInvalidHandle);
+        transportParameters_.detach(ZelErr::kGenTLInvalidHandle);
+        transport_.reset();
+        open_ = false;
+        return ZelErr::kOk;
+    }));
+}
+
+std::uint32_t DeviceImpl::GetNumStreams()
+{
+    std::uint32_t count = 0;
+    static_cast<void>(whileOpen([&](TransportDevice& transport) {
+        count = transport.streamCount();
+        return ZelErr::kOk;
+    }));
+    return count;
+}
+
+ZelCam::Stream* DeviceImpl::GetStreamByIndex(std::uint32_t index)
+{
+    ZelCam::Stream* stream = nullptr;
+    static_cast<void>(whileOpen([&](TransportDevice& transport) {
+        if (index < transport.streamCount()) {
+            stream = openStream(index);
+        }
+        return ZelErr::kOk;
+    }));
+    return stream;
+}
+
+ZelCam::Stream* DeviceImpl::GetStreamById(const char* id)
+{
+    ZelCam::Stream* stream = nullptr;
+    static_cast<void>(whileOpen([&](TransportDevice& transport) {
+        const std::uint32_t count = id != nullptr ? transport.streamCount() : 0;
+        for (std::uint32_t index = 0; index < count; ++index) {
+            if (transport.streamId(index) == id) {
+                stream = openStream(index);
+                break;
+            }
+        }
+        return ZelErr::kOk;
+    }));
+    return stream;
+}
+
+ZelCam::DeviceInfo* DeviceImpl::GetInfo() { return &info_; }
+
+ZelCamErr DeviceImpl::ReadMem(std::int64_t address, void* data, std::int64_t length)
+{
+    return whileOpen([&](TransportDevice& transport) {
+        if (address < 0 || length < 0 || (data == nullptr && length > 0)) {
+            return ZelErr::kInvalidArgument;
+        }
+        auto* const bytes = static_cast<unsigned char*>(data);
+        ZelCamErr code = ZelErr::kOk;
+        for (std::int64_t done = 0; done < length && code == ZelErr::kOk; done += kPiece) {
+            code = transport.camera()->read(
+                static_cast<std::uint64_t>(address) + static_cast<std::uint64_t>(done),
+                bytes + done, static_cast<std::size_t>(std::min(kPiece, length - done)));
+        }
+        return code;
+    });
+}
+
+ZelCamErr DeviceImpl::WriteMem(std::int64_t address, const void* data, std::int64_t length,
+                               std::int64_t* written)
+{
+    std::int64_t done = 0;
+    const ZelCamErr result = whileOpen([&](TransportDevice& transport) {
+        if (address < 0 || length < 0 || (data == nullptr && length > 0)) {
+            return ZelErr::kInvalidArgument;
+        }
+        const auto* const bytes = static_cast<const unsigned char*>(data);
+        while (done < length) {
+            const std::int64_t piece = std::min(kPiece, length - done);
+            const ZelCamErr code = transport.camera()->write(
+                static_cast<std::uint64_t>(address) + static_cast<std::uint64_t>(done),
+                bytes + done, static_cast<std::size_t>(piece));
+            if (code != ZelErr::kOk) {
+                return code;
+            }
+            done += piece;
+        }
+        return ZelErr::kOk;
+    });
+    if (done > 0) {
+        camera_.invalidate("");
+    }
+    if (written != nullptr) {
+        *written = done;
+    }
+    return result;
+}
+
+ZelCamErr DeviceImpl::RegisterEvent(long eventId, ZelCam::EventCallback callback, void* context)
+{
+    return whileOpen([&](TransportDevice& /*transport*/) {
+        if (callback == nullptr) {
+            return ZelErr::kInvalidArgument;
+        }
+        events()->add(eventId, callback, context);
+        return ZelErr::kOk;
+    });
+}
+
+ZelCamErr DeviceImpl::UnRegisterEvent(long eventId, ZelCam::EventCallback callback, void* context)
+{
+    // Not under the device's lock: it may wait for a callback that wants to use the device.
+    return guarded([&] {
+        const std::shared_ptr<EventDispatcher> dispatcher = events();
+        if (dispatcher == nullptr) {
+            return ZelErr::kGenTLInvalidHandle;
+        }
+        return dispatcher->remove(eventId, callback, context) ? ZelErr::kOk
+                                                              : ZelErr::kGenTLInvalidId;
+    });
+}
+
+ZelGenParam::Array* DeviceImpl::GetTransportParameters(ZelCamErr* err)
+{
+    const ZelCamErr code = whileOpen([](TransportDevice& /*transport*/) { return ZelErr::kOk; });
+    report(err, code);
+    return code == ZelErr::kOk ? &transportParameters_ : nullptr;
+}
+
+ZelGenParam::Array* DeviceImpl::GetCameraParameters(ZelCamErr* err)
+{
+    const ZelCamErr code =
+        whileOpen([this](TransportDevice& /*transport*/) { return cameraCode_; });
+    report(err, code);
+    return code == ZelErr::kOk ? &camera_ : nullptr;
+}
+
+ZelCamErr DeviceImpl::SaveConfiguration(const char* fileName)
+{
+    return whileOpen([&](TransportDevice& /*transport*/) {
+        return genapi::saveConfiguration(camera_, info_.identity(), fileName);
+    });
+}
+
+ZelCamErr DeviceImpl::LoadConfiguration(const char* fileName)
+{
+    return whileOpen([&](TransportDevice& /*transport*/) {
+        return genapi::loadConfiguration(camera_, fileName);
+    });
+}
+
+void DeviceImpl::releaseStream(StreamImpl& stream)
+{
+    stream.endWaits();
+    const Shared lock(lifetime_);
+    const Guard guard(streamsMutex_);
+    if (transport_ == nullptr || !stream.isOpen()) {
+        return;
+    }
+    // The stream's modules leave the parameters before they go.
+    stream.breakOff(ZelErr::kGenTLInvalidHandle);
+    attachTransportParameters(&stream);
+    stream.close();
+}
+
+void DeviceImpl::publishChunks(BufferImpl& buffer)
+{
+    const std::vector<ChunkPlace> chunks = buffer.chunks();
+    if (chunks.empty()) {
+        return;
+    }
+    const auto* const base = static_cast<const unsigned char*>(buffer.GetBufferPtr());
+    for (const ChunkPlace& chunk : chunks) {
+        camera_.setChunkData(chunk.id, base + chunk.offset, chunk.size);
+    }
+}
+
+void DeviceImpl::event(std::uint64_t eventId, const void* data, std::size_t size)
+{
+    if (const auto dispatcher = events()) {
+        dispatcher->post(eventId, data, size);
+    }
+}
+
+void DeviceImpl::featureInvalidated(const std::string& name)
+{
+    camera_.invalidate(name);
+    transportParameters_.invalidate(name);
+}
+
+void DeviceImpl::deviceLost(ZelCamErr reason)
+{
+    ZelCamErr none = ZelErr::kOk;
+    if (!lost_.compare_exchange_strong(none, reason)) {
+        return;
+    }
+    for (StreamImpl* const stream : shells()) {
+        stream->breakOff(reason);
+    }
+    event(static_cast<std::uint64_t>(ZelCam::kEventDeviceLost), &reason, sizeof reason);
+}
+
+ZelCam::Stream* DeviceImpl::openStream(std::uint32_t index)
+{
+    const Guard guard(streamsMutex_);
+    StreamImpl* stream = nullptr;
+    {
+        const Guard shells(shellsMutex_);
+        while (streams_.size() <= index) {
+            streams_.push_back(
+                std::make_unique<StreamImpl>(*this, static_cast<std::uint32_t>(streams_.size())));
+        }
+        stream = streams_[index].get();
+    }
+    if (stream->isOpen()) {
+        return stream;
+    }
+    const ZelCamErr code = stream->open(*transport_);
+    if (code != ZelErr::kOk) {
+        base::log(base::LogChannel::Backend, "stream %u cannot be opened: %d", index, code);
+        return nullptr;
+    }
+    if (const ZelCamErr lost = lost_; lost != ZelErr::kOk) {
+        stream->breakOff(lost); // The news may have come before the stream was there.
+    }
+    attachTransportParameters();
+    return stream;
+}
+
+// The counters come first and are the same everywhere, then the device's modules, then those of the
+// open streams.
+void DeviceImpl::attachTransportParameters(const StreamImpl* without)
+{
+    std::vector<genapi::FeatureSource*> sources = {&statisticsSource_};
+    for (genapi::FeatureSource* const source : transport_->transportFeatures()) {
+        sources.push_back(source);
+    }
+    for (StreamImpl* const stream : shells()) {
+        if (stream != without) {
+            for (genapi::FeatureSource* const source : stream->features()) {
+                sources.push_back(source);
+            }
+        }
+    }
+    static_cast<void>(transportParameters_.attach(sources));
+}
+
+void DeviceImpl::publishEvent(std::uint64_t session, std::uint64_t id, const void* data,
+                              std::size_t size)
+{
+    const Shared lock(lifetime_);
+    if (transport_ == nullptr || session != session_) {
+        return;
+    }
+    if (id == static_cast<std::uint64_t>(ZelCam::kEventDeviceLost)) {
+        camera_.detach(lost_);
+        transportParameters_.detach(lost_);
+        return;
+    }
+    camera_.setEventData(id, data, size);
+}
+
+std::shared_ptr<EventDispatcher> DeviceImpl::events()
+{
+    const Guard guard(eventsMutex_);
+    return events_;
+}
+
+// Called under the transport parameters' lock.
+StreamStatistics DeviceImpl::statistics()
+{
+    StreamStatistics statistics;
+    for (StreamImpl* const stream : shells()) {
+        stream->addTo(statistics);
+    }
+    return statistics;
+}
+
+// The shells live as long as the device, so the pointers stay good without the lock.
+std::vector<StreamImpl*> DeviceImpl::shells()
+{
+    const Guard guard(shellsMutex_);
+    std::vector<StreamImpl*> result;
+    result.reserve(streams_.size());
+    for (const auto& stream : streams_) {
+        result.push_back(stream.get());
+    }
+    return result;
+}
+
+} // namespace core

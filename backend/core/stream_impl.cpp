@@ -1,0 +1,444 @@
+// ZelCam::Stream over a stream of any transport.
+#include "core/stream_impl.h"
+
+#include "core/device_impl.h"
+#include "core/guard.h"
+
+#include <sys/sysinfo.h>
+
+#include <algorithm>
+
+namespace core
+{
+
+using Guard = std::lock_guard<std::mutex>;
+using State = BufferImpl::State;
+
+namespace
+{
+
+constexpr std::int64_t kStopAtOnce = 1;
+constexpr std::uint64_t kMaxBuffers = 65'536;
+
+// More than the machine has would only fail later, when the frames arrive.
+bool fitsMemory(std::uint64_t count, std::uint64_t size)
+{
+    struct sysinfo info = {};
+    sysinfo(&info);
+    const std::uint64_t memory = std::uint64_t{info.totalram} * info.mem_unit;
+    return count <= kMaxBuffers && size > 0 && count <= memory / size;
+}
+
+} // namespace
+
+StreamImpl::StreamImpl(DeviceImpl& device, std::uint32_t index)
+    : device_(device), index_(index), camera_(device.cameraParameters())
+{
+}
+
+template <class Body> ZelCamErr StreamImpl::whileOpen(Body&& body)
+{
+    return guarded([&] {
+        const Guard guard(control_);
+        return transport_ != nullptr ? body(*transport_) : ZelErr::kGenTLInvalidHandle;
+    });
+}
+
+template <class Body> std::uint64_t StreamImpl::ask(Body&& body)
+{
+    std::uint64_t answer = 0;
+    static_cast<void>(whileOpen([&](TransportStream& transport) {
+        answer = body(transport);
+        return ZelErr::kOk;
+    }));
+    return answer;
+}
+
+void StreamImpl::Release()
+{
+    static_cast<void>(guarded([&] {
+        device_.releaseStream(*this);
+        return ZelErr::kOk;
+    }));
+}
+
+ZelCam::Buffer* StreamImpl::CreateBuffer(std::int64_t size, void* /*userPointer*/, ZelCamErr* err)
+{
+    BufferImpl* buffer = nullptr;
+    report(err, whileOpen([&](TransportStream& transport) {
+               if (size <= 0) {
+                   return ZelErr::kGenTLInvalidParameter;
+               }
+               ZelCamErr code = ZelErr::kOk;
+               buffer = announce(transport, static_cast<std::uint64_t>(size), false, &code);
+               return code;
+           }));
+    return buffer;
+}
+
+ZelCamErr StreamImpl::RevokeBuffer(ZelCam::Buffer* buffer)
+{
+    return whileOpen([&](TransportStream& transport) {
+        if (buffer == nullptr) {
+            return ZelErr::kGenTLInvalidParameter;
+        }
+        BufferImpl* const known = pool_.find(buffer);
+        if (known == nullptr) {
+            return ZelErr::kGenTLInvalidBuffer;
+        }
+        if (pool_.state(known) != State::Idle) {
+            return ZelErr::kGenTLBusy;
+        }
+        revoke(transport, known);
+        return ZelErr::kOk;
+    });
+}
+
+ZelCamErr StreamImpl::QueueBuffer(ZelCam::Buffer* buffer)
+{
+    return whileOpen([&](TransportStream& transport) {
+        if (buffer == nullptr) {
+            return ZelErr::kGenTLInvalidParameter;
+        }
+        BufferImpl* const known = pool_.find(buffer);
+        return known != nullptr ? queue(transport, known) : ZelErr::kGenTLInvalidBuffer;
+    });
+}
+
+ZelCam::Buffer* StreamImpl::GetBuffer(std::uint64_t timeoutMs, ZelCamErr* err)
+{
+    BufferImpl* buffer = nullptr;
+    report(err, guarded([&] {
+               ZelCamErr code = ZelErr::kOk;
+               buffer = pool_.fetch(timeoutMs, &code);
+               if (buffer != nullptr) {
+                   device_.publishChunks(*buffer);
+               }
+               return code;
+           }));
+    return buffer;
+}
+
+ZelCamErr StreamImpl::CancelBuffer()
+{
+    return guarded([&] {
+        pool_.endWaits();
+        return pool_.broken();
+    });
+}
+
+ZelCamErr StreamImpl::FlushBuffers(std::int64_t mode)
+{
+    return whileOpen([&](TransportStream& transport) {
+        ZelCamErr code = ZelErr::kOk;
+        switch (mode) {
+        case ZelCam::kFlushOutputDiscard:
+            pool_.discardReady();
+            return code;
+        case ZelCam::kFlushAllToInput:
+            pool_.discardReady();
+            return queueIdle(transport);
+        case ZelCam::kFlushUnqueuedToInput:
+            return queueIdle(transport);
+        case ZelCam::kFlushAllDiscard:
+            code = transport.discardAll();
+            pool_.idleAll(true);
+            return code;
+        default:
+            return ZelErr::kGenTLInvalidParameter;
+        }
+    });
+}
+
+ZelCamErr StreamImpl::StartAcquisition(std::uint64_t frames, std::int64_t /*flags*/)
+{
+    return whileOpen([&](TransportStream& transport) {
+        if (frames == 0) {
+            return ZelErr::kGenTLInvalidParameter;
+        }
+        if (acquiring_) {
+            return ZelErr::kGenTLResourceInUse;
+        }
+        if (const ZelCamErr broken = pool_.broken(); broken != ZelErr::kOk) {
+            return broken;
+        }
+        const ZelCamErr code = checkBuffers(transport);
+        return code == ZelErr::kOk ? start(transport, frames) : code;
+    });
+}
+
+ZelCamErr StreamImpl::StopAcquisition(std::int64_t flags)
+{
+    if (acquiring_) {
+        pool_.endWaits(); // Before the camera has had time to answer.
+    }
+    return whileOpen([&](TransportStream& transport) {
+        return acquiring_ ? stop(transport, flags == kStopAtOnce) : ZelErr::kGenTLResourceInUse;
+    });
+}
+
+ZelCamErr StreamImpl::AllocBufferQueue(void* /*userPointer*/, std::uint64_t count)
+{
+    return whileOpen([&](TransportStream& transport) {
+        if (count == 0) {
+            return ZelErr::kGenTLInvalidParameter;
+        }
+        if (acquiring_) {
+            return ZelErr::kGenTLResourceInUse;
+        }
+        const std::uint64_t size = payloadSize(transport);
+        if (size == 0) {
+            return ZelErr::kGenTLNotAvailable;
+        }
+        if (!fitsMemory(count, size)) {
+            return ZelErr::kGenTLOutOfMemory;
+        }
+        emptyQueue(transport);
+        const ZelCamErr code = fillQueue(transport, count, size);
+        if (code != ZelErr::kOk) {
+            emptyQueue(transport);
+        }
+        return code;
+    });
+}
+
+ZelCamErr StreamImpl::ReleaseBufferQueue()
+{
+    return whileOpen([&](TransportStream& transport) {
+        if (acquiring_) {
+            return ZelErr::kGenTLBusy;
+        }
+        emptyQueue(transport);
+        return ZelErr::kOk;
+    });
+}
+
+std::uint64_t StreamImpl::GetBufferQueueSize()
+{
+    return guardedValue(std::uint64_t{0}, [&] { return pool_.queueSize(); });
+}
+
+std::uint64_t StreamImpl::GetBufferSize()
+{
+    return ask([&](TransportStream& transport) { return payloadSize(transport); });
+}
+
+std::uint64_t StreamImpl::GetMinNumBuffers()
+{
+    return ask([](TransportStream& transport) {
+        return std::max<std::uint64_t>(transport.minBuffers(), 1);
+    });
+}
+
+std::uint64_t StreamImpl::GetBufferAlignment()
+{
+    return ask([](TransportStream& transport) {
+        return std::max<std::uint64_t>(transport.alignment(), 1);
+    });
+}
+
+ZelCamErr StreamImpl::open(TransportDevice& device)
+{
+    const Guard guard(control_);
+    if (transport_ != nullptr) {
+        return ZelErr::kOk;
+    }
+    pool_.open();
+    std::unique_ptr<TransportStream> transport;
+    const ZelCamErr code = device.openStream(index_, this, &transport);
+    if (code != ZelErr::kOk || transport == nullptr) {
+        pool_.close(ZelErr::kGenTLInvalidHandle);
+        return code != ZelErr::kOk ? code : ZelErr::kUnknown;
+    }
+    const Guard counterGuard(counterMutex_);
+    transport_ = std::move(transport);
+    return ZelErr::kOk;
+}
+
+void StreamImpl::close()
+{
+    pool_.close(ZelErr::kGenTLInvalidHandle);
+    const Guard guard(control_);
+    if (transport_ == nullptr) {
+        return;
+    }
+    if (acquiring_) {
+        static_cast<void>(stop(*transport_, true));
+    }
+    static_cast<void>(transport_->discardAll());
+    pool_.idleAll(true);
+    for (BufferImpl* const buffer : pool_.inState({State::Idle})) {
+        revoke(*transport_, buffer);
+    }
+    std::unique_ptr<TransportStream> transport;
+    {
+        const Guard counterGuard(counterMutex_);
+        transport = std::move(transport_);
+    }
+}
+
+bool StreamImpl::isOpen()
+{
+    const Guard guard(control_);
+    return transport_ != nullptr;
+}
+
+std::vector<genapi::FeatureSource*> StreamImpl::features()
+{
+    const Guard guard(control_);
+    return transport_ != nullptr ? transport_->features() : std::vector<genapi::FeatureSource*>();
+}
+
+void StreamImpl::addTo(StreamStatistics& statistics)
+{
+    const BufferCounters buffers = pool_.counters();
+    statistics.delivered += buffers.delivered;
+    statistics.incomplete += buffers.incomplete;
+    statistics.announcedBuffers += buffers.announced;
+    statistics.inputBuffers += buffers.queued;
+    statistics.outputBuffers += buffers.ready;
+    const Guard guard(counterMutex_);
+    if (transport_ != nullptr) {
+        const StreamCounters counters = transport_->counters();
+        statistics.lost += counters.lost;
+        statistics.underruns += counters.underruns;
+    }
+}
+
+void StreamImpl::bufferDone(BufferToken token, FrameInfo info)
+{
+    pool_.done(token, std::move(info));
+}
+
+void StreamImpl::streamBroken(ZelCamErr reason) { pool_.setBroken(reason); }
+
+std::uint64_t StreamImpl::payloadSize(TransportStream& transport)
+{
+    const std::uint64_t size = transport.payloadSize();
+    return size > 0 ? size : camera_.payloadSize();
+}
+
+BufferImpl* StreamImpl::announce(TransportStream& transport, std::uint64_t size, bool ofQueue,
+                                 ZelCamErr* code)
+{
+    BufferImpl* const buffer =
+        fitsMemory(1, size) ? pool_.create(size, transport.alignment(), ofQueue) : nullptr;
+    if (buffer == nullptr) {
+        *code = ZelErr::kGenTLOutOfMemory;
+        return nullptr;
+    }
+    *code = transport.announce(pool_.token(buffer), buffer->GetBufferPtr(), size);
+    if (*code != ZelErr::kOk) {
+        pool_.release(buffer);
+        return nullptr;
+    }
+    return buffer;
+}
+
+ZelCamErr StreamImpl::queue(TransportStream& transport, BufferImpl* buffer)
+{
+    if (const ZelCamErr code = pool_.markQueued(buffer); code != ZelErr::kOk) {
+        return code;
+    }
+    const ZelCamErr code = transport.queue(pool_.token(buffer));
+    if (code != ZelErr::kOk) {
+        pool_.markIdle(buffer);
+    }
+    return code;
+}
+
+// All idle buffers, those that the user holds included; goes on after a failure.
+ZelCamErr StreamImpl::queueIdle(TransportStream& transport)
+{
+    ZelCamErr first = ZelErr::kOk;
+    for (BufferImpl* const buffer : pool_.inState({State::Idle})) {
+        const ZelCamErr code = queue(transport, buffer);
+        first = first == ZelErr::kOk ? code : first;
+    }
+    return first;
+}
+
+void StreamImpl::revoke(TransportStream& transport, BufferImpl* buffer)
+{
+    static_cast<void>(transport.revoke(pool_.token(buffer)));
+    pool_.release(buffer);
+}
+
+ZelCamErr StreamImpl::fillQueue(TransportStream& transport, std::uint64_t count, std::uint64_t size)
+{
+    ZelCamErr code = ZelErr::kOk;
+    for (std::uint64_t i = 0; i < count && code == ZelErr::kOk; ++i) {
+        BufferImpl* const buffer = announce(transport, size, true, &code);
+        if (buffer != nullptr) {
+            code = queue(transport, buffer);
+        }
+    }
+    return code;
+}
+
+// The transport gives back all buffers at once or none, so those that the user made are queued
+// again.
+void StreamImpl::emptyQueue(TransportStream& transport)
+{
+    const std::vector<BufferImpl*> ours = pool_.announced(true);
+    if (ours.empty()) {
+        return;
+    }
+    static_cast<void>(transport.discardAll());
+    std::vector<BufferImpl*> others;
+    for (BufferImpl* const buffer : pool_.announced(false)) {
+        if (pool_.state(buffer) == State::Queued) {
+            others.push_back(buffer);
+        }
+    }
+    pool_.idleAll(false);
+    for (BufferImpl* const buffer : ours) {
+        revoke(transport, buffer);
+    }
+    for (BufferImpl* const buffer : others) {
+        static_cast<void>(queue(transport, buffer));
+    }
+}
+
+ZelCamErr StreamImpl::checkBuffers(TransportStream& transport)
+{
+    const std::uint64_t least = std::max<std::uint64_t>(transport.minBuffers(), 1);
+    if (pool_.counters().announced < least) {
+        return ZelErr::kGenTLInvalidBuffer;
+    }
+    return pool_.smallest() < payloadSize(transport) ? ZelErr::kGenTLBufferTooSmall : ZelErr::kOk;
+}
+
+ZelCamErr StreamImpl::start(TransportStream& transport, std::uint64_t frames)
+{
+    pool_.setGeometry(camera_.geometry());
+    pool_.resetCounters();
+    camera_.lockTransport(true);
+    ZelCamErr code = transport.start(frames);
+    if (code == ZelErr::kOk) {
+        acquiring_ = true;
+        code = camera_.start();
+        if (code == ZelErr::kOk) {
+            return code;
+        }
+        acquiring_ = false;
+        static_cast<void>(transport.stop(true));
+    }
+    camera_.lockTransport(false);
+    return code;
+}
+
+ZelCamErr StreamImpl::stop(TransportStream& transport, bool atOnce)
+{
+    const ZelCamErr cameraCode = camera_.stop(atOnce);
+    const ZelCamErr hostCode = transport.stop(atOnce);
+    camera_.lockTransport(false);
+    acquiring_ = false;
+    pool_.endWaits(); // Of those that began while the camera was stopping.
+    if (pool_.broken() != ZelErr::kOk) {
+        return ZelErr::kOk; // Nothing is left to be stopped on the other side.
+    }
+    return hostCode != ZelErr::kOk ? hostCode : cameraCode;
+}
+
+} // namespace core
