@@ -1,0 +1,49 @@
+// One network adapter as a transport interface.
+#pragma once
+
+#include "core/transport.h"
+#include "vision/gvcp_packet.h"
+#include "vision/network_adapter.h"
+#include "vision/table_source.h"
+
+#include <map>
+#include <mutex>
+
+namespace vision
+{
+
+/// GigE Vision devices behind one network adapter: discovery, access status, ForceIP and opening
+/// with our own control packets, bound to the adapter's address. Thread safe.
+class GigeInterface final : public core::TransportInterface
+{
+public:
+    explicit GigeInterface(NetworkAdapter adapter);
+
+    /// The adapter's address may change while the process runs.
+    void setAdapter(const NetworkAdapter& adapter);
+
+    std::string id() override;
+    std::string description() override;
+    std::int32_t type() override;
+    genapi::FeatureSource* features() override { return &features_; }
+    ZelCamErr updateDevices(std::uint64_t timeoutMs,
+                            std::vector<core::DeviceDescription>* devices) override;
+    std::int32_t accessStatus(const std::string& id) override;
+    ZelCamErr ipSettings(const std::string& id, core::IpSettings* settings) override;
+    ZelCamErr forceIp(const std::string& id, const core::IpSettings& settings) override;
+    ZelCamErr openDevice(const std::string& id,
+                         std::unique_ptr<core::TransportDevice>* device) override;
+
+private:
+    NetworkAdapter adapter();
+    void declareFeatures();
+    bool find(const std::string& id, gvcp::DiscoveryRecord* record);
+
+    std::mutex mutex_; ///< Guards adapter_ and devices_.
+    NetworkAdapter adapter_;
+    const std::string name_;
+    std::map<std::string, gvcp::DiscoveryRecord> devices_; ///< By device id, last enumeration.
+    TableSource features_;
+};
+
+} // namespace vision

@@ -1,0 +1,55 @@
+// Features that we declare ourselves, as a source of a node map.
+#pragma once
+
+#include "genapi/feature_source.h"
+#include "simulator/feature_table.h"
+
+#include <mutex>
+#include <string>
+
+namespace vision
+{
+
+/// A feature table behind one lock. Fill table(), finish() it, then hand the source out.
+class TableSource final : public genapi::FeatureSource
+{
+public:
+    /// `model` is the name of the module in its description, a C identifier.
+    TableSource(const std::string& model, const std::string& toolTip)
+        : table_(identity(model, toolTip), 0x1000)
+    {
+    }
+
+    simulator::FeatureTable& table() { return table_; }
+
+    ZelCamErr description(std::string* document) override
+    {
+        *document = table_.xml();
+        return ZelErr::kOk;
+    }
+    ZelCamErr read(std::uint64_t address, void* data, std::size_t size) override
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        return table_.read(address, data, size);
+    }
+    ZelCamErr write(std::uint64_t address, const void* data, std::size_t size) override
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        return table_.write(address, data, size);
+    }
+
+private:
+    static simulator::ModuleIdentity identity(const std::string& model, const std::string& toolTip)
+    {
+        simulator::ModuleIdentity identity;
+        identity.vendor = "Zelcam";
+        identity.model = model;
+        identity.toolTip = toolTip;
+        return identity;
+    }
+
+    std::mutex mutex_;
+    simulator::FeatureTable table_;
+};
+
+} // namespace vision

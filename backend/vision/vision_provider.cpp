@@ -1,0 +1,35 @@
+#include "vision/vision_provider.h"
+
+#include <set>
+
+namespace vision
+{
+
+std::vector<core::TransportInterface*> VisionProvider::updateInterfaces()
+{
+    const std::lock_guard<std::mutex> lock(mutex_);
+    std::vector<core::TransportInterface*> interfaces;
+    std::set<std::string> listed;
+    for (const NetworkAdapter& adapter : networkAdapters()) {
+        // An adapter with several addresses is one interface, at its first address.
+        if (!listed.insert(adapter.name).second) {
+            continue;
+        }
+        std::unique_ptr<GigeInterface>& known = adapters_[adapter.name];
+        if (known == nullptr) {
+            known = std::make_unique<GigeInterface>(adapter);
+        } else {
+            known->setAdapter(adapter);
+        }
+        interfaces.push_back(known.get());
+    }
+    if (usbAllowed()) {
+        if (usb_ == nullptr) {
+            usb_ = std::make_unique<UsbInterface>();
+        }
+        interfaces.push_back(usb_.get());
+    }
+    return interfaces;
+}
+
+} // namespace vision

@@ -1,0 +1,376 @@
+#include "vision/vision_stream.h"
+
+#include "base/log.h"
+#include "vision/chunk_trailer.h"
+#include "vision/socket_buffer.h"
+
+#include <algorithm>
+
+namespace vision
+{
+
+namespace
+{
+
+using simulator::FeatureValue;
+
+// Frames wait here while the script is busy; asked for before the first packet comes.
+constexpr std::int64_t kSocketBuffer = 16 << 20;
+
+core::BufferToken tokenOf(ArvBuffer* buffer)
+{
+    return static_cast<core::BufferToken>(
+        reinterpret_cast<std::uintptr_t>(arv_buffer_get_user_data(buffer)));
+}
+
+/// Bytes of the image by its own description; PFNC codes carry the bits per pixel.
+std::uint64_t imageBytes(const core::FrameInfo& info)
+{
+    const std::uint64_t bits = (info.pixelFormat >> 16U) & 0xFFU;
+    return (info.width * info.height * bits + 7) / 8 +
+           static_cast<std::uint64_t>(info.xPadding) * info.height;
+}
+
+} // namespace
+
+VisionStream::VisionStream(ArvDevice* device, core::StreamSink* sink, std::function<void()> closed)
+    : device_(device), sink_(sink), closed_(std::move(closed)), socketBuffer_(kSocketBuffer),
+      features_("VisionStream", "Data stream")
+{
+    declareFeatures();
+}
+
+VisionStream::~VisionStream()
+{
+    dropReceiver();
+    closed_();
+}
+
+void VisionStream::declareFeatures()
+{
+    simulator::FeatureTable& table = features_.table();
+    const auto flag = [this](std::atomic<bool>* option) {
+        return [this, option](std::size_t, const FeatureValue& value) {
+            *option = std::get<std::int64_t>(value) != 0;
+            optionsChanged_ = true;
+            return std::int32_t{0};
+        };
+    };
+    const auto number = [this](std::atomic<std::int64_t>* option) {
+        return [this, option](std::size_t, const FeatureValue& value) {
+            *option = std::get<std::int64_t>(value);
+            optionsChanged_ = true;
+            return std::int32_t{0};
+        };
+    };
+    table.category("StreamReceiver", "How frames are received; takes effect at the next start.");
+    if (ARV_IS_GV_DEVICE(device_)) {
+        table.boolean("StreamPacketResend", "Missing packets are asked for again.")
+            .value(std::int64_t{1})
+            .onWrite(flag(&packetResend_));
+        table
+            .boolean("StreamPacketSocket",
+                     "Packets are taken in front of the network stack where that is permitted: "
+                     "nothing is lost at high rates, but a start takes longer.")
+            .expert()
+            .value(std::int64_t{1})
+            .onWrite(flag(&packetSocket_));
+        table.integer("StreamSocketBufferSize", "Receive buffer asked from the system.")
+            .unit("B")
+            .expert()
+            .range(std::int64_t{65536}, std::int64_t{1} << 30)
+            .value(kSocketBuffer)
+            .onWrite(number(&socketBuffer_));
+        table.integer("StreamPacketTimeout", "Time after which a missing packet is asked for.")
+            .unit("us")
+            .expert()
+            .range(std::int64_t{0}, std::int64_t{10000000})
+            .value(packetTimeoutUs_.load())
+            .onWrite(number(&packetTimeoutUs_));
+        table.integer("StreamFrameRetention", "Time after which a frame is given up.")
+            .unit("us")
+            .expert()
+            .range(std::int64_t{0}, std::int64_t{10000000})
+            .value(frameRetentionUs_.load())
+            .onWrite(number(&frameRetentionUs_));
+    }
+    declareCounters();
+    table.finish();
+}
+
+void VisionStream::declareCounters()
+{
+    simulator::FeatureTable& table = features_.table();
+    table.category("StreamReceiverStatistics", "Counters of the receiver.");
+    struct Counter {
+        const char* feature;
+        const char* name;
+        const char* toolTip;
+    };
+    for (const Counter& counter :
+         {Counter{"StreamCompletedBufferCount", "n_completed_buffers", "Buffers filled whole."},
+          Counter{"StreamFailedBufferCount", "n_failures", "Buffers with missing parts."},
+          Counter{"StreamReceiverUnderrunCount", "n_underruns", "Frames without a free buffer."},
+          Counter{"StreamResentPacketCount", "n_resent_packets", "Packets sent again."},
+          Counter{"StreamMissingPacketCount", "n_missing_packets", "Packets that never came."},
+          Counter{"StreamResendRequestCount", "n_resend_requests", "Requests for packets."}}) {
+        const char* name = counter.name;
+        table.integer(counter.feature, counter.toolTip)
+            .readOnly()
+            .onRead([this, name](std::size_t) {
+                return FeatureValue(static_cast<std::int64_t>(receiverCounter(name)));
+            });
+    }
+}
+
+std::uint64_t VisionStream::receiverCounter(const char* name)
+{
+    const std::lock_guard<std::mutex> lock(receiverMutex_);
+    if (receiver_ == nullptr) {
+        return 0;
+    }
+    const guint count = arv_stream_get_n_infos(receiver_.get());
+    for (guint i = 0; i < count; ++i) {
+        if (g_strcmp0(arv_stream_get_info_name(receiver_.get(), i), name) == 0) {
+            return arv_stream_get_info_uint64(receiver_.get(), i);
+        }
+    }
+    return 0;
+}
+
+ZelCamErr VisionStream::announce(core::BufferToken token, void* memory, std::size_t size)
+{
+    ArvPtr<ArvBuffer> buffer(arv_buffer_new_full(
+        size, memory, reinterpret_cast<void*>(static_cast<std::uintptr_t>(token)), nullptr));
+    const std::lock_guard<std::mutex> lock(mutex_);
+    announced_[token] = std::move(buffer);
+    return ZelErr::kOk;
+}
+
+ZelCamErr VisionStream::revoke(core::BufferToken token)
+{
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return announced_.erase(token) == 1 ? ZelErr::kOk : ZelErr::kGenTLInvalidHandle;
+}
+
+ZelCamErr VisionStream::queue(core::BufferToken token)
+{
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        if (announced_.count(token) == 0) {
+            return ZelErr::kGenTLInvalidHandle;
+        }
+        queued_.insert(token);
+    }
+    if (receiver_ != nullptr) { // Else it gets its buffers when it is made.
+        push(receiver_.get(), token);
+    }
+    return ZelErr::kOk;
+}
+
+void VisionStream::push(ArvStream* receiver, core::BufferToken token)
+{
+    ArvBuffer* buffer = nullptr;
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        const auto entry = announced_.find(token);
+        if (entry == announced_.end()) {
+            return;
+        }
+        buffer = entry->second.get();
+        g_object_ref(buffer);
+    }
+    // A frame whose leader is lost leaves these as they were: 0 tells that it did not come.
+    arv_buffer_set_frame_id(buffer, 0);
+    arv_buffer_set_timestamp(buffer, 0);
+    arv_stream_push_buffer(receiver, buffer);
+}
+
+ZelCamErr VisionStream::discardAll()
+{
+    if (receiver_ != nullptr) {
+        arv_stream_stop_thread(receiver_.get(), TRUE);
+    }
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        queued_.clear();
+    }
+    if (receiver_ != nullptr && receiving_) {
+        arv_stream_start_thread(receiver_.get());
+    }
+    return ZelErr::kOk;
+}
+
+ZelCamErr VisionStream::createReceiver()
+{
+    if (ARV_IS_GV_DEVICE(device_)) {
+        arv_gv_device_set_stream_options(
+            ARV_GV_DEVICE(device_), packetSocket_ ? ARV_GV_STREAM_OPTION_NONE
+                                                  : ARV_GV_STREAM_OPTION_PACKET_SOCKET_DISABLED);
+    }
+    ArvError error;
+    ArvPtr<ArvStream> receiver(arv_device_create_stream(device_, nullptr, nullptr, error.out()));
+    if (receiver == nullptr) {
+        base::log(base::LogChannel::Vision, "no receiver: %s", error.text());
+        return error.failed() ? error.code() : ZelErr::kGenTLError;
+    }
+    if (ARV_IS_GV_STREAM(receiver.get())) {
+        g_object_set(receiver.get(), "packet-resend",
+                     packetResend_ ? ARV_GV_STREAM_PACKET_RESEND_ALWAYS
+                                   : ARV_GV_STREAM_PACKET_RESEND_NEVER,
+                     "packet-timeout", static_cast<guint>(packetTimeoutUs_.load()),
+                     "frame-retention", static_cast<guint>(frameRetentionUs_.load()),
+                     "socket-buffer", ARV_GV_STREAM_SOCKET_BUFFER_FIXED, "socket-buffer-size",
+                     static_cast<gint>(socketBuffer_.load()), nullptr);
+        enlargeReceiveBuffer(arv_gv_stream_get_port(ARV_GV_STREAM(receiver.get())),
+                             static_cast<int>(socketBuffer_.load()));
+    }
+    g_signal_connect(receiver.get(), "new-buffer", G_CALLBACK(onNewBuffer), this);
+    arv_stream_set_emit_signals(receiver.get(), TRUE);
+    optionsChanged_ = false;
+    const std::lock_guard<std::mutex> lock(receiverMutex_);
+    receiver_ = std::move(receiver);
+    return ZelErr::kOk;
+}
+
+void VisionStream::dropReceiver()
+{
+    ArvPtr<ArvStream> receiver;
+    {
+        const std::lock_guard<std::mutex> lock(receiverMutex_);
+        receiver = std::move(receiver_);
+    }
+    if (receiver != nullptr) {
+        arv_stream_set_emit_signals(receiver.get(), FALSE);
+        arv_stream_stop_thread(receiver.get(), TRUE);
+    }
+}
+
+ZelCamErr VisionStream::start(std::uint64_t frames)
+{
+    remaining_ = frames;
+    ids_.reset();
+    gaps_ = 0;
+    if (receiver_ != nullptr && optionsChanged_) {
+        dropReceiver();
+    }
+    if (receiver_ == nullptr) {
+        const ZelCamErr code = createReceiver();
+        if (code != ZelErr::kOk) {
+            return code;
+        }
+        std::vector<core::BufferToken> waiting;
+        {
+            const std::lock_guard<std::mutex> lock(mutex_);
+            waiting.assign(queued_.begin(), queued_.end());
+        }
+        std::sort(waiting.begin(), waiting.end());
+        for (const core::BufferToken token : waiting) {
+            push(receiver_.get(), token);
+        }
+    } else {
+        arv_stream_start_thread(receiver_.get());
+    }
+    underrunsBefore_ = receiverCounter("n_underruns");
+    receiving_ = true;
+    return ZelErr::kOk;
+}
+
+ZelCamErr VisionStream::stop(bool)
+{
+    if (!receiving_) {
+        return ZelErr::kGenTLResourceInUse;
+    }
+    receiving_ = false;
+    arv_stream_stop_thread(receiver_.get(), FALSE);
+    return ZelErr::kOk;
+}
+
+core::StreamCounters VisionStream::counters()
+{
+    core::StreamCounters counters;
+    const std::uint64_t underruns = receiverCounter("n_underruns");
+    counters.underruns = underruns - std::min(underruns, underrunsBefore_);
+    const std::uint64_t gaps = gaps_;
+    counters.lost = gaps - std::min(gaps, counters.underruns);
+    return counters;
+}
+
+void VisionStream::onNewBuffer(ArvStream* stream, void* self)
+{
+    while (ArvBuffer* buffer = arv_stream_try_pop_buffer(stream)) {
+        static_cast<VisionStream*>(self)->take(stream, buffer);
+        g_object_unref(buffer);
+    }
+}
+
+void VisionStream::take(ArvStream* receiver, ArvBuffer* buffer)
+{
+    const core::BufferToken token = tokenOf(buffer);
+    const ArvBufferStatus status = arv_buffer_get_status(buffer);
+    if (status == ARV_BUFFER_STATUS_ABORTED || status == ARV_BUFFER_STATUS_CLEARED ||
+        remaining_ == 0) {
+        push(receiver, token); // The receiver stopped in the middle, or was asked for no more.
+        return;
+    }
+    const std::uint64_t before = ids_.last();
+    core::FrameInfo info = describe(buffer, status == ARV_BUFFER_STATUS_SUCCESS);
+    if (before != 0 && info.frameId > before + 1) {
+        gaps_ += info.frameId - before - 1;
+    }
+    if (remaining_ != ~std::uint64_t{0}) {
+        --remaining_;
+    }
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        queued_.erase(token);
+    }
+    sink_->bufferDone(token, std::move(info));
+}
+
+core::FrameInfo VisionStream::describe(ArvBuffer* buffer, bool complete)
+{
+    core::FrameInfo info;
+    std::size_t received = 0;
+    const auto* data = static_cast<const std::uint8_t*>(arv_buffer_get_data(buffer, &received));
+    info.frameId = ids_.extend(arv_buffer_get_frame_id(buffer));
+    info.timestamp = arv_buffer_get_timestamp(buffer);
+    info.deliveredSize = received;
+    info.incomplete = !complete;
+    const ArvBufferPayloadType payload = arv_buffer_get_payload_type(buffer);
+    const bool image = payload == ARV_BUFFER_PAYLOAD_TYPE_IMAGE ||
+                       payload == ARV_BUFFER_PAYLOAD_TYPE_EXTENDED_CHUNK_DATA ||
+                       payload == ARV_BUFFER_PAYLOAD_TYPE_MULTIPART;
+    if (!complete || !image) {
+        return info; // The getters of the image speak only of whole images.
+    }
+    gint x = 0;
+    gint y = 0;
+    gint width = 0;
+    gint height = 0;
+    gint xPadding = 0;
+    gint yPadding = 0;
+    arv_buffer_get_image_region(buffer, &x, &y, &width, &height);
+    arv_buffer_get_image_padding(buffer, &xPadding, &yPadding);
+    std::size_t size = 0;
+    const auto* pixels = static_cast<const std::uint8_t*>(arv_buffer_get_image_data(buffer, &size));
+    info.width = static_cast<std::uint64_t>(width);
+    info.height = static_cast<std::uint64_t>(height);
+    info.xOffset = x;
+    info.yOffset = y;
+    info.xPadding = xPadding;
+    info.yPadding = yPadding;
+    info.pixelFormat = arv_buffer_get_image_pixel_format(buffer);
+    info.imageOffset = pixels != nullptr ? static_cast<std::uint64_t>(pixels - data) : 0;
+    info.deliveredSize = received - std::min<std::uint64_t>(received, info.imageOffset);
+    const std::uint64_t wanted = imageBytes(info);
+    // A frame that is larger than its buffer comes back as a success, cut.
+    info.incomplete = info.deliveredSize < wanted;
+    if (arv_buffer_has_chunks(buffer)) {
+        info.chunks = chunkPlaces(data, received, ARV_IS_GV_DEVICE(device_));
+        info.deliveredSize = std::min(info.deliveredSize, wanted);
+    }
+    return info;
+}
+
+} // namespace vision

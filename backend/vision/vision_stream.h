@@ -1,0 +1,79 @@
+// A data stream received by Aravis.
+#pragma once
+
+#include "core/transport.h"
+#include "vision/arv_ptr.h"
+#include "vision/frame_ids.h"
+#include "vision/table_source.h"
+
+#include <atomic>
+#include <functional>
+#include <mutex>
+#include <unordered_map>
+#include <unordered_set>
+
+namespace vision
+{
+
+/// Buffers are memory of core's, wrapped for Aravis; its receiving thread hands each filled one to
+/// the sink at once, so waits and cancels are core's. The receiver is made at the first start,
+/// because it takes packet size and options then, and made anew when an option changed.
+class VisionStream final : public core::TransportStream
+{
+public:
+    /// `closed` is called once by the destructor, after the last callback.
+    VisionStream(ArvDevice* device, core::StreamSink* sink, std::function<void()> closed);
+    ~VisionStream() override;
+
+    std::uint64_t payloadSize() override { return 0; }
+    std::uint64_t minBuffers() override { return 2; }
+    std::uint64_t alignment() override { return 64; }
+    ZelCamErr announce(core::BufferToken token, void* memory, std::size_t size) override;
+    ZelCamErr revoke(core::BufferToken token) override;
+    ZelCamErr queue(core::BufferToken token) override;
+    ZelCamErr discardAll() override;
+    ZelCamErr start(std::uint64_t frames) override;
+    ZelCamErr stop(bool kill) override;
+    core::StreamCounters counters() override;
+    std::vector<genapi::FeatureSource*> features() override { return {&features_}; }
+
+private:
+    static void onNewBuffer(ArvStream* stream, void* self);
+    void take(ArvStream* receiver, ArvBuffer* buffer);
+    core::FrameInfo describe(ArvBuffer* buffer, bool complete);
+    void declareFeatures();
+    void declareCounters();
+    ZelCamErr createReceiver();
+    void dropReceiver();
+    void push(ArvStream* receiver, core::BufferToken token);
+    std::uint64_t receiverCounter(const char* name);
+
+    ArvDevice* const device_;
+    core::StreamSink* const sink_;
+    const std::function<void()> closed_;
+
+    std::mutex mutex_; ///< Guards announced_ and queued_; never held while a thread is joined.
+    std::unordered_map<core::BufferToken, ArvPtr<ArvBuffer>> announced_;
+    std::unordered_set<core::BufferToken> queued_;
+
+    std::mutex receiverMutex_; ///< Guards receiver_ for those who read counters beside us.
+    ArvPtr<ArvStream> receiver_;
+    bool receiving_ = false;
+
+    std::atomic<std::uint64_t> remaining_{0};
+    FrameIds ids_;
+    std::atomic<std::uint64_t> gaps_{0}; ///< Frame ids that were passed over since the start.
+    std::uint64_t underrunsBefore_ = 0;
+
+    // Options; a change takes effect at the next start.
+    std::atomic<bool> packetResend_{true};
+    std::atomic<bool> packetSocket_{true};
+    std::atomic<std::int64_t> socketBuffer_;
+    std::atomic<std::int64_t> packetTimeoutUs_{20000};
+    std::atomic<std::int64_t> frameRetentionUs_{100000};
+    std::atomic<bool> optionsChanged_{false};
+
+    TableSource features_;
+};
+
+} // namespace vision
