@@ -189,16 +189,33 @@ void VisionStream::push(ArvStream* receiver, core::BufferToken token)
 ZelCamErr VisionStream::discardAll()
 {
     if (receiver_ != nullptr) {
-        arv_stream_stop_thread(receiver_.get(), TRUE);
+        runThread(); // Only a running receiver can be told to drop its buffers.
+        haltThread(true);
     }
     {
         const std::lock_guard<std::mutex> lock(mutex_);
         queued_.clear();
     }
     if (receiver_ != nullptr && receiving_) {
-        arv_stream_start_thread(receiver_.get());
+        runThread();
     }
     return ZelErr::kOk;
+}
+
+void VisionStream::runThread()
+{
+    if (!threadRuns_) {
+        arv_stream_start_thread(receiver_.get());
+        threadRuns_ = true;
+    }
+}
+
+void VisionStream::haltThread(bool discardBuffers)
+{
+    if (threadRuns_) {
+        arv_stream_stop_thread(receiver_.get(), discardBuffers ? TRUE : FALSE);
+        threadRuns_ = false;
+    }
 }
 
 ZelCamErr VisionStream::createReceiver()
@@ -228,6 +245,7 @@ ZelCamErr VisionStream::createReceiver()
     g_signal_connect(receiver.get(), "new-buffer", G_CALLBACK(onNewBuffer), this);
     arv_stream_set_emit_signals(receiver.get(), TRUE);
     optionsChanged_ = false;
+    threadRuns_ = true;
     const std::lock_guard<std::mutex> lock(receiverMutex_);
     receiver_ = std::move(receiver);
     return ZelErr::kOk;
@@ -235,15 +253,14 @@ ZelCamErr VisionStream::createReceiver()
 
 void VisionStream::dropReceiver()
 {
-    ArvPtr<ArvStream> receiver;
-    {
-        const std::lock_guard<std::mutex> lock(receiverMutex_);
-        receiver = std::move(receiver_);
+    if (receiver_ == nullptr) {
+        return;
     }
-    if (receiver != nullptr) {
-        arv_stream_set_emit_signals(receiver.get(), FALSE);
-        arv_stream_stop_thread(receiver.get(), TRUE);
-    }
+    arv_stream_set_emit_signals(receiver_.get(), FALSE);
+    runThread(); // The receiver ends its own thread and complains when there is none.
+    threadRuns_ = false;
+    const std::lock_guard<std::mutex> lock(receiverMutex_);
+    receiver_.reset();
 }
 
 ZelCamErr VisionStream::start(std::uint64_t frames)
@@ -269,7 +286,7 @@ ZelCamErr VisionStream::start(std::uint64_t frames)
             push(receiver_.get(), token);
         }
     } else {
-        arv_stream_start_thread(receiver_.get());
+        runThread();
     }
     underrunsBefore_ = receiverCounter("n_underruns");
     receiving_ = true;
@@ -282,7 +299,7 @@ ZelCamErr VisionStream::stop(bool)
         return ZelErr::kGenTLResourceInUse;
     }
     receiving_ = false;
-    arv_stream_stop_thread(receiver_.get(), FALSE);
+    haltThread(false);
     return ZelErr::kOk;
 }
 

@@ -45,6 +45,8 @@ private:
     void declareCounters();
     ZelCamErr createReceiver();
     void dropReceiver();
+    void runThread();
+    void haltThread(bool discardBuffers);
     void push(ArvStream* receiver, core::BufferToken token);
     std::uint64_t receiverCounter(const char* name);
 
@@ -58,6 +60,7 @@ private:
 
     std::mutex receiverMutex_; ///< Guards receiver_ for those who read counters beside us.
     ArvPtr<ArvStream> receiver_;
+    bool threadRuns_ = false; ///< The receiver's thread; it may be halted only when it runs.
     bool receiving_ = false;
 
     std::atomic<std::uint64_t> remaining_{0};

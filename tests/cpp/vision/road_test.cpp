@@ -1,0 +1,250 @@
+// The whole road to a GigE Vision camera on loopback.
+#include "camera_process.h"
+#include "vision/vision_provider.h"
+#include "zel_camera_api.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <chrono>
+#include <condition_variable>
+#include <cstdlib>
+#include <deque>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+namespace
+{
+
+using namespace std::chrono_literals;
+using Clock = std::chrono::steady_clock;
+
+constexpr const char* kAddress = "127.0.0.1";
+
+/// Keeps what a stream and a device report.
+class Recorder final : public core::StreamSink, public core::DeviceSink
+{
+public:
+    void bufferDone(core::BufferToken token, core::FrameInfo info) override
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        frames_.emplace_back(token, std::move(info));
+        changed_.notify_all();
+    }
+    void streamBroken(ZelCamErr reason) override { note(&broken_, reason); }
+    void event(std::uint64_t, const void*, std::size_t) override {}
+    void featureInvalidated(const std::string&) override {}
+    void deviceLost(ZelCamErr reason) override { note(&lost_, reason); }
+
+    bool next(std::pair<core::BufferToken, core::FrameInfo>* frame, std::chrono::milliseconds wait)
+    {
+        std::unique_lock<std::mutex> lock(mutex_);
+        if (!changed_.wait_for(lock, wait, [this] { return !frames_.empty(); })) {
+            return false;
+        }
+        *frame = std::move(frames_.front());
+        frames_.pop_front();
+        return true;
+    }
+    bool waitLost(std::chrono::milliseconds wait)
+    {
+        std::unique_lock<std::mutex> lock(mutex_);
+        return changed_.wait_for(lock, wait, [this] { return lost_ != 0 && broken_ != 0; });
+    }
+
+private:
+    void note(ZelCamErr* where, ZelCamErr reason)
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        *where = reason;
+        changed_.notify_all();
+    }
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    std::deque<std::pair<core::BufferToken, core::FrameInfo>> frames_;
+    ZelCamErr lost_ = 0;
+    ZelCamErr broken_ = 0;
+};
+
+class Road : public ::testing::Test
+{
+protected:
+    static void SetUpTestSuite() { ::setenv("ZELCAM_VISION", "lo", 1); }
+
+    core::TransportInterface* loopback()
+    {
+        for (core::TransportInterface* interface : provider_.updateInterfaces()) {
+            return interface;
+        }
+        return nullptr;
+    }
+    std::vector<core::DeviceDescription> discover()
+    {
+        std::vector<core::DeviceDescription> devices;
+        EXPECT_EQ(loopback()->updateDevices(1000, &devices), 0);
+        return devices;
+    }
+    /// Opens the first camera that is found.
+    std::unique_ptr<core::TransportDevice> open(ZelCamErr expected = 0)
+    {
+        std::unique_ptr<core::TransportDevice> device;
+        const auto devices = discover();
+        EXPECT_EQ(devices.size(), 1U);
+        if (!devices.empty()) {
+            EXPECT_EQ(loopback()->openDevice(devices.front().id, &device), expected);
+        }
+        return device;
+    }
+
+    vision::VisionProvider provider_;
+};
+
+/// Registers of the test camera.
+constexpr std::uint64_t kAcquisition = 0x124;
+constexpr std::uint64_t kPixelFormat = 0x128;
+
+void writeRegister(core::TransportDevice& device, std::uint64_t address, std::uint32_t value)
+{
+    const std::uint8_t bytes[4] = {
+        static_cast<std::uint8_t>(value >> 24U), static_cast<std::uint8_t>(value >> 16U),
+        static_cast<std::uint8_t>(value >> 8U), static_cast<std::uint8_t>(value)};
+    ASSERT_EQ(device.camera()->write(address, bytes, sizeof(bytes)), 0);
+}
+
+constexpr std::size_t kFrame = 512 * 512;
+
+TEST_F(Road, FindsDescribesAndOpensOnce)
+{
+    EXPECT_TRUE(discover().empty());
+    const CameraProcess camera(kAddress, "ROAD1");
+    ASSERT_TRUE(camera.isRunning());
+    const auto devices = discover();
+    ASSERT_EQ(devices.size(), 1U);
+    EXPECT_EQ(devices[0].serialNumber, "ROAD1");
+    EXPECT_EQ(devices[0].vendor, "Aravis");
+    core::TransportInterface* interface = loopback();
+    EXPECT_EQ(interface->type(), ZelCam::kGigEVision);
+    core::IpSettings ip;
+    ASSERT_EQ(interface->ipSettings(devices[0].id, &ip), 0);
+    EXPECT_EQ(ip.address, 0x7F000001U);
+    EXPECT_EQ(interface->accessStatus(devices[0].id), 1);
+
+    std::unique_ptr<core::TransportDevice> device;
+    ASSERT_EQ(interface->openDevice(devices[0].id, &device), 0);
+    EXPECT_EQ(interface->accessStatus(devices[0].id), 4);
+    std::unique_ptr<core::TransportDevice> second;
+    EXPECT_EQ(interface->openDevice(devices[0].id, &second), ZelErr::kGenTLAccessDenied);
+    std::string xml;
+    ASSERT_EQ(device->camera()->description(&xml), 0);
+    EXPECT_NE(xml.find("RegisterDescription"), std::string::npos);
+    device.reset();
+    EXPECT_EQ(interface->accessStatus(devices[0].id), 1);
+    EXPECT_EQ(interface->openDevice("nobody", &device), ZelErr::kGenTLInvalidId);
+}
+
+TEST_F(Road, DeliversWholeFramesInOrder)
+{
+    const CameraProcess camera(kAddress, "ROAD2");
+    auto device = open();
+    ASSERT_NE(device, nullptr);
+    Recorder recorder;
+    std::unique_ptr<core::TransportStream> stream;
+    ASSERT_EQ(device->openStream(0, &recorder, &stream), 0);
+    std::vector<std::vector<std::uint8_t>> memory(4, std::vector<std::uint8_t>(kFrame));
+    for (std::size_t i = 0; i < memory.size(); ++i) {
+        ASSERT_EQ(stream->announce(i + 1, memory[i].data(), kFrame), 0);
+        ASSERT_EQ(stream->queue(i + 1), 0);
+    }
+    for (int round = 0; round < 2; ++round) { // the same stream starts again
+        ASSERT_EQ(stream->start(~std::uint64_t{0}), 0);
+        writeRegister(*device, kAcquisition, 1);
+        std::uint64_t last = 0;
+        for (int i = 0; i < 10; ++i) {
+            std::pair<core::BufferToken, core::FrameInfo> frame;
+            ASSERT_TRUE(recorder.next(&frame, 3s));
+            const core::FrameInfo& info = frame.second;
+            EXPECT_FALSE(info.incomplete);
+            EXPECT_EQ(info.width, 512U);
+            EXPECT_EQ(info.height, 512U);
+            EXPECT_EQ(info.pixelFormat, 0x01080001U);
+            EXPECT_EQ(info.deliveredSize, kFrame);
+            EXPECT_GT(info.frameId, last);
+            last = info.frameId;
+            const auto& pixels = memory[frame.first - 1];
+            EXPECT_NE(std::count(pixels.begin(), pixels.end(), pixels[0]),
+                      static_cast<std::ptrdiff_t>(pixels.size()));
+            ASSERT_EQ(stream->queue(frame.first), 0);
+        }
+        writeRegister(*device, kAcquisition, 0);
+        ASSERT_EQ(stream->stop(false), 0);
+        EXPECT_EQ(stream->counters().lost, 0U);
+        std::pair<core::BufferToken, core::FrameInfo> rest;
+        while (recorder.next(&rest, 50ms)) {
+            ASSERT_EQ(stream->queue(rest.first), 0);
+        }
+    }
+    // After a discard nothing comes although the camera sends.
+    ASSERT_EQ(stream->start(~std::uint64_t{0}), 0);
+    ASSERT_EQ(stream->discardAll(), 0);
+    writeRegister(*device, kAcquisition, 1);
+    std::pair<core::BufferToken, core::FrameInfo> frame;
+    while (recorder.next(&frame, 0ms)) {
+    }
+    EXPECT_FALSE(recorder.next(&frame, 200ms));
+    ASSERT_EQ(stream->queue(2), 0);
+    ASSERT_TRUE(recorder.next(&frame, 3s));
+    EXPECT_EQ(frame.first, 2U);
+    EXPECT_GT(stream->counters().underruns, 0U);
+    ASSERT_EQ(stream->revoke(1), 0);
+    EXPECT_EQ(stream->queue(1), ZelErr::kGenTLInvalidHandle);
+}
+
+TEST_F(Road, FramesThatDoNotFitAreMarked)
+{
+    const CameraProcess camera(kAddress, "ROAD3");
+    auto device = open();
+    ASSERT_NE(device, nullptr);
+    Recorder recorder;
+    std::unique_ptr<core::TransportStream> stream;
+    ASSERT_EQ(device->openStream(0, &recorder, &stream), 0);
+    writeRegister(*device, kPixelFormat, 0x01100007); // Mono16: twice the memory
+    std::vector<std::uint8_t> memory(kFrame + 64, 0xEE);
+    ASSERT_EQ(stream->announce(1, memory.data(), kFrame), 0);
+    ASSERT_EQ(stream->queue(1), 0);
+    ASSERT_EQ(stream->start(~std::uint64_t{0}), 0);
+    writeRegister(*device, kAcquisition, 1);
+    std::pair<core::BufferToken, core::FrameInfo> frame;
+    ASSERT_TRUE(recorder.next(&frame, 3s));
+    EXPECT_TRUE(frame.second.incomplete);
+    EXPECT_TRUE(std::all_of(memory.begin() + kFrame, memory.end(),
+                            [](std::uint8_t byte) { return byte == 0xEE; }));
+}
+
+TEST_F(Road, LossOfTheCameraIsNoticedAndItCanBeOpenedAgain)
+{
+    auto camera = std::make_unique<CameraProcess>(kAddress, "ROAD4");
+    auto device = open();
+    ASSERT_NE(device, nullptr);
+    Recorder recorder;
+    std::unique_ptr<core::TransportStream> stream;
+    ASSERT_EQ(device->openStream(0, &recorder, &stream), 0);
+    device->startEvents(&recorder);
+    camera->kill();
+    EXPECT_TRUE(recorder.waitLost(5s));
+    std::uint32_t value = 0;
+    auto start = Clock::now();
+    EXPECT_EQ(device->camera()->read(0, &value, sizeof(value)), ZelErr::kGenTLIo);
+    EXPECT_LT(Clock::now() - start, 100ms) << "a lost camera answers at once";
+    EXPECT_TRUE(discover().empty());
+    start = Clock::now();
+    stream.reset();
+    device->stopEvents();
+    device.reset();
+    camera = std::make_unique<CameraProcess>(kAddress, "ROAD4");
+    ASSERT_TRUE(camera->isRunning());
+    device = open();
+    EXPECT_NE(device, nullptr);
+}
+
+} // namespace
