@@ -8,8 +8,24 @@ using namespace zel_double;
 
 namespace
 {
+
 std::atomic<int> created{0};
+
+/// Freed images stay readable for a while, so that a use after the release shows in the log under
+/// the name "released".
+void bury(ZelImage* image)
+{
+    static std::mutex mutex;
+    static auto* const graves = new std::deque<std::unique_ptr<ZelImage>>;
+    const std::lock_guard lock(mutex);
+    image->owner = "released";
+    graves->emplace_back(image);
+    if (graves->size() > 100) {
+        graves->pop_front();
+    }
 }
+
+} // namespace
 
 /// Makes an image unless the script answers "refused". Only type and size are filled in.
 void ZelCreateImage(ZelImage** image, ZelSize size, ZelPixelType pixelType)
@@ -30,7 +46,10 @@ void ZelCreateImage(ZelImage** image, ZelSize size, ZelPixelType pixelType)
 void ZelReleaseImage(ZelImage** image)
 {
     askFunction("ZelReleaseImage", describe(*image));
-    delete *image;
+    if (*image != nullptr && (*image)->owner != nullptr &&
+        describe(*image)["image"] != "released") {
+        bury(*image);
+    }
 }
 
 /// Counts images from 1 again.
