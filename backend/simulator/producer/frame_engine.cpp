@@ -1,0 +1,281 @@
+#include "simulator/producer/frame_engine.h"
+
+#include <algorithm>
+#include <csignal>
+#include <cstring>
+#include <utility>
+#include <vector>
+
+namespace simulator::producer
+{
+
+namespace
+{
+
+/// Signals are for the threads of the program: Ctrl-C must reach the one that waits for it.
+class BlockedSignals
+{
+public:
+    BlockedSignals()
+    {
+        sigset_t all;
+        sigfillset(&all);
+        pthread_sigmask(SIG_SETMASK, &all, &before_);
+    }
+    ~BlockedSignals() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
+    BlockedSignals(const BlockedSignals&) = delete;
+    BlockedSignals& operator=(const BlockedSignals&) = delete;
+
+private:
+    sigset_t before_{};
+};
+
+std::uint64_t bytesOfLines(const FrameLayout& layout, std::uint64_t lines)
+{
+    return layout.height == 0
+               ? 0
+               : layout.imageSize * std::min<std::uint64_t>(lines, layout.height) / layout.height;
+}
+
+void makeIncomplete(FrameRecord* record, std::uint64_t lines)
+{
+    record->incomplete = true;
+    record->linesFilled = std::min<std::uint64_t>(lines, record->layout.height);
+    record->sizeFilled =
+        std::min<std::size_t>(record->sizeFilled, bytesOfLines(record->layout, lines));
+    record->chunks.clear(); // they come behind the last line
+}
+
+} // namespace
+
+FrameEngine::FrameEngine(CameraModel& camera, BufferQueues& queues)
+    : camera_(camera), queues_(queues)
+{
+}
+
+FrameEngine::~FrameEngine() { stop(true); }
+
+void FrameEngine::start(std::uint64_t frames)
+{
+    {
+        const std::lock_guard lock(queues_.waitPoint()->mutex);
+        stop_ = abandoned_ ? Stop::Abandon : Stop::None;
+        due_ = false;
+        cameraStopped_ = false;
+    }
+    counts_.delivered = 0;
+    remaining_ = frames;
+    const BlockedSignals blocked;
+    thread_ = std::thread(&FrameEngine::run, this);
+}
+
+void FrameEngine::stop(bool kill)
+{
+    if (thread_.joinable()) {
+        requestStop(kill);
+        thread_.join();
+    }
+}
+
+void FrameEngine::requestStop(bool kill) { raise(kill ? Stop::Kill : Stop::Finish); }
+
+void FrameEngine::abandon()
+{
+    {
+        const std::lock_guard lock(queues_.waitPoint()->mutex);
+        abandoned_ = true;
+    }
+    raise(Stop::Abandon);
+}
+
+void FrameEngine::raise(Stop stop)
+{
+    const std::lock_guard lock(queues_.waitPoint()->mutex);
+    stop_ = std::max(stop_, stop);
+    queues_.engineWake().notify_all();
+}
+
+void FrameEngine::frameDue()
+{
+    const std::lock_guard lock(queues_.waitPoint()->mutex);
+    due_ = true;
+    queues_.engineWake().notify_all();
+}
+
+void FrameEngine::cameraStopped()
+{
+    const std::lock_guard lock(queues_.waitPoint()->mutex);
+    cameraStopped_ = true;
+    queues_.engineWake().notify_all();
+}
+
+FrameEngine::Clock::time_point FrameEngine::hostTime(std::uint64_t cameraNs) const
+{
+    const auto ahead = static_cast<std::int64_t>(cameraNs - camera_.now());
+    return Clock::now() + std::chrono::nanoseconds(ahead);
+}
+
+void FrameEngine::run()
+{
+    while (remaining_ > 0) {
+        {
+            const std::lock_guard lock(queues_.waitPoint()->mutex);
+            if (stop_ != Stop::None) {
+                return;
+            }
+            due_ = false;
+        }
+        const FramePlan plan = camera_.nextFrame();
+        if (plan.expose) {
+            carry(plan);
+        } else {
+            waitForFrame();
+        }
+    }
+}
+
+void FrameEngine::waitForFrame()
+{
+    std::unique_lock lock(queues_.waitPoint()->mutex);
+    queues_.engineWake().wait(lock, [this] { return due_ || stop_ != Stop::None; });
+}
+
+/// False when the frame is not to be exposed any more.
+bool FrameEngine::waitForStart(const FramePlan& plan)
+{
+    const auto start = hostTime(plan.startNs);
+    std::unique_lock lock(queues_.waitPoint()->mutex);
+    cameraStopped_ = false;
+    const auto isOver = [this] { return cameraStopped_ || stop_ != Stop::None; };
+    return !queues_.engineWake().wait_until(lock, start, isOver);
+}
+
+/// Without a queued buffer there is time until the frame has to be complete.
+Filling FrameEngine::waitForBuffer(const FramePlan& plan)
+{
+    const auto ready = hostTime(plan.readyNs);
+    {
+        std::unique_lock lock(queues_.waitPoint()->mutex);
+        queues_.engineWake().wait_until(
+            lock, ready, [this] { return queues_.canFill() || stop_ != Stop::None; });
+    }
+    return queues_.startFilling();
+}
+
+FrameEngine::Stop FrameEngine::waitUntilReady(const FramePlan& plan)
+{
+    const auto ready = hostTime(plan.readyNs);
+    std::unique_lock lock(queues_.waitPoint()->mutex);
+    queues_.engineWake().wait_until(lock, ready, [this] { return stop_ >= Stop::Kill; });
+    return stop_;
+}
+
+void FrameEngine::carry(const FramePlan& plan)
+{
+    if (!waitForStart(plan)) {
+        camera_.frameDone(plan);
+        return;
+    }
+    ++counts_.started;
+    if (plan.lost) {
+        waitUntilReady(plan);
+        ++counts_.lost;
+        camera_.frameDone(plan);
+        return;
+    }
+    const Filling filling = waitForBuffer(plan);
+    if (!filling.buffer) {
+        ++counts_.underrun;
+        camera_.frameDropped(plan);
+        camera_.frameDone(plan);
+        return;
+    }
+    FrameRecord record;
+    if (queues_.beginWriting(filling)) {
+        try {
+            record = plan.incomplete ? fillPart(plan, filling) : fill(plan, filling);
+        } catch (const std::bad_alloc&) {
+            makeIncomplete(&record, 0);
+        }
+        queues_.endWriting();
+    }
+    finish(plan, filling, std::move(record));
+    camera_.frameDone(plan);
+}
+
+FrameRecord FrameEngine::fill(const FramePlan& plan, const Filling& filling)
+{
+    constexpr std::size_t kMaxChunks = 32;
+    FrameRecord record;
+    const std::size_t capacity = filling.buffer->size();
+    const gentl::Error code =
+        camera_.render(plan, filling.buffer->memory(), capacity, &record.layout);
+    record.newData = true;
+    record.frameId = plan.frameId;
+    record.sizeFilled = std::min<std::size_t>(record.layout.size, capacity);
+    record.linesFilled = record.layout.height;
+    record.chunks.resize(kMaxChunks);
+    record.chunks.resize(camera_.chunks(record.layout, record.chunks.data(), kMaxChunks));
+    if (code != gentl::err::kSuccess) {
+        record.largerThanBuffer = record.layout.size > capacity;
+        const std::uint64_t lines =
+            record.layout.imageSize == 0
+                ? 0
+                : record.layout.height * record.sizeFilled / record.layout.imageSize;
+        makeIncomplete(&record, std::min<std::uint64_t>(lines, record.layout.height));
+    }
+    return record;
+}
+
+/// The lines that do not arrive must not appear in the consumer's memory.
+FrameRecord FrameEngine::fillPart(const FramePlan& plan, const Filling& filling)
+{
+    std::vector<unsigned char> whole(filling.buffer->size());
+    const Filling scratch{std::make_shared<AnnouncedBuffer>(whole.data(), whole.size(), nullptr),
+                          0};
+    FrameRecord record = fill(plan, scratch);
+    makeIncomplete(&record, plan.lines);
+    std::memcpy(filling.buffer->memory(), whole.data(), record.sizeFilled);
+    return record;
+}
+
+void FrameEngine::finish(const FramePlan& plan, const Filling& filling, FrameRecord record)
+{
+    const Stop stop = waitUntilReady(plan);
+    if (stop == Stop::Abandon) {
+        queues_.giveBack(filling);
+        ++counts_.lost;
+        return;
+    }
+    if (stop == Stop::Kill) {
+        cutShort(plan, &record);
+    }
+    const bool incomplete = record.incomplete;
+    // Counted first: who has the frame finds it counted.
+    ++counts_.delivered;
+    counts_.incomplete += incomplete ? 1 : 0;
+    if (queues_.deliver(filling, std::move(record))) {
+        --remaining_;
+    } else {
+        --counts_.delivered;
+        counts_.incomplete -= incomplete ? 1 : 0;
+        ++counts_.lost;
+    }
+}
+
+/// As many lines as had arrived by now.
+void FrameEngine::cutShort(const FramePlan& plan, FrameRecord* record) const
+{
+    const std::uint64_t now = camera_.now();
+    if (now >= plan.readyNs || plan.readyNs <= plan.startNs) {
+        return;
+    }
+    const double part = now <= plan.startNs ? 0.0
+                                            : static_cast<double>(now - plan.startNs) /
+                                                  static_cast<double>(plan.readyNs - plan.startNs);
+    const auto lines =
+        static_cast<std::uint64_t>(part * static_cast<double>(record->layout.height));
+    makeIncomplete(record, std::min(lines, record->linesFilled));
+}
+
+} // namespace simulator::producer
