@@ -47,6 +47,9 @@ struct InterfaceConfig {
     std::vector<CameraConfig> cameras;
 };
 
+/// All formats that a camera with this sensor can have, the plainest first.
+std::vector<std::string> defaultPixelFormats(SensorKind sensor);
+
 /// The built-in interfaces: GigE with a mono 1936x1216 and a Bayer 2448x2048 camera, USB3 with a
 /// Bayer one, Camera Link with a mono one, CoaXPress with a mono 5120x5120 one, HD-SDI with a
 /// 1920x1080 colour one.

@@ -41,7 +41,7 @@ struct FramePlan {
     std::uint64_t startNs = 0; ///< Start of exposure, camera clock.
     std::uint64_t readyNs = 0; ///< When the frame is complete on the host, camera clock.
     bool lost = false;         ///< Fault: the frame vanishes on the wire.
-    bool incomplete = false;   ///< Fault: only `lines` lines arrive.
+    bool incomplete = false;   ///< Fault: only `lines` lines arrive; render() draws all of them.
     std::uint64_t lines = 0;
     std::uint64_t settings = 0; ///< Handle of the settings latched at exposure, for render().
 };
@@ -76,7 +76,8 @@ public:
     CameraModel(const CameraModel&) = delete;
     CameraModel& operator=(const CameraModel&) = delete;
 
-    /// The observer is borrowed; null ends the calls (returns after a call under way).
+    /// The observer is borrowed; null ends the calls (returns after a call under way, so it must
+    /// not come from inside one).
     void setObserver(CameraObserver* observer);
 
     /// GenICam description, the same text for the life of the model. It also lies in the register
@@ -108,13 +109,17 @@ public:
     /// than the payload, with the leading bytes written).
     std::int32_t render(const FramePlan& plan, void* memory, std::size_t capacity,
                         FrameLayout* layout);
-    /// The chunks of the frame rendered last by this thread into `memory`; returns how many were
-    /// written into `places`.
+    /// The chunks of a rendered frame; returns how many there are and writes at most `capacity` of
+    /// them into `places`.
     std::size_t chunks(const FrameLayout& layout, ChunkPlace* places, std::size_t capacity);
+    /// Every plan ends with exactly one of frameDropped() and frameDone(), which release its
+    /// settings (a second call does nothing) and end a single or multi frame acquisition after its
+    /// last frame; that end is not reported through acquisitionStopped().
+    ///
     /// The host found no buffer for a planned frame: the camera's lost-frame event and counter.
     void frameDropped(const FramePlan& plan);
-    /// A frame was delivered: exposure-end, frame-start and such events come from nextFrame() and
-    /// render(); this releases the plan's settings.
+    /// A frame was delivered, or lost on its way (plan.lost). Its events came from nextFrame() and
+    /// render().
     void frameDone(const FramePlan& plan);
 
 private:

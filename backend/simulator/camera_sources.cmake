@@ -1,5 +1,14 @@
 # The camera side of the simulator: features, registers, pictures, timing.
-target_sources(zel_backend_simulator PRIVATE
-    ${CMAKE_CURRENT_LIST_DIR}/feature.cpp
-    ${CMAKE_CURRENT_LIST_DIR}/feature_table.cpp
-    ${CMAKE_CURRENT_LIST_DIR}/feature_xml.cpp)
+find_package(PNG REQUIRED)
+foreach(source
+        acquisition_section analog_section camera_config camera_config_json camera_model
+        camera_state chunk_section color_writer device_memory device_section event_section
+        fault_section feature feature_table feature_xml image_section picture_renderer
+        pixel_format pixel_packer scene scene_files transport_section user_set_section)
+    target_sources(zel_backend_simulator PRIVATE ${CMAKE_CURRENT_LIST_DIR}/${source}.cpp)
+endforeach()
+target_link_libraries(zel_backend_simulator PRIVATE PNG::PNG)
+# Pictures are calculated pixel by pixel.
+set_source_files_properties(
+    ${CMAKE_CURRENT_LIST_DIR}/picture_renderer.cpp ${CMAKE_CURRENT_LIST_DIR}/pixel_packer.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/color_writer.cpp PROPERTIES COMPILE_OPTIONS "-O3")

@@ -113,6 +113,7 @@ public:
     double real(std::size_t index = 0) const;
     const std::string& text(std::size_t index = 0) const;
     FeatureValue current(std::size_t index = 0) const; ///< With onRead().
+    const FeatureValue& stored(std::size_t index = 0) const { return values_.at(index); }
     void set(FeatureValue value, std::size_t index = 0);
 
     const std::string& name() const { return name_; }

@@ -1,0 +1,59 @@
+// What the sections of a camera share: features, clock, locks, messages to the host side.
+#pragma once
+
+#include "simulator/camera_config.h"
+#include "simulator/camera_model.h"
+#include "simulator/feature_table.h"
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace simulator
+{
+
+/// Used under the camera's lock, except `config` and now().
+struct CameraContext {
+    using Message = std::function<void(CameraObserver&)>;
+
+    CameraContext(const CameraConfig& cameraConfig, FeatureTable& features)
+        : config(cameraConfig), table(features), powerOn(std::chrono::steady_clock::now())
+    {
+    }
+
+    /// Nanoseconds since the camera was powered on.
+    std::uint64_t now() const
+    {
+        return static_cast<std::uint64_t>(std::chrono::duration_cast<std::chrono::nanoseconds>(
+                                              std::chrono::steady_clock::now() - powerOn)
+                                              .count());
+    }
+    /// What must not change during an acquisition is locked: by the host or by the camera itself.
+    bool isLocked() const { return acquiring || transportLocked; }
+    /// For Feature::lockedIf().
+    std::function<bool()> whileStreaming() const
+    {
+        return [this] { return isLocked(); };
+    }
+    /// To be told to the observer as soon as the camera's lock is free.
+    void post(Message message) { messages.push_back(std::move(message)); }
+    /// Settings of the picture changed: frames planned from now on look different.
+    void pictureChanged() { pictureIsStale = true; }
+    /// For Feature::onChange().
+    std::function<void(std::size_t)> changesPicture()
+    {
+        return [this](std::size_t) { pictureChanged(); };
+    }
+
+    CameraConfig config; ///< As configured; registers may say otherwise.
+    FeatureTable& table;
+    std::chrono::steady_clock::time_point powerOn;
+    bool acquiring = false;
+    bool transportLocked = false;
+    bool pictureIsStale = true;
+    std::vector<Message> messages;
+};
+
+} // namespace simulator

@@ -1,0 +1,300 @@
+// One lock around the sections of a camera, and what needs several of them.
+#include "simulator/camera_state.h"
+
+#include "gentl/gentl_abi.h"
+
+#include <algorithm>
+#include <cstring>
+#include <type_traits>
+
+namespace simulator
+{
+
+namespace
+{
+
+/// Plans that a host forgot to end; more than any host has in flight.
+constexpr std::size_t kMostLatched = 256;
+
+/// A C identifier, as the head of the description wants it.
+std::string identifier(std::string text)
+{
+    for (char& c : text) {
+        const bool isPlain =
+            (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
+        c = isPlain ? c : '_';
+    }
+    return text;
+}
+
+ModuleIdentity identityOf(const CameraConfig& config)
+{
+    return {identifier(config.vendor),
+            identifier(config.model),
+            "Simulated camera " + config.model,
+            config.hasNetwork ? "GEV" : "None",
+            "6D1E7A52-8C0B-4D3F-9A61-3B52E0C7F410",
+            "0B7C9E34-52A8-4E16-8F7D-C1A46D20E995"};
+}
+
+} // namespace
+
+CameraState::CameraState(const CameraConfig& config)
+    : table_(identityOf(config), kRegisterBase), context_(config, table_),
+      device_(context_, [this] { powerLoss(); }),
+      image_(context_, [this] { return device_.hasRateForWideFormats(); }), analog_(context_),
+      chunks_(context_), events_(context_),
+      acquisition_(context_, events_,
+                   {[this] { return readoutNs(); }, [this] { return transferNs(); }}),
+      userSets_(context_,
+                [this] {
+                    image_.fitWindow();
+                    context_.pictureChanged();
+                }),
+      transport_(context_, [this] { return payload(); }), memory_(context_),
+      faults_(context_, events_, [this] { powerLoss(); })
+{
+    table_.finish();
+    acquisition_.setFaults(&faults_);
+    userSets_.keepFactorySettings();
+    if (!config.imageSource.empty()) {
+        std::string error;
+        scenes_ = loadScenes(config.imageSource, &error);
+    }
+    if (scenes_.empty()) {
+        scenes_.push_back(Scene::generated());
+    }
+}
+
+template <typename Action> auto CameraState::run(Action action)
+{
+    using Result = decltype(action());
+    std::vector<CameraContext::Message> messages;
+    if constexpr (std::is_void_v<Result>) {
+        {
+            const std::lock_guard<std::mutex> lock(mutex_);
+            action();
+            messages.swap(context_.messages);
+        }
+        deliver(messages);
+    } else {
+        std::unique_lock<std::mutex> lock(mutex_);
+        Result result = action();
+        messages.swap(context_.messages);
+        lock.unlock();
+        deliver(messages);
+        return result;
+    }
+}
+
+void CameraState::deliver(const std::vector<CameraContext::Message>& messages)
+{
+    if (messages.empty()) {
+        return;
+    }
+    std::unique_lock<std::mutex> lock(observerMutex_);
+    CameraObserver* observer = observer_;
+    if (observer == nullptr) {
+        return;
+    }
+    ++callsUnderWay_;
+    lock.unlock();
+    for (const auto& message : messages) {
+        message(*observer);
+    }
+    lock.lock();
+    --callsUnderWay_;
+    observerFree_.notify_all();
+}
+
+void CameraState::setObserver(CameraObserver* observer)
+{
+    std::unique_lock<std::mutex> lock(observerMutex_);
+    observer_ = observer;
+    if (observer == nullptr) {
+        observerFree_.wait(lock, [this] { return callsUnderWay_ == 0; });
+    }
+}
+
+std::int32_t CameraState::read(std::uint64_t address, void* data, std::size_t size)
+{
+    const std::string& description = table_.xml();
+    if (liesIn(address, size, kXmlBase, description.size())) {
+        std::memcpy(data, description.data() + (address - kXmlBase), size);
+        return gentl::err::kSuccess;
+    }
+    return run([&] {
+        if (const std::int32_t refused = faults_.nextAccess(); refused != 0) {
+            return refused;
+        }
+        const bool isRegister = liesIn(address, size, table_.base(), table_.end() - table_.base());
+        return isRegister ? table_.read(address, data, size) : memory_.read(address, data, size);
+    });
+}
+
+std::int32_t CameraState::write(std::uint64_t address, const void* data, std::size_t size)
+{
+    if (liesIn(address, size, kXmlBase, table_.xml().size())) {
+        return gentl::err::kAccessDenied;
+    }
+    return run([&] {
+        if (const std::int32_t refused = faults_.nextAccess(); refused != 0) {
+            return refused;
+        }
+        const bool isRegister = liesIn(address, size, table_.base(), table_.end() - table_.base());
+        return isRegister ? table_.write(address, data, size) : memory_.write(address, data, size);
+    });
+}
+
+std::uint64_t CameraState::payload() const
+{
+    return ChunkSection::payload(image_.imageBytes(), chunks_.enabled());
+}
+
+std::uint64_t CameraState::readoutNs() const
+{
+    const double frame = 1e9 / context_.config.maxFrameRate;
+    const double lines = static_cast<double>(image_.linesRead());
+    return static_cast<std::uint64_t>(frame * lines / context_.config.sensorHeight);
+}
+
+std::uint64_t CameraState::transferNs() const
+{
+    return static_cast<std::uint64_t>(static_cast<double>(payload()) * 1e9 /
+                                      static_cast<double>(device_.linkRate()));
+}
+
+void CameraState::powerLoss()
+{
+    acquisition_.stop();
+    events_.disableAll();
+    transport_.restart();
+    userSets_.loadDefault();
+}
+
+void CameraState::latch(FramePlan& plan)
+{
+    if (context_.pictureIsStale || renderer_ == nullptr) {
+        PictureSettings settings;
+        image_.fill(settings);
+        analog_.fill(settings);
+        settings.exposureUs = acquisition_.exposureUs();
+        settings.seed = context_.config.seed;
+        renderer_ = std::make_shared<PictureRenderer>(settings, scenes_);
+        context_.pictureIsStale = false;
+    }
+    const PictureSettings& settings = renderer_->settings();
+    LatchedFrame frame;
+    frame.renderer = renderer_;
+    frame.chunks = chunks_.enabled();
+    frame.values = {plan.frameId,     plan.startNs,     settings.exposureUs,
+                    settings.gainDb,  settings.width,   settings.height,
+                    settings.offsetX, settings.offsetY, settings.format->code};
+    plan.settings = nextHandle_++;
+    latched_.emplace(plan.settings, std::move(frame));
+    if (latched_.size() > kMostLatched) {
+        latched_.erase(latched_.begin());
+    }
+}
+
+FramePlan CameraState::nextFrame()
+{
+    return run([this] {
+        FramePlan plan = acquisition_.next();
+        if (plan.expose) {
+            latch(plan);
+        }
+        return plan;
+    });
+}
+
+std::int32_t CameraState::render(const FramePlan& plan, void* memory, std::size_t capacity,
+                                 FrameLayout* layout)
+{
+    LatchedFrame frame;
+    const bool known = run([&] {
+        const auto it = latched_.find(plan.settings);
+        if (it == latched_.end()) {
+            return false;
+        }
+        frame = it->second;
+        acquisition_.exposed(plan);
+        return true;
+    });
+    if (!known) {
+        return gentl::err::kInvalidParameter;
+    }
+    const PictureSettings& settings = frame.renderer->settings();
+    *layout = {};
+    layout->imageSize = frame.renderer->imageBytes();
+    layout->chunkLayoutId = frame.chunks;
+    layout->size = ChunkSection::payload(layout->imageSize, frame.chunks);
+    layout->pixelFormat = settings.format->code;
+    layout->width = settings.width;
+    layout->height = settings.height;
+    layout->offsetX = settings.offsetX;
+    layout->offsetY = settings.offsetY;
+    layout->timestampNs = plan.startNs;
+
+    const auto draw = [&](unsigned char* target) {
+        frame.renderer->render(plan.frameId, target);
+        ChunkSection::write(frame.values, layout->imageSize, frame.chunks, target);
+    };
+    if (capacity >= layout->size) {
+        draw(static_cast<unsigned char*>(memory));
+        return gentl::err::kSuccess;
+    }
+    std::vector<unsigned char> aside(layout->size);
+    draw(aside.data());
+    std::memcpy(memory, aside.data(), capacity);
+    return gentl::err::kBufferTooSmall;
+}
+
+void CameraState::endFrame(const FramePlan& plan, bool dropped)
+{
+    run([&] {
+        if (latched_.erase(plan.settings) == 0) {
+            return;
+        }
+        if (dropped) {
+            events_.fire(CameraEvent::FrameLost, context_.now(), plan.frameId);
+        }
+        acquisition_.finished(plan);
+    });
+}
+
+std::string CameraState::userDefinedName()
+{
+    return run([this] { return device_.userId(); });
+}
+
+IpConfig CameraState::ip()
+{
+    return run([this] { return transport_.ip(); });
+}
+
+void CameraState::forceIp(const IpConfig& ip)
+{
+    run([&] { transport_.forceIp(ip); });
+}
+
+std::uint64_t CameraState::payloadSize()
+{
+    return run([this] { return payload(); });
+}
+
+void CameraState::setTransportLocked(bool locked)
+{
+    run([&] { transport_.setLocked(locked); });
+}
+
+void CameraState::sessionClosed()
+{
+    run([this] {
+        acquisition_.stop();
+        events_.disableAll();
+        transport_.setLocked(false);
+    });
+}
+
+} // namespace simulator

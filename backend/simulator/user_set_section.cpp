@@ -1,0 +1,70 @@
+// User sets of a simulated camera.
+#include "simulator/user_set_section.h"
+
+#include "gentl/gentl_abi.h"
+
+#include <utility>
+
+namespace simulator
+{
+
+UserSetSection::UserSetSection(CameraContext& context, std::function<void()> loaded)
+    : context_(context), loaded_(std::move(loaded))
+{
+    FeatureTable& table = context.table;
+    table.category("UserSetControl", "Settings that the camera keeps.");
+    const auto withSets = [](Feature& feature) -> Feature& {
+        return feature.entry("Default", 0, "Settings of a new camera.")
+            .entry("UserSet0", 1, "First set of the user.")
+            .entry("UserSet1", 2, "Second set of the user.");
+    };
+    selector_ = &withSets(table.enumeration("UserSetSelector", "Set to load or save."));
+    table.command("UserSetLoad", "Loads the selected set.")
+        .lockedIf(context.whileStreaming())
+        .onExecute([this](std::size_t) {
+            load(static_cast<std::size_t>(selector_->integer()));
+            return gentl::err::kSuccess;
+        });
+    table.command("UserSetSave", "Saves the settings in the selected set.")
+        .describe("Saves the settings in the selected set; Default cannot be changed.")
+        .lockedIf([this] { return selector_->integer() == 0 || context_.isLocked(); })
+        .onExecute([this](std::size_t) {
+            sets_.at(static_cast<std::size_t>(selector_->integer())) = present();
+            return gentl::err::kSuccess;
+        });
+    default_ = &withSets(table.enumeration("UserSetDefault", "Set that a restart loads.").expert());
+}
+
+UserSetSection::Settings UserSetSection::present() const
+{
+    Settings settings;
+    for (const Feature& feature : context_.table.features()) {
+        if (feature.isStreamable()) {
+            auto& values = settings.emplace_back();
+            for (std::size_t i = 0; i < feature.count(); ++i) {
+                values.push_back(feature.stored(i));
+            }
+        }
+    }
+    return settings;
+}
+
+void UserSetSection::keepFactorySettings() { sets_.fill(present()); }
+
+void UserSetSection::load(std::size_t set)
+{
+    std::size_t next = 0;
+    for (Feature& feature : context_.table.features()) {
+        if (feature.isStreamable()) {
+            const auto& values = sets_.at(set).at(next++);
+            for (std::size_t i = 0; i < values.size(); ++i) {
+                feature.set(values[i], i);
+            }
+        }
+    }
+    loaded_();
+}
+
+void UserSetSection::loadDefault() { load(static_cast<std::size_t>(default_->integer())); }
+
+} // namespace simulator
