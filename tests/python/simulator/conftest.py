@@ -1,0 +1,81 @@
+"""Fixtures over the real libraries: cameras by model, devices and streams that are given back."""
+
+import os
+import pathlib
+
+# No packet leaves this machine: the tests see the simulated cameras only.
+os.environ.setdefault("ZELCAM_VISION", "off")
+
+import pytest
+
+ROOT = pathlib.Path(__file__).resolve().parents[3]
+LOCAL = {"ZELCAM_VISION": "off"}
+
+
+@pytest.fixture(scope="session")
+def zel():
+    import libZelCameraApiPy
+    return libZelCameraApiPy
+
+
+@pytest.fixture(scope="session")
+def interfaces(zel):
+    """The interfaces by type number, enumerated once."""
+    found = {}
+    for interface in zel.PyZelSystem().GetInterfaceList():
+        assert interface.ReEnumerateDevices(1000)[0]
+        found.setdefault(interface.GetType(), interface)
+    return found
+
+
+@pytest.fixture(scope="session")
+def infos(interfaces):
+    """Device infos of all cameras by model name."""
+    return {info.GetModel(): info
+            for interface in interfaces.values() for info in interface.GetDeviceInfoList()}
+
+
+@pytest.fixture
+def open_device(zel):
+    """Opens devices, by info or the default one, and releases them after the test."""
+    opened = []
+
+    def open_one(info=None):
+        device = zel.PyZelCreateDevice(info) if info is not None else zel.PyZelCreateDevice()
+        assert device.IsValid(), zel.GetLastError()
+        opened.append(device)
+        camera = device.GetCameraParameters()
+        camera.SetEnumValueStr("UserSetSelector", "Default")
+        camera.ExecuteCommand("UserSetLoad")
+        return device
+
+    yield open_one
+    for device in opened:
+        device.Release()
+
+
+@pytest.fixture
+def device(open_device):
+    """The default camera, with its default settings."""
+    return open_device()
+
+
+@pytest.fixture
+def camera(device):
+    return device.GetCameraParameters()
+
+
+@pytest.fixture
+def stream(device):
+    """A stream with eight buffers, not started."""
+    stream = device.GetStreamByIndex(0)
+    assert stream.AllocBufferQueue(8)
+    yield stream
+    stream.StopAcquisition(0)
+    stream.Release()
+
+
+@pytest.fixture
+def running(stream):
+    assert stream.StartAcquisition()
+    return stream
