@@ -25,7 +25,8 @@ struct FrameRecord {
     std::uint64_t frameId = 0;
     std::uint64_t linesFilled = 0;
     std::size_t sizeFilled = 0; ///< Bytes that arrived.
-    FrameLayout layout;         ///< `size` is what was meant to arrive.
+    std::size_t dataSize = 0;   ///< Bytes that were meant to arrive.
+    FrameLayout layout;
     std::vector<ChunkPlace> chunks;
 };
 

@@ -92,7 +92,7 @@ InfoValue ofFrame(const FrameRecord& frame, std::int32_t command)
     case gentl::kBufferInfoPayloadType:
         return InfoValue::size(gentl::kPayloadImage);
     case gentl::kBufferInfoDataSize:
-        return InfoValue::size(layout.size);
+        return InfoValue::size(frame.dataSize);
     case gentl::kBufferInfoDataLargerThanBuffer:
         return InfoValue::bool8(frame.largerThanBuffer);
     case gentl::kBufferInfoContainsChunkData:

@@ -2,9 +2,7 @@
 
 #include <algorithm>
 #include <csignal>
-#include <cstring>
 #include <utility>
-#include <vector>
 
 namespace simulator::producer
 {
@@ -30,20 +28,13 @@ private:
     sigset_t before_{};
 };
 
-std::uint64_t bytesOfLines(const FrameLayout& layout, std::uint64_t lines)
-{
-    return layout.height == 0
-               ? 0
-               : layout.imageSize * std::min<std::uint64_t>(lines, layout.height) / layout.height;
-}
-
-void makeIncomplete(FrameRecord* record, std::uint64_t lines)
+/// The first `lines` lines are there, `size` bytes; what lies behind them is not.
+void makeIncomplete(FrameRecord* record, std::uint64_t lines, std::size_t size)
 {
     record->incomplete = true;
-    record->linesFilled = std::min<std::uint64_t>(lines, record->layout.height);
-    record->sizeFilled =
-        std::min<std::size_t>(record->sizeFilled, bytesOfLines(record->layout, lines));
-    record->chunks.clear(); // they come behind the last line
+    record->linesFilled = lines;
+    record->sizeFilled = size;
+    record->chunks.clear();
 }
 
 } // namespace
@@ -187,15 +178,14 @@ void FrameEngine::carry(const FramePlan& plan)
     if (!filling.buffer) {
         ++counts_.underrun;
         camera_.frameDropped(plan);
-        camera_.frameDone(plan);
         return;
     }
     FrameRecord record;
     if (queues_.beginWriting(filling)) {
         try {
-            record = plan.incomplete ? fillPart(plan, filling) : fill(plan, filling);
+            record = fill(plan, filling);
         } catch (const std::bad_alloc&) {
-            makeIncomplete(&record, 0);
+            makeIncomplete(&record, 0, 0);
         }
         queues_.endWriting();
     }
@@ -207,35 +197,30 @@ FrameRecord FrameEngine::fill(const FramePlan& plan, const Filling& filling)
 {
     constexpr std::size_t kMaxChunks = 32;
     FrameRecord record;
+    const FrameLayout& layout = record.layout;
     const std::size_t capacity = filling.buffer->size();
     const gentl::Error code =
         camera_.render(plan, filling.buffer->memory(), capacity, &record.layout);
     record.newData = true;
     record.frameId = plan.frameId;
-    record.sizeFilled = std::min<std::size_t>(record.layout.size, capacity);
-    record.linesFilled = record.layout.height;
-    record.chunks.resize(kMaxChunks);
-    record.chunks.resize(camera_.chunks(record.layout, record.chunks.data(), kMaxChunks));
-    if (code != gentl::err::kSuccess) {
-        record.largerThanBuffer = record.layout.size > capacity;
-        const std::uint64_t lines =
-            record.layout.imageSize == 0
-                ? 0
-                : record.layout.height * record.sizeFilled / record.layout.imageSize;
-        makeIncomplete(&record, std::min<std::uint64_t>(lines, record.layout.height));
+    record.dataSize = layout.size;
+    record.sizeFilled = std::min<std::size_t>(layout.size, capacity);
+    record.linesFilled = layout.height;
+    if (plan.incomplete && plan.lines < layout.height) {
+        // The layout is that of the lines which arrived.
+        record.incomplete = true;
+        record.linesFilled = plan.lines;
+        record.dataSize = std::max<std::size_t>(layout.size, camera_.payloadSize());
     }
-    return record;
-}
-
-/// The lines that do not arrive must not appear in the consumer's memory.
-FrameRecord FrameEngine::fillPart(const FramePlan& plan, const Filling& filling)
-{
-    std::vector<unsigned char> whole(filling.buffer->size());
-    const Filling scratch{std::make_shared<AnnouncedBuffer>(whole.data(), whole.size(), nullptr),
-                          0};
-    FrameRecord record = fill(plan, scratch);
-    makeIncomplete(&record, plan.lines);
-    std::memcpy(filling.buffer->memory(), whole.data(), record.sizeFilled);
+    if (code == gentl::err::kSuccess) {
+        record.chunks.resize(kMaxChunks);
+        record.chunks.resize(camera_.chunks(layout, record.chunks.data(), kMaxChunks));
+    } else {
+        record.largerThanBuffer = record.dataSize > capacity;
+        const std::uint64_t lines =
+            layout.imageSize == 0 ? 0 : record.linesFilled * capacity / layout.imageSize;
+        makeIncomplete(&record, std::min(lines, record.linesFilled), record.sizeFilled);
+    }
     return record;
 }
 
@@ -273,9 +258,11 @@ void FrameEngine::cutShort(const FramePlan& plan, FrameRecord* record) const
     const double part = now <= plan.startNs ? 0.0
                                             : static_cast<double>(now - plan.startNs) /
                                                   static_cast<double>(plan.readyNs - plan.startNs);
-    const auto lines =
-        static_cast<std::uint64_t>(part * static_cast<double>(record->layout.height));
-    makeIncomplete(record, std::min(lines, record->linesFilled));
+    const std::uint64_t height = std::max<std::uint64_t>(record->linesFilled, 1);
+    const auto lines = static_cast<std::uint64_t>(part * static_cast<double>(height));
+    const std::size_t lineSize =
+        std::min<std::size_t>(record->layout.imageSize, record->sizeFilled) / height;
+    makeIncomplete(record, lines, lines * lineSize);
 }
 
 } // namespace simulator::producer

@@ -57,7 +57,6 @@ private:
     void run();
     void carry(const FramePlan& plan);
     FrameRecord fill(const FramePlan& plan, const Filling& filling);
-    FrameRecord fillPart(const FramePlan& plan, const Filling& filling);
     void finish(const FramePlan& plan, const Filling& filling, FrameRecord record);
     void cutShort(const FramePlan& plan, FrameRecord* record) const;
     void raise(Stop stop);
