@@ -1,0 +1,17 @@
+// Unpacking a bit-packed frame, as pictures and movies both need it.
+#pragma once
+
+#include "imaging/components.h"
+#include "zel_err.h"
+
+namespace imaging
+{
+
+/// The unpacker with its parameters set for a source, or null with a report on standard error.
+ZelImageUnpacker* unpackerFor(Components& components, const ZelImage& source);
+
+/// Unpacks `source` into `target`; a null target counts as refused with -40007. Returns the code; a
+/// failure is reported on standard error.
+ZelCamErr unpack(ZelImageUnpacker* unpacker, const ZelImage& source, ZelImage* target);
+
+} // namespace imaging

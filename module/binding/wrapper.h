@@ -1,0 +1,62 @@
+// Base of all wrapper types: registration of names, documentation and methods.
+#pragma once
+
+#include "module/binding/guard.h"
+#include "module/binding/pycxx.h"
+
+namespace binding
+{
+
+/// A Python type implemented by the C++ class Self. Objects are made by C++ only: calling the type
+/// from Python, or deriving from it, raises TypeError. Methods are member functions
+/// `Py::Object name()` and `Py::Object name(const Py::Tuple&)`; they run with the interpreter lock
+/// held and may throw anything.
+template <class Self> class Wrapper : public Py::PythonExtension<Self>
+{
+public:
+    /// Makes the type known to the interpreter under the name that it has by then.
+    static void makeReady()
+    {
+        // Before the type is made ready, or it would inherit an attribute lookup that goes first.
+        Wrapper::behaviors().supportGetattr();
+        if (!Wrapper::behaviors().readyType()) {
+            throw Py::Exception();
+        }
+    }
+
+protected:
+    /// Names the type; the documentation may be null.
+    static void describe(const char* name, const char* documentation = nullptr)
+    {
+        Wrapper::behaviors().name(name);
+        if (documentation != nullptr) {
+            Wrapper::behaviors().doc(documentation);
+        }
+        makeReady();
+    }
+
+    /// Registers a method without arguments.
+    template <auto Method> static void noargs(const char* name)
+    {
+        Wrapper::add_noargs_method(name, &Wrapper::template callNoArgs<Method>);
+    }
+
+    /// Registers a method that takes the tuple of its positional arguments.
+    template <auto Method> static void varargs(const char* name)
+    {
+        Wrapper::add_varargs_method(name, &Wrapper::template callVarArgs<Method>);
+    }
+
+private:
+    template <auto Method> Py::Object callNoArgs()
+    {
+        return guarded([this] { return (static_cast<Self*>(this)->*Method)(); });
+    }
+
+    template <auto Method> Py::Object callVarArgs(const Py::Tuple& args)
+    {
+        return guarded([this, &args] { return (static_cast<Self*>(this)->*Method)(args); });
+    }
+};
+
+} // namespace binding
