@@ -26,27 +26,28 @@ public:
     ParamArray(const ParamArray&) = delete;
     ParamArray& operator=(const ParamArray&) = delete;
 
-    /// Builds the node maps. A source without a description, or with a broken one, contributes
-    /// nothing; the first such failure of the first source is returned and the array is then empty
-    /// (failures of later sources are only logged). -40201 for a broken description.
+    /// Builds the node maps in place of those attached before. A source without a description, or
+    /// with a broken one, contributes nothing; a failure of the first source is returned and the
+    /// array is then empty (failures of later sources are only logged on standard error). -40201
+    /// for a broken description.
     ZelCamErr attach(const std::vector<FeatureSource*>& sources);
 
     /// Drops the node maps; returns after calls in other threads have left them. From then on every
-    /// call answers with `reason` (-1006 after a release, -40006 for a lost device, ...).
+    /// call answers with `reason` (-1006 after a release, -40006 for a lost device, ...). A source
+    /// may call it from inside an access: the map then lives until that access has returned.
     void detach(ZelCamErr reason);
 
     /// Makes events and chunks of the camera readable through the map: the bytes whose offset 0 is
     /// address 0 of the event port with this id (hexadecimal EventID), or of the chunk port with
-    /// this ChunkID. Invalidates what depends on them.
+    /// this ChunkID. Until then they answer -1014. The bytes are copied.
     void setEventData(std::uint64_t eventId, const void* data, std::size_t size);
     void setChunkData(std::uint64_t chunkId, const void* data, std::size_t size);
 
-    /// Tells that the module changed features behind our back ("" = all): cached values are
-    /// dropped.
+    /// Tells that the module changed features behind our back ("" = all). Every value is read from
+    /// the module when it is asked for, so there is nothing to drop today.
     void invalidate(const std::string& feature);
 
-    /// Names of all streamable features of the attached maps, selected ones with their selectors,
-    /// in the order of the tree: see configuration_file.h.
+    /// For the other files of this directory.
     ParamArrayState& state() { return *state_; }
 
     ZelGenParam::Param* GetParam(const char* name, ZelCamErr* err) override;
@@ -76,7 +77,13 @@ public:
     bool IsCommandDone(const char* name, ZelCamErr* err) override;
 
 private:
+    /// Says nothing by itself: users can only hold it.
+    class NodeMapHandle final : public ZelGenParam::NodeMap
+    {
+    };
+
     std::unique_ptr<ParamArrayState> state_;
+    NodeMapHandle nodeMap_;
 };
 
 } // namespace genapi

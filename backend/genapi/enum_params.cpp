@@ -1,0 +1,177 @@
+#include "genapi/enum_params.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace genapi
+{
+
+EntryParam::EntryParam(EnumParam& owner, std::string symbol)
+    : owner_(owner), symbol_(std::move(symbol)), displayName_(symbol_.c_str())
+{
+}
+
+void EntryParam::bind(std::int32_t position)
+{
+    position_ = position;
+    const EntryDescription* const entry = described();
+    if (entry == nullptr)
+        return;
+    toolTip_ = owner_.state().intern(entry->toolTip);
+    description_ = owner_.state().intern(entry->text);
+    displayName_ =
+        entry->displayName.empty() ? symbol_.c_str() : owner_.state().intern(entry->displayName);
+}
+
+const EntryDescription* EntryParam::described() const
+{
+    Feature* const feature = owner_.feature();
+    if (feature == nullptr || position_ < 0)
+        return nullptr;
+    return &feature->node().entries[static_cast<std::size_t>(position_)];
+}
+
+const char* EntryParam::GetToolTip()
+{
+    const ParamArrayState::Entry entry(owner_.state());
+    return toolTip_;
+}
+
+const char* EntryParam::GetDescription()
+{
+    const ParamArrayState::Entry entry(owner_.state());
+    return description_;
+}
+
+const char* EntryParam::GetDisplayName()
+{
+    const ParamArrayState::Entry entry(owner_.state());
+    return displayName_;
+}
+
+std::int32_t EntryParam::GetVisibility()
+{
+    const ParamArrayState::Entry entry(owner_.state());
+    return described() != nullptr ? described()->visibility : 0;
+}
+
+bool EntryParam::IsValueCached()
+{
+    const ParamArrayState::Entry entry(owner_.state());
+    return described() != nullptr;
+}
+
+bool EntryParam::IsAvailable()
+{
+    const ParamArrayState::Entry entry(owner_.state());
+    return described() != nullptr &&
+           owner_.feature()->entryAccess(static_cast<std::size_t>(position_)).isAvailable();
+}
+
+bool EntryParam::IsVisible(std::int64_t level)
+{
+    const ParamArrayState::Entry entry(owner_.state());
+    return described() != nullptr && described()->visibility <= level;
+}
+
+std::int64_t EntryParam::GetValue(ZelCamErr* err)
+{
+    const ParamArrayState::Entry entry(owner_.state());
+    const EntryDescription* const found = described();
+    const ZelCamErr reason =
+        owner_.reason() != ZelErr::kOk ? owner_.reason() : ZelErr::kParamUnknown;
+    report(err, found != nullptr ? ZelErr::kOk : reason);
+    return found != nullptr ? found->value : 0;
+}
+
+const char* EntryParam::GetValueStr(ZelCamErr* err)
+{
+    const ParamArrayState::Entry entry(owner_.state());
+    const bool found = described() != nullptr;
+    const ZelCamErr reason =
+        owner_.reason() != ZelErr::kOk ? owner_.reason() : ZelErr::kParamUnknown;
+    report(err, found ? ZelErr::kOk : reason);
+    return found ? symbol_.c_str() : "";
+}
+
+void EnumParam::bind(ParamArrayState::Slot* slot)
+{
+    ParamOf::bind(slot);
+    const auto& described = node()->entries;
+    for (std::size_t i = 0; i < described.size(); ++i) {
+        const auto from = entries_.begin() + static_cast<std::ptrdiff_t>(i);
+        const auto same = std::find_if(from, entries_.end(), [&](const auto& entry) {
+            return entry->symbol() == described[i].symbol;
+        });
+        if (same != entries_.end())
+            std::rotate(from, same, same + 1);
+        else
+            entries_.insert(from, std::make_unique<EntryParam>(*this, described[i].symbol));
+        entries_[i]->bind(static_cast<std::int32_t>(i));
+    }
+}
+
+void EnumParam::unbind()
+{
+    for (const auto& entry : entries_)
+        entry->bind(-1);
+    ParamOf::unbind();
+}
+
+std::int32_t EnumParam::GetCount(ZelCamErr* err)
+{
+    return read<std::int32_t>(err, 0, [](Feature& feature, std::int32_t* count) {
+        for (std::size_t i = 0; i < feature.entryCount(); ++i)
+            *count += feature.entryAccess(i).isImplemented() ? 1 : 0;
+        return ZelErr::kOk;
+    });
+}
+
+ZelGenParam::EnumEntry* EnumParam::GetEnumEntryByIndex(std::int64_t index)
+{
+    const ParamArrayState::Entry entry(state());
+    Feature* const bound = feature();
+    if (bound == nullptr || index < 0)
+        return nullptr;
+    for (std::size_t i = 0; i < bound->entryCount(); ++i) {
+        if (bound->entryAccess(i).isImplemented() && index-- == 0)
+            return entries_[i].get();
+    }
+    return nullptr;
+}
+
+std::int64_t EnumParam::GetValue(ZelCamErr* err)
+{
+    return read<std::int64_t>(err, 0, [](Feature& feature, std::int64_t* value) {
+        std::size_t entry = 0;
+        const ZelCamErr result = feature.readEntry(&entry);
+        if (result == ZelErr::kOk)
+            *value = feature.node().entries[entry].value;
+        return result;
+    });
+}
+
+const char* EnumParam::GetValueStr(ZelCamErr* err)
+{
+    return read<const char*>(err, "", [this](Feature& feature, const char** symbol) {
+        std::size_t entry = 0;
+        const ZelCamErr result = feature.readEntry(&entry);
+        if (result == ZelErr::kOk)
+            *symbol = entries_[entry]->symbol().c_str();
+        return result;
+    });
+}
+
+ZelCamErr EnumParam::SetValue(std::int64_t value)
+{
+    return call([value](Feature& feature) { return feature.writeEntryValue(value); });
+}
+
+ZelCamErr EnumParam::SetValueStr(const char* symbol)
+{
+    if (symbol == nullptr)
+        return ZelErr::kInvalidArgument;
+    return call([symbol](Feature& feature) { return feature.writeEntrySymbol(symbol); });
+}
+
+} // namespace genapi

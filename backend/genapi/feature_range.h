@@ -1,0 +1,58 @@
+// The present range of a number.
+#pragma once
+
+#include "genapi/engine_node.h"
+#include "zel_err.h"
+
+#include <cstdint>
+#include <vector>
+
+namespace genapi
+{
+
+class FeatureMap;
+struct NodeDescription;
+struct Number;
+
+struct IntegerRange {
+    std::int64_t min;
+    std::int64_t max;
+    std::int64_t increment; ///< At least 1.
+};
+
+struct FloatRange {
+    double min;
+    double max;
+};
+
+/// All bounds that apply to a node: its own, and those of what it passes its value on to. Bounds
+/// that the description does not give are those of the type. Called under the lock of the map.
+class FeatureRange
+{
+public:
+    FeatureRange(FeatureMap& map, std::int32_t node);
+
+    ZelCamErr integer(IntegerRange* range) const;
+    ZelCamErr real(FloatRange* range) const;
+
+private:
+    enum class Source : std::uint8_t { kConstant, kValue };
+
+    struct Bound {
+        Source source = Source::kConstant;
+        std::int64_t integer = 0;
+        double number = 0.0;
+        EngineNode engine;
+    };
+
+    void add(FeatureMap& map, std::int32_t node);
+    static void addBound(FeatureMap& map, const Number* constant, std::int32_t reference,
+                         std::vector<Bound>* bounds);
+
+    std::vector<Bound> lower_;
+    std::vector<Bound> upper_;
+    std::vector<Bound> increments_;
+    std::vector<EngineNode> converters_;
+};
+
+} // namespace genapi

@@ -1,0 +1,246 @@
+#include "genapi/param_array.h"
+
+#include "genapi/enum_params.h"
+#include "genapi/param_array_state.h"
+#include "genapi/param_object.h"
+#include "genapi/params.h"
+
+namespace genapi
+{
+
+namespace
+{
+
+using Entry = ParamArrayState::Entry;
+
+/// The object of a name when it has this type; null with a code in `err`.
+template <class Class>
+Class* typedParam(ParamArrayState& state, const char* name, std::int32_t type, ZelCamErr* err)
+{
+    const Entry entry(state);
+    ParamArrayState::Slot* const slot = state.find(name, err);
+    if (slot == nullptr)
+        return nullptr;
+    if (ParamArrayState::featureOf(*slot).type() != type) {
+        report(err, ZelErr::kParamType);
+        return nullptr;
+    }
+    return static_cast<Class*>(&state.objectOf(*slot));
+}
+
+/// Calls `operation` with the feature of a name under the lock.
+template <class Operation>
+ZelCamErr withFeature(ParamArrayState& state, const char* name, Operation operation)
+{
+    const Entry entry(state);
+    ZelCamErr result = ZelErr::kOk;
+    ParamArrayState::Slot* const slot = state.find(name, &result);
+    return slot != nullptr ? operation(ParamArrayState::featureOf(*slot)) : result;
+}
+
+} // namespace
+
+ParamArray::ParamArray() : state_(std::make_unique<ParamArrayState>()) {}
+
+ParamArray::~ParamArray() = default;
+
+ZelCamErr ParamArray::attach(const std::vector<FeatureSource*>& sources)
+{
+    return state_->attach(sources);
+}
+
+void ParamArray::detach(ZelCamErr reason) { state_->detach(reason); }
+
+void ParamArray::setEventData(std::uint64_t eventId, const void* data, std::size_t size)
+{
+    const Entry entry(*state_);
+    for (const auto& map : state_->maps())
+        map->router().setData(true, eventId, data, size);
+}
+
+void ParamArray::setChunkData(std::uint64_t chunkId, const void* data, std::size_t size)
+{
+    const Entry entry(*state_);
+    for (const auto& map : state_->maps())
+        map->router().setData(false, chunkId, data, size);
+}
+
+void ParamArray::invalidate(const std::string& feature) { (void)feature; }
+
+ZelGenParam::Param* ParamArray::GetParam(const char* name, ZelCamErr* err)
+{
+    const Entry entry(*state_);
+    ParamArrayState::Slot* const slot = state_->find(name, err);
+    return slot != nullptr ? state_->objectOf(*slot).param() : nullptr;
+}
+
+ZelGenParam::Boolean* ParamArray::GetBoolean(const char* name, ZelCamErr* err)
+{
+    return typedParam<BooleanParam>(*state_, name, ZelGenParam::kTypeBoolean, err);
+}
+
+ZelGenParam::Command* ParamArray::GetCommand(const char* name, ZelCamErr* err)
+{
+    return typedParam<CommandParam>(*state_, name, ZelGenParam::kTypeCommand, err);
+}
+
+ZelGenParam::Enum* ParamArray::GetEnum(const char* name, ZelCamErr* err)
+{
+    return typedParam<EnumParam>(*state_, name, ZelGenParam::kTypeEnum, err);
+}
+
+ZelGenParam::Float* ParamArray::GetFloat(const char* name, ZelCamErr* err)
+{
+    return typedParam<FloatParam>(*state_, name, ZelGenParam::kTypeFloat, err);
+}
+
+ZelGenParam::Int* ParamArray::GetInt(const char* name, ZelCamErr* err)
+{
+    return typedParam<IntParam>(*state_, name, ZelGenParam::kTypeInt, err);
+}
+
+ZelGenParam::String* ParamArray::GetString(const char* name, ZelCamErr* err)
+{
+    return typedParam<StringParam>(*state_, name, ZelGenParam::kTypeString, err);
+}
+
+ZelGenParam::Category* ParamArray::GetRootCategory(ZelCamErr* err)
+{
+    const Entry entry(*state_);
+    CategoryParam* const root = state_->root();
+    const ZelCamErr none = state_->reason() != ZelErr::kOk ? state_->reason() : ZelErr::kParamTree;
+    report(err, root != nullptr ? ZelErr::kOk : none);
+    return root;
+}
+
+ZelGenParam::NodeMap* ParamArray::GetNodeMap(ZelCamErr* err)
+{
+    const Entry entry(*state_);
+    report(err, state_->reason());
+    return state_->reason() == ZelErr::kOk ? &nodeMap_ : nullptr;
+}
+
+std::int32_t ParamArray::GetCount()
+{
+    const Entry entry(*state_);
+    return static_cast<std::int32_t>(state_->features().size());
+}
+
+ZelGenParam::Param* ParamArray::GetParamByIndex(std::int64_t index, ZelCamErr* err)
+{
+    const Entry entry(*state_);
+    const auto& features = state_->features();
+    ZelCamErr result = state_->reason();
+    if (result == ZelErr::kOk &&
+        (index < 0 || static_cast<std::uint64_t>(index) >= features.size()))
+        result = ZelErr::kInvalidIndex;
+    report(err, result);
+    if (result != ZelErr::kOk)
+        return nullptr;
+    return state_->objectOf(*features[static_cast<std::size_t>(index)]).param();
+}
+
+ZelCamErr ParamArray::SetBooleanValue(const char* name, bool value)
+{
+    return withFeature(*state_, name,
+                       [value](Feature& feature) { return feature.writeBoolean(value); });
+}
+
+bool ParamArray::GetBooleanValue(const char* name, ZelCamErr* err)
+{
+    bool value = false;
+    report(err, withFeature(*state_, name,
+                            [&](Feature& feature) { return feature.readBoolean(&value); }));
+    return value;
+}
+
+ZelCamErr ParamArray::SetEnumValueStr(const char* name, const char* symbol)
+{
+    if (symbol == nullptr)
+        return ZelErr::kInvalidArgument;
+    return withFeature(*state_, name,
+                       [symbol](Feature& feature) { return feature.writeEntrySymbol(symbol); });
+}
+
+ZelCamErr ParamArray::SetEnumValue(const char* name, std::int64_t value)
+{
+    return withFeature(*state_, name,
+                       [value](Feature& feature) { return feature.writeEntryValue(value); });
+}
+
+const char* ParamArray::GetEnumValueStr(const char* name, ZelCamErr* err)
+{
+    ZelGenParam::Enum* const param = GetEnum(name, err);
+    return param != nullptr ? param->GetValueStr(err) : "";
+}
+
+std::int64_t ParamArray::GetEnumValue(const char* name, ZelCamErr* err)
+{
+    std::int64_t value = 0;
+    report(err, withFeature(*state_, name, [&value](Feature& feature) {
+               std::size_t entry = 0;
+               const ZelCamErr result = feature.readEntry(&entry);
+               if (result == ZelErr::kOk)
+                   value = feature.node().entries[entry].value;
+               return result;
+           }));
+    return value;
+}
+
+ZelCamErr ParamArray::SetFloatValue(const char* name, double value)
+{
+    return withFeature(*state_, name,
+                       [value](Feature& feature) { return feature.writeFloat(value); });
+}
+
+double ParamArray::GetFloatValue(const char* name, ZelCamErr* err)
+{
+    double value = 0.0;
+    report(err,
+           withFeature(*state_, name, [&](Feature& feature) { return feature.readFloat(&value); }));
+    return value;
+}
+
+ZelCamErr ParamArray::SetIntegerValue(const char* name, std::int64_t value)
+{
+    return withFeature(*state_, name,
+                       [value](Feature& feature) { return feature.writeInteger(value); });
+}
+
+std::int64_t ParamArray::GetIntegerValue(const char* name, ZelCamErr* err)
+{
+    std::int64_t value = 0;
+    const ZelCamErr result =
+        withFeature(*state_, name, [&](Feature& feature) { return feature.readInteger(&value); });
+    report(err, result);
+    return result == ZelErr::kOk ? value : 0;
+}
+
+ZelCamErr ParamArray::SetStringValue(const char* name, const char* value)
+{
+    if (value == nullptr)
+        return ZelErr::kInvalidArgument;
+    return withFeature(*state_, name,
+                       [value](Feature& feature) { return feature.writeString(value); });
+}
+
+const char* ParamArray::GetStringValue(const char* name, ZelCamErr* err)
+{
+    ZelGenParam::String* const param = GetString(name, err);
+    return param != nullptr ? param->GetValue(err) : "";
+}
+
+ZelCamErr ParamArray::ExecuteCommand(const char* name)
+{
+    return withFeature(*state_, name, [](Feature& feature) { return feature.execute(); });
+}
+
+bool ParamArray::IsCommandDone(const char* name, ZelCamErr* err)
+{
+    bool done = false;
+    report(err,
+           withFeature(*state_, name, [&done](Feature& feature) { return feature.isDone(&done); }));
+    return done;
+}
+
+} // namespace genapi

@@ -1,0 +1,184 @@
+#include "genapi/param_array_state.h"
+
+#include "genapi/param_object.h"
+#include "genapi/params.h"
+#include "genapi/value_texts.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <utility>
+
+namespace genapi
+{
+
+ParamArrayState::Entry::Entry(ParamArrayState& state) : state_(state), lock_(state.mutex_)
+{
+    ++state_.depth_;
+}
+
+ParamArrayState::Entry::~Entry()
+{
+    if (--state_.depth_ == 0 && !state_.retired_.empty())
+        state_.retired_.clear();
+}
+
+ParamArrayState::ParamArrayState() : reason_(ZelErr::kInvalidState) {}
+
+ParamArrayState::~ParamArrayState() { forgetValueTexts(this); }
+
+ZelCamErr ParamArrayState::attach(const std::vector<FeatureSource*>& sources)
+{
+    const Entry entry(*this);
+    drop(ZelErr::kInvalidState);
+    ZelCamErr failure = ZelErr::kOk;
+    for (FeatureSource* const source : sources) {
+        std::unique_ptr<FeatureMap> map;
+        std::string why;
+        const ZelCamErr result =
+            source != nullptr ? FeatureMap::create(*source, &map, &why) : ZelErr::kInvalidArgument;
+        if (result == ZelErr::kOk) {
+            maps_.push_back(std::move(map));
+            continue;
+        }
+        const bool hasNone =
+            result == ZelErr::kGenTLNoData || result == ZelErr::kGenTLNotImplemented;
+        if (!hasNone)
+            std::fprintf(stderr, "Parameter description refused: %d %s\n", result, why.c_str());
+        if (source == sources.front()) {
+            failure = result;
+            break;
+        }
+    }
+    // An array without features is attached all the same: names are unknown, not out of reach.
+    reason_ = ZelErr::kOk;
+    if (failure == ZelErr::kOk) {
+        for (const auto& map : maps_)
+            addNames(*map);
+        buildTree();
+    }
+    return failure;
+}
+
+void ParamArrayState::detach(ZelCamErr reason)
+{
+    const Entry entry(*this);
+    drop(reason != ZelErr::kOk ? reason : ZelErr::kInvalidState);
+}
+
+void ParamArrayState::drop(ZelCamErr reason)
+{
+    reason_ = reason;
+    for (const auto& [key, object] : objects_)
+        object->unbind();
+    root_ = nullptr;
+    flat_.clear();
+    listed_.clear();
+    names_.clear();
+    for (auto& map : maps_)
+        retired_.push_back(std::move(map));
+    maps_.clear();
+}
+
+void ParamArrayState::addNames(FeatureMap& map)
+{
+    const Description& description = map.description();
+    names_.reserve(names_.size() + description.byName.size());
+    for (const auto& [name, node] : description.byName)
+        names_.emplace(name, Slot{&map, node, nullptr, nullptr});
+}
+
+void ParamArrayState::buildTree()
+{
+    const auto found = names_.find("Root");
+    if (found == names_.end())
+        return;
+    root_ = static_cast<CategoryParam*>(&objectOf(found->second));
+    listed_.insert(&found->second);
+    std::vector<std::string_view> path = {"Root"};
+    addChildren(*root_, "Root", &path);
+}
+
+void ParamArrayState::addChildren(CategoryParam& category, const std::string& name,
+                                  std::vector<std::string_view>* path)
+{
+    auto& children = category.children();
+    std::unordered_set<const Slot*> present;
+    for (const auto& map : maps_) {
+        const Description& description = map->description();
+        const auto found = description.byName.find(name);
+        if (found == description.byName.end())
+            continue;
+        const auto& node = description.nodes[static_cast<std::size_t>(found->second)];
+        for (const Reference& reference : node.references) {
+            if (reference.kind != ReferenceKind::kFeature)
+                continue;
+            const auto& child = description.nodes[static_cast<std::size_t>(reference.target)];
+            const auto slot = names_.find(child.name);
+            // Two maps together can make a circle that none has alone.
+            if (slot == names_.end() ||
+                std::find(path->begin(), path->end(), slot->first) != path->end() ||
+                !present.insert(&slot->second).second)
+                continue;
+            children.push_back(&slot->second);
+        }
+    }
+    for (Slot* const child : children) {
+        if (!listed_.insert(child).second)
+            continue;
+        flat_.push_back(child);
+        const auto& node = child->map->description().nodes[static_cast<std::size_t>(child->node)];
+        if (node.kind != NodeKind::kCategory)
+            continue;
+        path->push_back(node.name);
+        addChildren(static_cast<CategoryParam&>(objectOf(*child)), node.name, path);
+        path->pop_back();
+    }
+}
+
+ParamArrayState::Slot* ParamArrayState::find(const char* name, ZelCamErr* err)
+{
+    ZelCamErr result = reason_;
+    Slot* slot = nullptr;
+    if (name == nullptr) {
+        result = ZelErr::kInvalidArgument;
+    } else if (result == ZelErr::kOk) {
+        const auto found = names_.find(name);
+        if (found != names_.end())
+            slot = &found->second;
+        else
+            result = ZelErr::kParamUnknown;
+    }
+    if (err != nullptr)
+        *err = result;
+    return slot;
+}
+
+Feature& ParamArrayState::featureOf(Slot& slot)
+{
+    if (slot.feature == nullptr)
+        slot.feature = &slot.map->feature(slot.node);
+    return *slot.feature;
+}
+
+ParamObject& ParamArrayState::objectOf(Slot& slot)
+{
+    if (slot.object != nullptr)
+        return *slot.object;
+    const Feature& feature = featureOf(slot);
+    std::string key = feature.node().name;
+    key += '\0';
+    key += static_cast<char>('0' + feature.type());
+    auto& owned = objects_[key];
+    if (owned == nullptr)
+        owned = makeParamObject(*this, feature.node().name, feature.type());
+    owned->bind(&slot);
+    slot.object = owned.get();
+    return *owned;
+}
+
+const char* ParamArrayState::intern(const std::string& text)
+{
+    return texts_.insert(text).first->c_str();
+}
+
+} // namespace genapi

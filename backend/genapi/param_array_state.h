@@ -1,0 +1,97 @@
+// What an array holds: its lock, the attached maps, the names, the tree, the parameter objects.
+#pragma once
+
+#include "genapi/feature_map.h"
+#include "genapi/feature_source.h"
+#include "zel_err.h"
+
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <unordered_set>
+#include <vector>
+
+namespace genapi
+{
+
+class CategoryParam;
+class ParamObject;
+
+/// Shared by the array and its parameter objects. Everything but attach() and detach() is called
+/// inside an Entry.
+class ParamArrayState
+{
+public:
+    /// Holds the lock of the array. Entries nest in one thread; a map that is detached inside one
+    /// lives until the outermost has ended.
+    class Entry
+    {
+    public:
+        explicit Entry(ParamArrayState& state);
+        ~Entry();
+        Entry(const Entry&) = delete;
+        Entry& operator=(const Entry&) = delete;
+
+    private:
+        ParamArrayState& state_;
+        std::unique_lock<std::recursive_mutex> lock_;
+    };
+
+    /// One name of the attached maps.
+    struct Slot {
+        FeatureMap* map = nullptr;
+        std::int32_t node = -1;
+        Feature* feature = nullptr;    ///< Once used.
+        ParamObject* object = nullptr; ///< Once handed out.
+    };
+
+    ParamArrayState();
+    ~ParamArrayState();
+    ParamArrayState(const ParamArrayState&) = delete;
+    ParamArrayState& operator=(const ParamArrayState&) = delete;
+
+    ZelCamErr attach(const std::vector<FeatureSource*>& sources);
+    void detach(ZelCamErr reason);
+
+    /// 0 while maps are attached, else why not.
+    ZelCamErr reason() const { return reason_; }
+
+    /// Null with -40007, -40205 or the reason of being detached.
+    Slot* find(const char* name, ZelCamErr* err);
+    static Feature& featureOf(Slot& slot);
+    ParamObject& objectOf(Slot& slot);
+
+    /// Null without a tree.
+    CategoryParam* root() { return root_; }
+    /// Features in the order of the tree, each once.
+    const std::vector<Slot*>& features() const { return flat_; }
+    const std::vector<std::unique_ptr<FeatureMap>>& maps() const { return maps_; }
+
+    /// A text that lives as long as the array; equal texts are one.
+    const char* intern(const std::string& text);
+
+private:
+    void drop(ZelCamErr reason);
+    void addNames(FeatureMap& map);
+    void buildTree();
+    void addChildren(CategoryParam& category, const std::string& name,
+                     std::vector<std::string_view>* path);
+
+    std::recursive_mutex mutex_;
+    int depth_ = 0;
+    ZelCamErr reason_;
+    std::vector<std::unique_ptr<FeatureMap>> maps_;
+    std::vector<std::unique_ptr<FeatureMap>> retired_;
+    std::unordered_map<std::string_view, Slot> names_;
+    CategoryParam* root_ = nullptr;
+    std::vector<Slot*> flat_;
+    std::unordered_set<const Slot*> listed_;
+    std::unordered_set<std::string> texts_;
+    /// By name and type: the same object comes back with the same feature.
+    std::unordered_map<std::string, std::unique_ptr<ParamObject>> objects_;
+};
+
+} // namespace genapi

@@ -1,0 +1,151 @@
+#include "genapi/params.h"
+
+#include "genapi/utf8.h"
+#include "genapi/value_texts.h"
+
+namespace genapi
+{
+
+ZelCamErr IntParam::SetValue(std::int64_t value)
+{
+    return call([value](Feature& feature) { return feature.writeInteger(value); });
+}
+
+std::int64_t IntParam::GetValue(ZelCamErr* err)
+{
+    return read<std::int64_t>(
+        err, 0, [](Feature& feature, std::int64_t* value) { return feature.readInteger(value); });
+}
+
+std::int64_t IntParam::GetMin(ZelCamErr* err)
+{
+    return read<IntegerRange>(
+               err, {0, 0, 0},
+               [](Feature& feature, IntegerRange* range) { return feature.integerRange(range); })
+        .min;
+}
+
+std::int64_t IntParam::GetMax(ZelCamErr* err)
+{
+    return read<IntegerRange>(
+               err, {0, 0, 0},
+               [](Feature& feature, IntegerRange* range) { return feature.integerRange(range); })
+        .max;
+}
+
+std::int64_t IntParam::GetIncrement(ZelCamErr* err)
+{
+    return read<IntegerRange>(
+               err, {0, 0, 0},
+               [](Feature& feature, IntegerRange* range) { return feature.integerRange(range); })
+        .increment;
+}
+
+ZelCamErr FloatParam::SetValue(double value)
+{
+    return call([value](Feature& feature) { return feature.writeFloat(value); });
+}
+
+double FloatParam::GetValue(ZelCamErr* err)
+{
+    return read<double>(err, 0.0,
+                        [](Feature& feature, double* value) { return feature.readFloat(value); });
+}
+
+double FloatParam::GetMin(ZelCamErr* err)
+{
+    return read<FloatRange>(
+               err, {0.0, 0.0},
+               [](Feature& feature, FloatRange* range) { return feature.floatRange(range); })
+        .min;
+}
+
+double FloatParam::GetMax(ZelCamErr* err)
+{
+    return read<FloatRange>(
+               err, {0.0, 0.0},
+               [](Feature& feature, FloatRange* range) { return feature.floatRange(range); })
+        .max;
+}
+
+const char* FloatParam::GetUnit(ZelCamErr* err)
+{
+    return read<const char*>(err, "", [this](Feature& feature, const char** unit) {
+        *unit = state().intern(feature.unit());
+        return ZelErr::kOk;
+    });
+}
+
+ZelCamErr BooleanParam::SetValue(bool value)
+{
+    return call([value](Feature& feature) { return feature.writeBoolean(value); });
+}
+
+bool BooleanParam::GetValue(ZelCamErr* err)
+{
+    return read<bool>(err, false,
+                      [](Feature& feature, bool* value) { return feature.readBoolean(value); });
+}
+
+std::int32_t StringParam::GetMaxLength(ZelCamErr* err)
+{
+    return read<std::int32_t>(
+        err, 0, [](Feature& feature, std::int32_t* length) { return feature.maxLength(length); });
+}
+
+const char* StringParam::GetValue(ZelCamErr* err)
+{
+    std::string text;
+    const ZelCamErr result = call([&text](Feature& feature) { return feature.readString(&text); });
+    report(err, result);
+    if (result != ZelErr::kOk)
+        return "";
+    return keepValueText(&state(), this, toValidUtf8(text));
+}
+
+ZelCamErr StringParam::SetValue(const char* value)
+{
+    if (value == nullptr)
+        return ZelErr::kInvalidArgument;
+    return call([value](Feature& feature) { return feature.writeString(value); });
+}
+
+ZelCamErr CommandParam::Execute()
+{
+    return call([](Feature& feature) { return feature.execute(); });
+}
+
+bool CommandParam::IsDone(ZelCamErr* err)
+{
+    return read<bool>(err, false,
+                      [](Feature& feature, bool* done) { return feature.isDone(done); });
+}
+
+void CategoryParam::unbind()
+{
+    children_.clear();
+    ParamObject::unbind();
+}
+
+std::int32_t CategoryParam::GetCount()
+{
+    const ParamArrayState::Entry entry(state());
+    return static_cast<std::int32_t>(children_.size());
+}
+
+ZelGenParam::Param* CategoryParam::GetParamByIndex(std::int64_t index, ZelCamErr* err)
+{
+    const ParamArrayState::Entry entry(state());
+    if (reason() != ZelErr::kOk) {
+        report(err, reason());
+        return nullptr;
+    }
+    if (index < 0 || static_cast<std::uint64_t>(index) >= children_.size()) {
+        report(err, ZelErr::kInvalidIndex);
+        return nullptr;
+    }
+    report(err, ZelErr::kOk);
+    return state().objectOf(*children_[static_cast<std::size_t>(index)]).param();
+}
+
+} // namespace genapi
