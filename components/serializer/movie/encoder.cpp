@@ -1,0 +1,207 @@
+#include "encoder.h"
+
+#include "movie_functions.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cmath>
+#include <cstdlib>
+
+namespace movie
+{
+
+using serializer::Picture;
+
+namespace
+{
+
+// A key frame a second, and never further apart than a player likes to search.
+constexpr int kMaxKeyDistance = 60;
+// The AV1 encoder refuses higher rates; at a constant quantizer it does not use the rate.
+constexpr int kMaxAv1Rate = 240;
+constexpr int kMaxH26xQuantizer = 51;
+constexpr int kMaxQuantizer63 = 63;
+
+// Same distortion as the linear quantizer: the step doubles every six.
+int toH26x(int quantizer)
+{
+    const double value = 12.0 + 6.0 * std::log2(quantizer / 0.85);
+    return std::clamp(static_cast<int>(std::lround(value)), 0, kMaxH26xQuantizer);
+}
+
+int to63(int quantizer) { return (quantizer - 1) * kMaxQuantizer63 / 30; }
+
+void setLinear(AVCodecContext& context, const Settings& settings)
+{
+    context.qmin = settings.minQuantizer;
+    context.qmax = settings.maxQuantizer;
+    if (settings.minQuantizer == settings.maxQuantizer) {
+        context.flags |= AV_CODEC_FLAG_QSCALE;
+        context.global_quality = FF_QP2LAMBDA * settings.minQuantizer;
+    } else {
+        // The default rate would pin the quantizer at its maximum.
+        const double rate = 8.0 * context.width * context.height * av_q2d(context.framerate);
+        context.bit_rate = static_cast<std::int64_t>(std::clamp(rate, 1e6, 1e9));
+    }
+}
+
+void setH26x(AVCodecContext& context, const Settings& settings, Options& options)
+{
+    const int best = toH26x(settings.minQuantizer);
+    const int worst = toH26x(settings.maxQuantizer);
+    options.set("preset", "ultrafast");
+    if (best == worst) {
+        options.set("qp", best);
+    } else {
+        context.qmin = best;
+        context.qmax = worst;
+        options.set("crf", best);
+    }
+}
+
+void setTo63(AVCodecContext& context, const Settings& settings, Options& options)
+{
+    const int best = to63(settings.minQuantizer);
+    context.qmin = best;
+    context.qmax = to63(settings.maxQuantizer);
+    context.bit_rate = 0;
+    options.set("crf", best);
+}
+
+void setSpeed(const Compressor& compressor, AVCodecContext& context, Options& options)
+{
+    context.thread_count = 0;
+    if (compressor.name == "mjpeg" || compressor.name == "mpeg4") {
+        context.thread_type = FF_THREAD_SLICE;
+    } else if (compressor.name == "h265") {
+        options.set("x265-params", "log-level=none");
+    } else if (compressor.name == "ffv1") {
+        context.level = 3;
+        context.slices = 4;
+        options.set("coder", "rice");
+        options.set("slicecrc", 1);
+    } else if (compressor.name == "png") {
+        context.compression_level = 1;
+        options.set("pred", "up");
+    } else if (compressor.name == "vp9") {
+        options.set("deadline", "realtime");
+        options.set("cpu-used", 8);
+        options.set("row-mt", 1);
+        options.set("lag-in-frames", std::int64_t{0});
+    } else if (compressor.name == "av1") {
+        options.set("preset", 12);
+        context.framerate.num =
+            std::min(context.framerate.num, kMaxAv1Rate * context.framerate.den);
+        // Its log goes to standard error unless its environment says otherwise.
+        ::setenv("SVT_LOG", "0", 0);
+    }
+}
+
+void setQuantizer(const Compressor& compressor, AVCodecContext& context, const Settings& settings,
+                  Options& options)
+{
+    switch (compressor.scale) {
+    case QuantizerScale::kLinear:
+        setLinear(context, settings);
+        break;
+    case QuantizerScale::kH26x:
+        setH26x(context, settings, options);
+        break;
+    case QuantizerScale::kTo63:
+        setTo63(context, settings, options);
+        break;
+    case QuantizerScale::kNone:
+        break;
+    }
+}
+
+AVPixelFormat pixelFormatFor(const Compressor& compressor, bool colour, bool palette)
+{
+    if (colour) {
+        return compressor.colour;
+    }
+    return palette ? AV_PIX_FMT_PAL8 : compressor.gray;
+}
+
+} // namespace
+
+ZelCamErr Encoder::open(const Compressor& compressor, const Settings& settings,
+                        const Picture& first, AVRational rate, bool globalHeader, bool palette)
+{
+    const bool colour = first.isColour();
+    const AVCodec* codec =
+        avcodec_find_encoder_by_name(colour ? compressor.colourEncoder : compressor.grayEncoder);
+    const unsigned odd = compressor.evenSides ? 1U : 0U;
+    const unsigned width = first.width + (first.width & odd);
+    const unsigned height = first.height + (first.height & odd);
+    const auto largest = static_cast<unsigned>(compressor.maxSide);
+    if (codec == nullptr || width > largest || height > largest) {
+        return ZelErr::kInvalidArgument;
+    }
+    context_.reset(avcodec_alloc_context3(codec));
+    packet_.reset(av_packet_alloc());
+    if (context_ == nullptr || packet_ == nullptr) {
+        return ZelErr::kGenTLOutOfMemory;
+    }
+    context_->width = static_cast<int>(width);
+    context_->height = static_cast<int>(height);
+    context_->pix_fmt = pixelFormatFor(compressor, colour, palette);
+    context_->time_base = av_inv_q(rate);
+    context_->framerate = rate;
+    context_->sample_aspect_ratio = AVRational{1, 1};
+    context_->gop_size = std::clamp(static_cast<int>(av_q2d(rate)), 1, kMaxKeyDistance);
+    context_->max_b_frames = 0;
+    if (globalHeader) {
+        context_->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
+    }
+    describeColours(context_->pix_fmt, context_.get());
+    Options options;
+    setQuantizer(compressor, *context_, settings, options);
+    setSpeed(compressor, *context_, options);
+    const int code = avcodec_open2(context_.get(), codec, options.get());
+    if (code < 0) {
+        return code == AVERROR(ENOMEM) ? ZelErr::kGenTLOutOfMemory : ZelErr::kInvalidArgument;
+    }
+    return ZelErr::kOk;
+}
+
+ZelCamErr Encoder::encode(AVFrame* frame, const Sink& sink)
+{
+    if (frame != nullptr) {
+        frame->pts = next_++;
+        frame->quality = context_->global_quality;
+    }
+    int code = avcodec_send_frame(context_.get(), frame);
+    // Full: packets have to be taken first.
+    while (code == AVERROR(EAGAIN)) {
+        const ZelCamErr received = receive(sink);
+        if (received != ZelErr::kOk) {
+            return received;
+        }
+        code = avcodec_send_frame(context_.get(), frame);
+    }
+    if (code < 0) {
+        return code == AVERROR(ENOMEM) ? ZelErr::kGenTLOutOfMemory : ZelErr::kUnknown;
+    }
+    return receive(sink);
+}
+
+ZelCamErr Encoder::receive(const Sink& sink)
+{
+    while (true) {
+        const int code = avcodec_receive_packet(context_.get(), packet_.get());
+        if (code == AVERROR(EAGAIN) || code == AVERROR_EOF) {
+            return ZelErr::kOk;
+        }
+        if (code < 0) {
+            return code == AVERROR(ENOMEM) ? ZelErr::kGenTLOutOfMemory : ZelErr::kUnknown;
+        }
+        const ZelCamErr taken = sink(packet_.get());
+        av_packet_unref(packet_.get());
+        if (taken != ZelErr::kOk) {
+            return taken;
+        }
+    }
+}
+
+} // namespace movie

@@ -1,0 +1,155 @@
+#include "recorder.h"
+
+#include "signal_mask.h"
+
+#include <new>
+#include <system_error>
+
+namespace movie
+{
+
+using serializer::Picture;
+
+namespace
+{
+
+constexpr std::size_t kQueued = 4;
+constexpr double kMinRate = 0.001;
+constexpr double kMaxRate = 65535.0;
+// MPEG-4 keeps both parts of a frame rate in 16 bits.
+constexpr int kMaxRatePart = 65535;
+
+} // namespace
+
+Recorder::~Recorder()
+{
+    if (thread_.joinable()) {
+        finish();
+    }
+}
+
+ZelCamErr Recorder::start(const Settings& settings, const Picture& first)
+{
+    const ContainerRow* container = findContainer(settings.extension);
+    const Compressor* compressor =
+        container == nullptr ? nullptr : findCompressor(settings.compressor, container->bit);
+    const double wanted = settings.framesPerSecond;
+    // Written so that NaN fails too.
+    const bool rateFits = wanted >= kMinRate && wanted <= kMaxRate;
+    if (compressor == nullptr || !rateFits || settings.minQuantizer > settings.maxQuantizer ||
+        first.kind == serializer::PixelKind::kGray16) {
+        return ZelErr::kInvalidArgument;
+    }
+    // libav's own threads inherit the mask.
+    const SignalMask mask;
+    ZelCamErr code = file_.prepare(*container);
+    if (code != ZelErr::kOk) {
+        return code;
+    }
+    const bool palette = settings.addPalette && container->bit == kAvi &&
+                         compressor->scale == QuantizerScale::kNone &&
+                         compressor->name == "uncompressed";
+    code = encoder_.open(*compressor, settings, first, av_d2q(wanted, kMaxRatePart),
+                         file_.wantsGlobalHeader(), palette);
+    if (code != ZelErr::kOk) {
+        return code;
+    }
+    shape_ = first;
+    const AVCodecContext& context = encoder_.context();
+    frames_ = std::make_unique<FrameMaker>(context.pix_fmt, context.width, context.height);
+    code = file_.begin(settings.fileName, context, settings.ticksPerSecond);
+    return code == ZelErr::kOk ? startThread() : code;
+}
+
+ZelCamErr Recorder::startThread()
+{
+    try {
+        thread_ = std::thread(&Recorder::run, this);
+    } catch (const std::system_error&) {
+        file_.discard();
+        return ZelErr::kGenTLResourceExhausted;
+    }
+    return ZelErr::kOk;
+}
+
+ZelCamErr Recorder::append(const Picture& picture)
+{
+    if (picture.width != shape_.width || picture.height != shape_.height ||
+        picture.kind != shape_.kind) {
+        return ZelErr::kInvalidArgument;
+    }
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        if (error_ != ZelErr::kOk) {
+            return error_;
+        }
+    }
+    Frame frame = frames_->make(picture);
+    if (frame == nullptr) {
+        return ZelErr::kGenTLOutOfMemory;
+    }
+    std::unique_lock<std::mutex> lock(mutex_);
+    changed_.wait(lock, [this] { return queue_.size() < kQueued || error_ != ZelErr::kOk; });
+    if (error_ != ZelErr::kOk) {
+        return error_;
+    }
+    queue_.push_back(std::move(frame));
+    changed_.notify_all();
+    return ZelErr::kOk;
+}
+
+ZelCamErr Recorder::finish()
+{
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        closing_ = true;
+        changed_.notify_all();
+    }
+    thread_.join();
+    return error_;
+}
+
+void Recorder::keepError(ZelCamErr code)
+{
+    const std::lock_guard<std::mutex> lock(mutex_);
+    if (error_ == ZelErr::kOk && code != ZelErr::kOk) {
+        error_ = code;
+        queue_.clear();
+        changed_.notify_all();
+    }
+}
+
+Frame Recorder::waitForFrame()
+{
+    std::unique_lock<std::mutex> lock(mutex_);
+    changed_.wait(lock, [this] { return !queue_.empty() || closing_; });
+    if (queue_.empty()) {
+        return nullptr;
+    }
+    Frame frame = std::move(queue_.front());
+    queue_.pop_front();
+    changed_.notify_all();
+    return frame;
+}
+
+void Recorder::run()
+{
+    const AVRational timeBase = encoder_.context().time_base;
+    const Encoder::Sink sink = [&](AVPacket* packet) { return file_.write(packet, timeBase); };
+    ZelCamErr code = ZelErr::kOk;
+    try {
+        // After an error frames are no longer queued, so this ends at the finish.
+        while (const Frame frame = waitForFrame()) {
+            code = code == ZelErr::kOk ? encoder_.encode(frame.get(), sink) : code;
+            keepError(code);
+        }
+        if (code == ZelErr::kOk) {
+            keepError(encoder_.encode(nullptr, sink));
+        }
+        keepError(file_.finish());
+    } catch (const std::bad_alloc&) {
+        keepError(ZelErr::kGenTLOutOfMemory);
+    }
+}
+
+} // namespace movie
