@@ -49,24 +49,27 @@ void ColorWriter::push(const std::uint16_t* red, const std::uint16_t* green,
     const bool alpha = format_.order == PixelOrder::RgbA || format_.order == PixelOrder::BgrA;
     const std::uint16_t* first = swap ? blue : red;
     const std::uint16_t* last = swap ? red : blue;
+    std::uint8_t* out = out_; // A local copy: bytes may alias anything, also the member.
     if (format_.bits == 8) {
         for (std::size_t i = 0; i < count; ++i) {
-            *out_++ = static_cast<std::uint8_t>(first[i] >> 8);
-            *out_++ = static_cast<std::uint8_t>(green[i] >> 8);
-            *out_++ = static_cast<std::uint8_t>(last[i] >> 8);
+            *out++ = static_cast<std::uint8_t>(first[i] >> 8);
+            *out++ = static_cast<std::uint8_t>(green[i] >> 8);
+            *out++ = static_cast<std::uint8_t>(last[i] >> 8);
             if (alpha) {
-                *out_++ = 255;
+                *out++ = 255;
             }
         }
-        return;
-    }
-    const std::uint32_t shift = 16 - format_.bits;
-    for (std::size_t i = 0; i < count; ++i) {
-        for (const std::uint32_t value : {first[i] >> shift, green[i] >> shift, last[i] >> shift}) {
-            *out_++ = static_cast<std::uint8_t>(value);
-            *out_++ = static_cast<std::uint8_t>(value >> 8);
+    } else {
+        const std::uint32_t shift = 16 - format_.bits;
+        for (std::size_t i = 0; i < count; ++i) {
+            for (const std::uint32_t value :
+                 {first[i] >> shift, green[i] >> shift, last[i] >> shift}) {
+                *out++ = static_cast<std::uint8_t>(value);
+                *out++ = static_cast<std::uint8_t>(value >> 8);
+            }
         }
     }
+    out_ = out;
 }
 
 void ColorWriter::pushYuv(const Pixel& pixel)

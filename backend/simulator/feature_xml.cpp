@@ -141,10 +141,10 @@ void FeatureXml::common(const Feature& feature)
     element("DisplayName", feature.displayName_);
     element("Visibility", visibilityName(feature.visibility_));
     if (feature.available_) {
-        element("pIsAvailable", feature.name_ + "AvailableReg");
+        element("pIsAvailable", feature.name_ + "RegAvailable");
     }
     if (feature.locked_) {
-        element("pIsLocked", feature.name_ + "LockedReg");
+        element("pIsLocked", feature.name_ + "RegLocked");
     }
     if (feature.type_ != FeatureType::Category && feature.type_ != FeatureType::Command) {
         if (feature.streamable_) {
@@ -205,9 +205,9 @@ void FeatureXml::integer(const Feature& feature)
     } else {
         element("pValue", feature.name_ + "Reg");
         if (feature.intLimits_) {
-            element("pMin", feature.name_ + "MinReg");
-            element("pMax", feature.name_ + "MaxReg");
-            element("pInc", feature.name_ + "IncReg");
+            element("pMin", feature.name_ + "RegMin");
+            element("pMax", feature.name_ + "RegMax");
+            element("pInc", feature.name_ + "RegIncrement");
         } else if (feature.hasRange_) {
             element("Min", std::to_string(feature.intRange_.min));
             element("Max", std::to_string(feature.intRange_.max));
@@ -222,8 +222,8 @@ void FeatureXml::real(const Feature& feature)
 {
     element("pValue", feature.name_ + (feature.scale_ != 0.0 ? "Converter" : "Reg"));
     if (feature.floatLimits_) {
-        element("pMin", feature.name_ + "MinReg");
-        element("pMax", feature.name_ + "MaxReg");
+        element("pMin", feature.name_ + "RegMin");
+        element("pMax", feature.name_ + "RegMax");
     } else if (feature.hasRange_) {
         element("Min", number(feature.floatRange_.min));
         element("Max", number(feature.floatRange_.max));
@@ -239,7 +239,7 @@ void FeatureXml::enumeration(const Feature& feature)
         open("EnumEntry", entry.name);
         element("ToolTip", entry.toolTip);
         if (entry.available) {
-            element("pIsAvailable", feature.name_ + "Bit" + std::to_string(bit++));
+            element("pIsAvailable", feature.name_ + "RegBit" + std::to_string(bit++));
         }
         element("Value", std::to_string(entry.value));
         close("EnumEntry");
@@ -316,19 +316,19 @@ void FeatureXml::registers(const Feature& feature)
         std::string suffix;
         switch (slot) {
         case FeatureTable::Slot::Min:
-            suffix = "MinReg";
+            suffix = "RegMin";
             break;
         case FeatureTable::Slot::Max:
-            suffix = "MaxReg";
+            suffix = "RegMax";
             break;
         case FeatureTable::Slot::Increment:
-            suffix = "IncReg";
+            suffix = "RegIncrement";
             break;
         case FeatureTable::Slot::Available:
-            suffix = "AvailableReg";
+            suffix = "RegAvailable";
             break;
         case FeatureTable::Slot::Locked:
-            suffix = "LockedReg";
+            suffix = "RegLocked";
             break;
         case FeatureTable::Slot::Entries:
             entryBits(feature, offset);
@@ -359,7 +359,7 @@ void FeatureXml::entryBits(const Feature& feature, std::uint64_t offset)
         if (!entry.available) {
             continue;
         }
-        open("MaskedIntReg", feature.name_ + "Bit" + std::to_string(bit));
+        open("MaskedIntReg", feature.name_ + "RegBit" + std::to_string(bit));
         element("Visibility", "Invisible");
         place(feature, offset, 4, "RO", false);
         // Bits of big-endian registers count from the highest one.

@@ -10,7 +10,7 @@ namespace simulator
 {
 
 /// The description of a laid-out table; every feature node is accompanied by the register nodes
-/// that it needs (NameReg, NameMinReg, NameAvailableReg ...).
+/// that it needs (NameReg, NameRegMin, NameRegAvailable ...).
 class FeatureXml
 {
 public:

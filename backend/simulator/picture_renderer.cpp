@@ -46,6 +46,22 @@ std::uint16_t colorBar(std::uint64_t x, std::uint64_t width, std::size_t channel
     return static_cast<std::uint16_t>(luma * 65535 / 256);
 }
 
+/// Pixels of two colours in turn; `startsOdd`: the first one is of the odd colour.
+void mosaic(std::uint16_t* out, const std::uint16_t* even, const std::uint16_t* odd,
+            std::uint32_t count, bool startsOdd)
+{
+    const std::uint16_t* first = startsOdd ? odd : even;
+    const std::uint16_t* second = startsOdd ? even : odd;
+    std::uint32_t i = 0;
+    for (; i + 1 < count; i += 2) {
+        out[i] = first[i];
+        out[i + 1] = second[i + 1];
+    }
+    if (i < count) {
+        out[i] = first[i];
+    }
+}
+
 } // namespace
 
 /// What all rows of one frame share.
@@ -176,12 +192,8 @@ void PictureRenderer::light(const Frame& frame, std::uint32_t y, Scene::Plane ev
         if (even == odd) {
             std::memcpy(out + done, evenRow + sceneX, count * sizeof *out);
         } else {
-            const std::uint32_t phase = (settings_.offsetX + done) & 1;
-            const std::uint16_t* first = (phase != 0 ? oddRow : evenRow) + sceneX;
-            const std::uint16_t* second = (phase != 0 ? evenRow : oddRow) + sceneX;
-            for (std::uint32_t i = 0; i < count; ++i) {
-                out[done + i] = (i & 1) != 0 ? second[i] : first[i];
-            }
+            mosaic(out + done, evenRow + sceneX, oddRow + sceneX, count,
+                   ((settings_.offsetX + done) & 1) != 0);
         }
         done += count;
     }

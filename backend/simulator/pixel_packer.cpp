@@ -83,16 +83,19 @@ void PixelPacker::pushGroups(const std::uint16_t* samples, std::size_t groups)
 
 std::size_t PixelPacker::pushPlain(const std::uint16_t* samples, std::size_t count)
 {
+    // Local copies: bytes may alias anything, also the members.
+    std::uint8_t* out = out_;
+    const std::uint32_t shift = shift_;
     if (format_.bits == 8) {
         for (std::size_t i = 0; i < count; ++i) {
-            out_[i] = static_cast<std::uint8_t>(samples[i] >> 8);
+            out[i] = static_cast<std::uint8_t>(samples[i] >> 8);
         }
         return count;
     }
     for (std::size_t i = 0; i < count; ++i) {
-        const std::uint32_t value = samples[i] >> shift_;
-        out_[2 * i] = static_cast<std::uint8_t>(value);
-        out_[2 * i + 1] = static_cast<std::uint8_t>(value >> 8);
+        const std::uint32_t value = samples[i] >> shift;
+        out[2 * i] = static_cast<std::uint8_t>(value);
+        out[2 * i + 1] = static_cast<std::uint8_t>(value >> 8);
     }
     return 2 * count;
 }

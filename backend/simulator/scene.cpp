@@ -63,14 +63,15 @@ std::shared_ptr<const Scene> Scene::generated()
         const auto diagonal = wave(3, 0.6);
         for (std::uint32_t y = 0; y < kSize; ++y) {
             for (std::uint32_t x = 0; x < kSize; ++x) {
-                double red = 500 + 1300 * slowX[x] + 500 * diagonal[(x + y) % kSize];
-                double green = 500 + 1200 * slowY[y] + 600 * diagonal[(x + y) % kSize];
-                double blue = 500 + 900 * (1 - slowX[x]) + 900 * slowY[(y + 300) % kSize];
+                const double cloud = diagonal[(x + y) % kSize];
+                double red = 200 + 1900 * slowX[x] + 700 * cloud;
+                double green = 250 + 1500 * slowY[y] + 900 * cloud;
+                double blue = 300 + 1400 * (1 - slowX[x]) + 900 * slowY[(y + 300) % kSize];
                 if (inDisc(x, y)) {
-                    const double shade = 0.35 + 0.9 * fastX[y];
-                    red = 0.3 * red + 1700 * shade;
-                    green = 0.6 * green + 700 * shade;
-                    blue = 1.1 * blue;
+                    const double shade = fastX[y];
+                    red = 3000 * shade + 300;
+                    green = 0.4 * green + 2000 * shade;
+                    blue = 0.7 * blue + 400;
                 }
                 made->set(x, y, static_cast<std::uint32_t>(red), static_cast<std::uint32_t>(green),
                           static_cast<std::uint32_t>(blue));
