@@ -1,0 +1,49 @@
+// The transports that this library is put together from.
+#include "api/transports.h"
+
+#include "base/log.h"
+
+#include <cstdlib>
+
+#if ZEL_HAS_SIMULATOR
+#include "gentl/gentl_provider.h"
+#include "simulator/function_table.h"
+#endif
+#if ZEL_HAS_VISION
+#include "vision/vision_provider.h"
+#endif
+
+namespace api
+{
+
+std::vector<std::unique_ptr<core::TransportProvider>> Transports::loadDefaults()
+{
+    std::vector<std::unique_ptr<core::TransportProvider>> providers;
+#if ZEL_HAS_VISION
+    if (auto vision = vision::createProvider()) {
+        providers.push_back(std::move(vision));
+    }
+#endif
+    if (const char* const paths = std::getenv("GENICAM_GENTL64_PATH")) {
+        producers_.loadList(paths, &providers);
+    }
+#if ZEL_HAS_SIMULATOR
+    std::unique_ptr<core::TransportProvider> simulated;
+    const ZelCamErr code =
+        gentl::GentlProvider::create(simulator::functionTable(), "simulator", true, &simulated);
+    if (code == ZelErr::kOk) {
+        providers.push_back(std::move(simulated));
+    } else {
+        base::warn(base::LogChannel::Backend, "the simulated cameras do not start: %d", code);
+    }
+#endif
+    return providers;
+}
+
+ZelCamErr Transports::load(const char* path,
+                           std::vector<std::unique_ptr<core::TransportProvider>>* providers)
+{
+    return producers_.load(path, providers);
+}
+
+} // namespace api

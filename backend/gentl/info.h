@@ -1,0 +1,30 @@
+// Reading the answers of a producer's information functions, which are optional and often odd.
+#pragma once
+
+#include "gentl/gentl_abi.h"
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+
+namespace gentl
+{
+
+/// One question: an information function with everything bound but type, data and size.
+using InfoQuestion = std::function<Error(std::int32_t* type, void* data, std::size_t* size)>;
+
+/// One list entry: a function that gives an id with everything bound but text and size.
+using IdQuestion = std::function<Error(char* text, std::size_t* size)>;
+
+/// The answer as text (made valid UTF-8), or nothing: not implemented, not available, of another
+/// type, or absurd in size. An empty text is an answer.
+std::optional<std::string> askText(const InfoQuestion& question);
+
+/// The answer as an unsigned number; signed ones are extended, so a cast gives them back.
+std::optional<std::uint64_t> askNumber(const InfoQuestion& question);
+
+/// The text of an id; nothing when it cannot be had. Not converted: ids go back as they came.
+std::optional<std::string> askId(const IdQuestion& question);
+
+} // namespace gentl
