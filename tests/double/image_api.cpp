@@ -3,6 +3,9 @@
 #include "zel_image/image.h"
 
 #include <atomic>
+#include <deque>
+#include <memory>
+#include <mutex>
 
 using namespace zel_double;
 

@@ -70,8 +70,11 @@ def main():
         environment.pop("LD_LIBRARY_PATH", None)
         if suite == "double":
             environment["LD_LIBRARY_PATH"] = str(build / "double")
-        command = [python, "-X", "faulthandler", "-m", "pytest", "-q", "-rs", "-p",
-                   "no:cacheprovider", "--rootdir", str(HERE), str(HERE / suite)]
+        # Errors of threads and destructors go to standard error, which every test watches.
+        plugins = ["-pno:" + name for name in ("cacheprovider", "unraisableexception",
+                                               "threadexception")]
+        command = [python, "-X", "faulthandler", "-m", "pytest", "-q", "-rs", *plugins,
+                   "--rootdir", str(HERE), str(HERE / suite)]
         print("== %s suite" % suite, flush=True)
         status |= subprocess.run(command + pytest_arguments, env=environment, cwd=str(build)).returncode
     if suites == 0:

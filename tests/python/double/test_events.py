@@ -16,6 +16,14 @@ def received():
 
 
 @pytest.fixture
+def unraisable(monkeypatch):
+    """The exceptions that nobody could catch."""
+    seen = []
+    monkeypatch.setattr(sys, "unraisablehook", lambda found: seen.append(found.exc_type))
+    return seen
+
+
+@pytest.fixture
 def registered(double, device, received):
     """The number of a registration whose callable collects what it gets."""
     assert device.RegisterEvent(5, lambda *arguments: received.append(arguments)) is True
@@ -140,7 +148,7 @@ def test_callable_whose_end_calls_back(double, device, received):
 
 
 @pytest.mark.parametrize("how, locked", [("", False), ("", True), ("_from_thread", False)])
-def test_callable_that_raises(double, device, registered, received, messages, how, locked):
+def test_callable_that_raises(double, device, registered, received, unraisable, how, locked):
     """The delivering thread survives, the error is not silent, and later events arrive."""
 
     def wrong(*arguments):
@@ -148,16 +156,15 @@ def test_callable_that_raises(double, device, registered, received, messages, ho
 
     device.RegisterEvent(5, wrong)
     threw = double.fire(double.registration(), b"x", how=how, locked=locked)
-    assert threw or b"callback failed" in messages()
-    messages()
+    assert threw or unraisable == [ValueError]
     device.RegisterEvent(5, lambda *arguments: received.append(arguments))
     assert double.fire(registered, b"x", how=how, locked=locked) == 0
     assert len(received) == 1
 
 
-def test_callable_with_wrong_parameters(double, device, messages):
+def test_callable_with_wrong_parameters(double, device, unraisable):
     device.RegisterEvent(5, lambda only_one: None)
-    assert double.fire(double.registration(), b"x") or b"TypeError" in messages()
+    assert double.fire(double.registration(), b"x") or unraisable == [TypeError]
 
 
 def test_callback_may_use_everything(double, system, device, stream, received):
@@ -192,14 +199,16 @@ def test_storm_while_registering_and_dropping(double, received):
     for _ in range(30):
         device = zel.PyZelCreateDevice()
         device.RegisterEvent(5, lambda *arguments: received.append(arguments))
+        before = double.storm_delivered()
         double.storm(double.registration())
+        while double.storm_delivered() == before:
+            time.sleep(0)
         for _ in range(5):
             device.UnRegisterEvent(5, None)
             device.RegisterEvent(6, lambda *arguments: received.append(arguments))
         del device
         double.end_storm()
-    assert double.storm_delivered() > 0
-    assert all(data == b"ev" and size == 2 for data, size, _ in received)
+    assert received and all(data == b"ev" and size == 2 for data, size, _ in received)
 
 
 def test_storm_and_python_threads(double, device, stream, received):
@@ -251,12 +260,10 @@ def test_exit_by_an_exception_while_events_arrive(run_program):
     run_program(source, code=7)
 
 
-@pytest.mark.skipif(not hasattr(sys, "unraisablehook"), reason="CPython 3.8")
-def test_callable_that_ends_its_thread(double, device, messages):
+def test_callable_that_ends_its_thread(double, device, unraisable):
     def leave(*arguments):
         raise SystemExit(3)
 
     device.RegisterEvent(5, leave)
     double.fire(double.registration(), b"x", how="_from_thread")
-    messages()
     assert device.IsValid()

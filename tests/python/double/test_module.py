@@ -73,7 +73,8 @@ def test_contents_and_documentation():
     assert sorted(name for name in dir(zel) if not name.startswith("_")) == sorted(FUNCTIONS)
     for name in FUNCTIONS:
         documented = name in ("PyZelSystem", "PyZelCreateDevice")
-        assert getattr(zel, name).__doc__ == ("documentation for %s()" % name if documented else "")
+        assert (getattr(zel, name).__doc__ or "") == (
+            "documentation for %s()" % name if documented else "")
 
 
 @pytest.mark.parametrize("name", ["PyCreateDisplay", "PyShowImageOnDisplay", "PyActionCamera",
@@ -103,14 +104,14 @@ def test_error_message_of_a_time_out_is_not_utf8(double, stream, messages):
 
 @pytest.mark.parametrize("given, message", [
     (4294967295, "Unknown code"), (4294966274, ERRORS[-1022]), (-40001.9, "Unknown error"),
-    ("-40002", "File not found"), (True, "Unknown code"), (1 << 32, "OK"),
+    (True, "Unknown code"), (1 << 32, "OK"),
     (-(1 << 63), "OK"), ((1 << 63) - 1, "Unknown code")])
 def test_error_codes_are_cut_to_32_bits(given, message):
     assert zel.ErrorCodeToString(given) == message
 
 
 @pytest.mark.parametrize("given, exception", [
-    (None, TypeError), ([], TypeError), ("x", ValueError), (1 << 63, OverflowError),
+    (None, TypeError), ([], TypeError), ("x", TypeError), ("-40002", TypeError), (1 << 63, OverflowError),
     (-(1 << 63) - 1, OverflowError), (float("nan"), ValueError)])
 def test_error_codes_that_are_no_numbers(double, given, exception):
     double.answer("ZelCam_CreateDevice", None, err=-1004)

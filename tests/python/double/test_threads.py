@@ -155,15 +155,18 @@ double.reset()
 double.answer("Stream.GetBuffer", "Buffer:frame", wait_ms=%d)
 stream = zel.PyZelCreateDevice().GetStreamByIndex(0)
 stream.AllocBufferQueue(1)
-threading.Thread(target=stream.GetBuffer, daemon=True).start()
-while not double.waiting():
-    time.sleep(0.001)
+def fetch():
+    while True:
+        stream.GetBuffer()
+for _ in range(3):
+    threading.Thread(target=fetch, daemon=True).start()
+time.sleep(0.05)
 """
 
 
 @pytest.mark.parametrize("wait_ms", [-1, 0, 1, 20])
-def test_exit_while_a_daemon_thread_fetches(run_program, wait_ms):
-    source = WAIT_PROGRAM % (os.path.dirname(__file__), wait_ms or 5)
+def test_exit_while_daemon_threads_fetch(run_program, wait_ms):
+    source = WAIT_PROGRAM % (os.path.dirname(__file__), wait_ms)
     assert run_program(source).stderr == b""
 
 
