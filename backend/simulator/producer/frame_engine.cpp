@@ -116,11 +116,16 @@ void FrameEngine::run()
             }
             due_ = false;
         }
-        const FramePlan plan = camera_.nextFrame();
-        if (plan.expose) {
-            carry(plan);
-        } else {
-            waitForFrame();
+        try {
+            const FramePlan plan = camera_.nextFrame();
+            if (plan.expose) {
+                carry(plan);
+            } else {
+                waitForFrame();
+            }
+        } catch (const std::bad_alloc&) {
+            ++counts_.lost;
+            std::this_thread::yield(); // memory may come back
         }
     }
 }
@@ -185,6 +190,7 @@ void FrameEngine::carry(const FramePlan& plan)
         try {
             record = fill(plan, filling);
         } catch (const std::bad_alloc&) {
+            record.newData = true;
             makeIncomplete(&record, 0, 0);
         }
         queues_.endWriting();

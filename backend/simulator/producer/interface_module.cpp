@@ -1,6 +1,7 @@
 #include "simulator/producer/interface_module.h"
 
 #include "simulator/producer/failure.h"
+#include "simulator/producer/message_event.h"
 #include "simulator/producer/network_text.h"
 #include "simulator/producer/transport_type.h"
 
@@ -42,7 +43,7 @@ InfoValue interfaceInfo(const SimulatedInterface& interface, std::int32_t comman
 
 InterfaceModule::InterfaceModule(HandleRegistry& handles, gentl::Handle system,
                                  std::shared_ptr<const SimulatedInterface> plugs)
-    : Module(handles, identity(), {gentl::kEventError, gentl::kEventModule}), parent_(system),
+    : Module(handles, identity(), {gentl::kEventFeatureInvalidate}), parent_(system),
       plugs_(std::move(plugs))
 {
     addFeatures();
@@ -211,6 +212,9 @@ std::int32_t InterfaceModule::forceIp(std::size_t index)
     ip.mask = wanted("GevDeviceForceSubnetMask");
     ip.gateway = wanted("GevDeviceForceGateway");
     camera->model().forceIp(ip);
+    for (const char* name : {"GevDeviceIPAddress", "GevDeviceSubnetMask", "GevDeviceGateway"}) {
+        events().post(gentl::kEventFeatureInvalidate, featureMessage(name));
+    }
     return gentl::err::kSuccess;
 }
 
@@ -235,10 +239,15 @@ bool InterfaceModule::updateDevices()
             present.push_back(camera);
         }
     }
-    const std::lock_guard lock(listMutex_);
-    const bool changed = present != list_;
-    list_ = std::move(present);
-    return changed;
+    {
+        const std::lock_guard lock(listMutex_);
+        if (present == list_) {
+            return false;
+        }
+        list_ = std::move(present);
+    }
+    events().post(gentl::kEventFeatureInvalidate, featureMessage("DeviceSelector"));
+    return true;
 }
 
 std::uint32_t InterfaceModule::deviceCount() const

@@ -31,9 +31,6 @@ InfoValue interfaceInfo(const SimulatedInterface& interface, std::int32_t comman
 class InterfaceModule final : public Module
 {
 public:
-    /// Module event: the devices are not those of the last update any more.
-    static constexpr std::uint64_t kDeviceListChangedEvent = 0xA101;
-
     static std::shared_ptr<InterfaceModule> open(HandleRegistry& handles, gentl::Handle system,
                                                  std::shared_ptr<const SimulatedInterface> plugs);
 

@@ -34,7 +34,7 @@ ModuleIdentity identity()
 StreamModule::StreamModule(HandleRegistry& handles, const std::shared_ptr<DeviceModule>& device,
                            std::shared_ptr<CameraEndpoint> camera,
                            std::shared_ptr<BufferQueues> queues)
-    : Module(handles, identity(), {gentl::kEventError, gentl::kEventNewBuffer, gentl::kEventModule},
+    : Module(handles, identity(), {gentl::kEventError, gentl::kEventNewBuffer},
              [queues](gentl::EventType type) -> std::shared_ptr<Event> {
                  if (type == gentl::kEventNewBuffer) {
                      return std::make_shared<NewBufferEvent>(queues);

@@ -1,6 +1,7 @@
 #include "simulator/producer/system_module.h"
 
 #include "simulator/producer/failure.h"
+#include "simulator/producer/message_event.h"
 #include "simulator/producer/transport_type.h"
 
 #include <dlfcn.h>
@@ -107,8 +108,7 @@ InfoValue producerInfo(std::int32_t command)
 }
 
 SystemModule::SystemModule(HandleRegistry& handles)
-    : Module(handles, identity(), {gentl::kEventError, gentl::kEventModule}),
-      interfaces_(plugTogether())
+    : Module(handles, identity(), {gentl::kEventFeatureInvalidate}), interfaces_(plugTogether())
 {
     addFeatures();
     addInterfaceFeatures();
@@ -138,7 +138,7 @@ void SystemModule::addFeatures()
     features.string("TLVersion", "Version of the producer.", 32)
         .readOnly()
         .value(std::string(kVersion));
-    features.string("TLPath", "File of the producer.", 1024).readOnly().value(ownPath());
+    features.string("TLPath", "File of the producer.", 512).readOnly().value(ownPath());
     addTransportTypes(features.enumeration("TLType", "Transport layers of the producer."), true)
         .readOnly()
         .value(0);
@@ -203,10 +203,15 @@ PortFacts SystemModule::facts()
 
 bool SystemModule::updateInterfaces()
 {
-    const std::lock_guard lock(listMutex_);
-    const bool changed = !listed_ && !interfaces_.empty();
-    listed_ = true;
-    return changed;
+    {
+        const std::lock_guard lock(listMutex_);
+        if (listed_ || interfaces_.empty()) {
+            return false;
+        }
+        listed_ = true;
+    }
+    events().post(gentl::kEventFeatureInvalidate, featureMessage("InterfaceSelector"));
+    return true;
 }
 
 std::uint32_t SystemModule::interfaceCount() const
