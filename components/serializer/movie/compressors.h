@@ -28,12 +28,14 @@ struct Compressor {
     unsigned containers; ///< Bits of Container.
     int maxSide;         ///< Pixels; larger pictures would be refused late or cut.
     bool evenSides;      ///< The encoder wants an even width and height.
+    bool waitsForFrame;  ///< Closed before its first frame, the encoder would wait for ever.
 };
 
 struct ContainerRow {
     std::string_view extension;
     const char* muxer; ///< libav's name.
     Container bit;
+    double maxRate; ///< Frames per second; beyond it frames would share a time stamp.
 };
 
 /// The container of an extension in lower case, or null.

@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cmath>
 #include <cstdlib>
+#include <cstring>
 
 namespace movie
 {
@@ -17,10 +18,13 @@ namespace
 
 // A key frame a second, and never further apart than a player likes to search.
 constexpr int kMaxKeyDistance = 60;
-// The AV1 encoder refuses higher rates; at a constant quantizer it does not use the rate.
-constexpr int kMaxAv1Rate = 240;
+// The AV1 encoder refuses other rates; at a constant quantizer it makes no use of the rate.
+constexpr double kMinAv1Rate = 1.0;
+constexpr double kMaxAv1Rate = 240.0;
+constexpr int kMaxRatePart = 65535;
 constexpr int kMaxH26xQuantizer = 51;
 constexpr int kMaxQuantizer63 = 63;
+constexpr int kNeutral = 128;
 
 // Same distortion as the linear quantizer: the step doubles every six.
 int toH26x(int quantizer)
@@ -29,7 +33,12 @@ int toH26x(int quantizer)
     return std::clamp(static_cast<int>(std::lround(value)), 0, kMaxH26xQuantizer);
 }
 
-int to63(int quantizer) { return (quantizer - 1) * kMaxQuantizer63 / 30; }
+// Fitted: about the distortion of the other scales at the middle, lossless nowhere.
+int to63(int quantizer)
+{
+    const double value = 10.0 + 8.0 * std::log2(quantizer);
+    return std::clamp(static_cast<int>(std::lround(value)), 0, kMaxQuantizer63);
+}
 
 void setLinear(AVCodecContext& context, const Settings& settings)
 {
@@ -90,8 +99,8 @@ void setSpeed(const Compressor& compressor, AVCodecContext& context, Options& op
         options.set("lag-in-frames", std::int64_t{0});
     } else if (compressor.name == "av1") {
         options.set("preset", 12);
-        context.framerate.num =
-            std::min(context.framerate.num, kMaxAv1Rate * context.framerate.den);
+        context.framerate =
+            av_d2q(std::clamp(av_q2d(context.framerate), kMinAv1Rate, kMaxAv1Rate), kMaxRatePart);
         // Its log goes to standard error unless its environment says otherwise.
         ::setenv("SVT_LOG", "0", 0);
     }
@@ -123,11 +132,33 @@ AVPixelFormat pixelFormatFor(const Compressor& compressor, bool colour, bool pal
     return palette ? AV_PIX_FMT_PAL8 : compressor.gray;
 }
 
+Frame blankFrame(const AVCodecContext& context)
+{
+    Frame frame(av_frame_alloc());
+    if (frame == nullptr) {
+        return nullptr;
+    }
+    frame->format = context.pix_fmt;
+    frame->width = context.width;
+    frame->height = context.height;
+    frame->pts = 0;
+    if (av_frame_get_buffer(frame.get(), 0) < 0) {
+        return nullptr;
+    }
+    for (const AVBufferRef* plane : {frame->buf[0], frame->buf[1], frame->buf[2]}) {
+        if (plane != nullptr) {
+            std::memset(plane->data, kNeutral, plane->size);
+        }
+    }
+    return frame;
+}
+
 } // namespace
 
 ZelCamErr Encoder::open(const Compressor& compressor, const Settings& settings,
                         const Picture& first, AVRational rate, bool globalHeader, bool palette)
 {
+    waitsForFrame_ = compressor.waitsForFrame;
     const bool colour = first.isColour();
     const AVCodec* codec =
         avcodec_find_encoder_by_name(colour ? compressor.colourEncoder : compressor.grayEncoder);
@@ -165,12 +196,32 @@ ZelCamErr Encoder::open(const Compressor& compressor, const Settings& settings,
     return ZelErr::kOk;
 }
 
+Encoder::~Encoder()
+{
+    const bool opened = context_ != nullptr && avcodec_is_open(context_.get()) != 0;
+    if (!opened || !waitsForFrame_ || next_ > 0) {
+        return;
+    }
+    const Frame blank = blankFrame(*context_);
+    if (blank != nullptr) {
+        const Sink discard = [](AVPacket*) { return ZelErr::kOk; };
+        send(blank.get(), discard);
+        send(nullptr, discard);
+    }
+}
+
 ZelCamErr Encoder::encode(AVFrame* frame, const Sink& sink)
 {
     if (frame != nullptr) {
         frame->pts = next_++;
         frame->quality = context_->global_quality;
     }
+    // Without a frame there is nothing to drain.
+    return next_ > 0 ? send(frame, sink) : ZelErr::kOk;
+}
+
+ZelCamErr Encoder::send(AVFrame* frame, const Sink& sink)
+{
     int code = avcodec_send_frame(context_.get(), frame);
     // Full: packets have to be taken first.
     while (code == AVERROR(EAGAIN)) {

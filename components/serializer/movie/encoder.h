@@ -18,6 +18,11 @@ struct Settings;
 class Encoder
 {
 public:
+    Encoder() = default;
+    ~Encoder();
+    Encoder(const Encoder&) = delete;
+    Encoder& operator=(const Encoder&) = delete;
+
     /// Takes a finished packet; a code other than 0 ends the encoding with it.
     using Sink = std::function<ZelCamErr(AVPacket*)>;
 
@@ -26,17 +31,20 @@ public:
                    const serializer::Picture& first, AVRational rate, bool globalHeader,
                    bool palette);
 
-    /// Encodes a frame, or with null drains what is left, and hands on the finished packets.
+    /// Encodes a frame, or with null drains what is left, and hands on the finished packets. No
+    /// frame may follow the null.
     ZelCamErr encode(AVFrame* frame, const Sink& sink);
 
     const AVCodecContext& context() const { return *context_; }
 
 private:
+    ZelCamErr send(AVFrame* frame, const Sink& sink);
     ZelCamErr receive(const Sink& sink);
 
     CodecContext context_;
     Packet packet_;
     std::int64_t next_ = 0; // Time of the next frame, in frames.
+    bool waitsForFrame_ = false;
 };
 
 } // namespace movie

@@ -15,7 +15,6 @@ namespace
 
 constexpr std::size_t kQueued = 4;
 constexpr double kMinRate = 0.001;
-constexpr double kMaxRate = 65535.0;
 // MPEG-4 keeps both parts of a frame rate in 16 bits.
 constexpr int kMaxRatePart = 65535;
 
@@ -35,7 +34,8 @@ ZelCamErr Recorder::start(const Settings& settings, const Picture& first)
         container == nullptr ? nullptr : findCompressor(settings.compressor, container->bit);
     const double wanted = settings.framesPerSecond;
     // Written so that NaN fails too.
-    const bool rateFits = wanted >= kMinRate && wanted <= kMaxRate;
+    const bool rateFits =
+        container != nullptr && wanted >= kMinRate && wanted <= container->maxRate;
     if (compressor == nullptr || !rateFits || settings.minQuantizer > settings.maxQuantizer ||
         first.kind == serializer::PixelKind::kGray16) {
         return ZelErr::kInvalidArgument;
