@@ -71,12 +71,12 @@ void ParamArrayState::drop(ZelCamErr reason)
     for (const auto& [key, object] : objects_)
         object->unbind();
     root_ = nullptr;
-    flat_.clear();
     listed_.clear();
-    names_.clear();
-    for (auto& map : maps_)
-        retired_.push_back(std::move(map));
+    if (!maps_.empty())
+        retired_.push_back({std::move(maps_), std::move(names_), std::move(flat_)});
     maps_.clear();
+    names_.clear();
+    flat_.clear();
 }
 
 void ParamArrayState::addNames(FeatureMap& map)

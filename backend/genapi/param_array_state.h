@@ -74,6 +74,13 @@ public:
     const char* intern(const std::string& text);
 
 private:
+    /// What calls further up the stack may still hold.
+    struct Retired {
+        std::vector<std::unique_ptr<FeatureMap>> maps;
+        std::unordered_map<std::string_view, Slot> names;
+        std::vector<Slot*> flat;
+    };
+
     void drop(ZelCamErr reason);
     void addNames(FeatureMap& map);
     void buildTree();
@@ -84,7 +91,7 @@ private:
     int depth_ = 0;
     ZelCamErr reason_;
     std::vector<std::unique_ptr<FeatureMap>> maps_;
-    std::vector<std::unique_ptr<FeatureMap>> retired_;
+    std::vector<Retired> retired_;
     std::unordered_map<std::string_view, Slot> names_;
     CategoryParam* root_ = nullptr;
     std::vector<Slot*> flat_;

@@ -1,0 +1,166 @@
+#include "genapi/configuration_file.h"
+
+#include "genapi/configuration_text.h"
+#include "genapi/param_array.h"
+#include "genapi/param_array_state.h"
+#include "genapi/setting_writer.h"
+#include "genapi/settings.h"
+#include "genapi/whole_file.h"
+
+#include <algorithm>
+#include <unordered_map>
+
+namespace genapi
+{
+
+namespace
+{
+
+using Slot = ParamArrayState::Slot;
+
+constexpr std::size_t kMaxFileSize = std::size_t{16} << 20;
+
+ZelCamErr readConfiguration(const char* file, ConfigurationText* configuration)
+{
+    std::string text;
+    const ZelCamErr result = readWholeFile(file, kMaxFileSize, &text);
+    if (result != ZelErr::kOk)
+        return result;
+    return parseConfiguration(text, configuration) ? ZelErr::kOk : ZelErr::kWrongConfiguration;
+}
+
+/// Turns lines into settings of the attached device.
+class LineReader
+{
+public:
+    explicit LineReader(ParamArrayState& state) : state_(state), walk_(state) {}
+
+    /// False when a line does not fit the device.
+    bool read(const std::vector<ConfigurationLine>& lines, std::vector<Setting>* settings)
+    {
+        for (const ConfigurationLine& line : lines) {
+            Setting setting;
+            if (!readLine(line, &setting))
+                return false;
+            // Where a line comes twice the later one counts, as when lines are run one by one.
+            if (walk_.isSelector(setting.slot))
+                selected_[setting.slot] = setting.value;
+            const auto [known, isNew] = lines_.emplace(keyOf(setting), settings->size());
+            if (isNew)
+                settings->push_back(std::move(setting));
+            else
+                (*settings)[known->second].value = setting.value;
+        }
+        return true;
+    }
+
+private:
+    static std::string keyOf(const Setting& setting)
+    {
+        std::string key = ParamArrayState::featureOf(*setting.slot).node().name;
+        for (const auto& [selector, value] : setting.selection)
+            key += "\t" + textOf(value);
+        return key;
+    }
+
+    bool readLine(const ConfigurationLine& line, Setting* setting)
+    {
+        setting->slot = state_.find(line.name.c_str(), nullptr);
+        if (setting->slot == nullptr)
+            return false;
+        const Feature& feature = ParamArrayState::featureOf(*setting->slot);
+        if (!hasValue(feature) || !feature.node().isStreamable ||
+            !parseValue(feature, line.value, &setting->value))
+            return false;
+        std::size_t used = 0;
+        for (Slot* const selector : walk_.selectorsOf(setting->slot)) {
+            FeatureValue value;
+            if (!readSelector(line, *selector, &value, &used))
+                return false;
+            // Neither the line nor one before it tells: the entry that is chosen now.
+            if (value.type != 0)
+                setting->selection.emplace_back(selector, value);
+        }
+        return used == line.selectors.size();
+    }
+
+    bool readSelector(const ConfigurationLine& line, Slot& selector, FeatureValue* value,
+                      std::size_t* used)
+    {
+        const Feature& feature = ParamArrayState::featureOf(selector);
+        for (const auto& [name, text] : line.selectors) {
+            if (name == feature.node().name) {
+                ++*used;
+                return parseValue(feature, text, value);
+            }
+        }
+        // Other programs write the selector's own line before the lines that it selects.
+        const auto before = selected_.find(&selector);
+        if (before != selected_.end())
+            *value = before->second;
+        return true;
+    }
+
+    ParamArrayState& state_;
+    SettingWalk walk_;
+    std::unordered_map<Slot*, FeatureValue> selected_;
+    std::unordered_map<std::string, std::size_t> lines_; ///< Position in the settings.
+};
+
+} // namespace
+
+ZelCamErr saveConfiguration(ParamArray& array, const DeviceIdentity& identity, const char* file)
+{
+    if (file == nullptr || *file == '\0')
+        return ZelErr::kInvalidArgument;
+    ConfigurationText configuration;
+    configuration.identity = identity;
+    {
+        ParamArrayState& state = array.state();
+        const ParamArrayState::Entry entry(state);
+        if (state.reason() != ZelErr::kOk)
+            return state.reason();
+        std::vector<Setting> settings;
+        const ZelCamErr result = SettingWalk(state).collect(&settings);
+        if (result != ZelErr::kOk)
+            return result;
+        for (const Setting& setting : settings) {
+            ConfigurationLine line;
+            line.name = ParamArrayState::featureOf(*setting.slot).node().name;
+            line.value = textOf(setting.value);
+            for (const auto& [selector, value] : setting.selection)
+                line.selectors.emplace_back(ParamArrayState::featureOf(*selector).node().name,
+                                            textOf(value));
+            configuration.lines.push_back(std::move(line));
+        }
+    }
+    return replaceFile(file, formatConfiguration(configuration));
+}
+
+ZelCamErr loadConfiguration(ParamArray& array, const char* file)
+{
+    ConfigurationText configuration;
+    const ZelCamErr read = readConfiguration(file, &configuration);
+    if (read != ZelErr::kOk)
+        return read;
+    ParamArrayState& state = array.state();
+    const ParamArrayState::Entry entry(state);
+    if (state.reason() != ZelErr::kOk)
+        return state.reason();
+    std::vector<Setting> settings;
+    LineReader reader(state);
+    if (!reader.read(configuration.lines, &settings))
+        return ZelErr::kWrongConfiguration;
+    return SettingWriter(state).write(settings);
+}
+
+ZelCamErr readConfigurationIdentity(const char* file, DeviceIdentity* identity)
+{
+    ConfigurationText configuration;
+    const ZelCamErr result = readConfiguration(file, &configuration);
+    if (result == ZelErr::kOk)
+        *identity = configuration.identity;
+    return result;
+}
+
+} // namespace genapi

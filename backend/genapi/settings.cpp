@@ -1,0 +1,161 @@
+#include "genapi/settings.h"
+
+#include "genapi/feature_map.h"
+#include "zel_gen_param_api.h"
+
+#include <algorithm>
+
+namespace genapi
+{
+
+namespace
+{
+
+using Slot = ParamArrayState::Slot;
+
+// Values of a selector that are walked: look-up tables have this many at most.
+constexpr std::uint64_t kMaxChoices = 4096;
+
+} // namespace
+
+bool isTransportFailure(ZelCamErr code)
+{
+    return (code < 0 && code > -2000) || code == ZelErr::kParamRuntime || code == ZelErr::kNoDevice;
+}
+
+SettingWalk::SettingWalk(ParamArrayState& state) : state_(state)
+{
+    for (Slot* const slot : state.features()) {
+        const Description& description = slot->map->description();
+        const auto& node = description.nodes[static_cast<std::size_t>(slot->node)];
+        for (const Reference& reference : node.references) {
+            if (reference.kind != ReferenceKind::kSelected)
+                continue;
+            const auto& name = description.nodes[static_cast<std::size_t>(reference.target)].name;
+            Slot* const selected = state.find(name.c_str(), nullptr);
+            if (selected == nullptr || selected->map != slot->map)
+                continue;
+            selectedBy_[selected].push_back(slot);
+            selecting_[slot] = true;
+        }
+    }
+}
+
+void SettingWalk::addSelectors(Slot* slot, std::vector<Slot*>* selectors) const
+{
+    const auto found = selectedBy_.find(slot);
+    if (found == selectedBy_.end())
+        return;
+    for (Slot* const selector : found->second) {
+        if (std::find(selectors->begin(), selectors->end(), selector) != selectors->end())
+            continue;
+        addSelectors(selector, selectors);
+        selectors->push_back(selector);
+    }
+}
+
+std::vector<Slot*> SettingWalk::selectorsOf(Slot* slot) const
+{
+    std::vector<Slot*> selectors;
+    addSelectors(slot, &selectors);
+    return selectors;
+}
+
+ZelCamErr SettingWalk::select(const Selection& selection)
+{
+    for (const auto& [slot, value] : selection) {
+        Feature& selector = ParamArrayState::featureOf(*slot);
+        FeatureValue present;
+        ZelCamErr result = readValue(selector, &present);
+        if (result == ZelErr::kOk && !(present == value))
+            result = writeValue(selector, value);
+        if (result != ZelErr::kOk)
+            return result;
+    }
+    return ZelErr::kOk;
+}
+
+std::vector<FeatureValue> SettingWalk::choicesOf(Feature& selector, const FeatureValue& present)
+{
+    std::vector<FeatureValue> choices;
+    FeatureValue choice = present;
+    if (!selector.access().isWritable()) {
+        choices.push_back(present);
+    } else if (selector.type() == ZelGenParam::kTypeEnum) {
+        for (std::size_t i = 0; i < selector.entryCount(); ++i) {
+            choice.text = selector.node().entries[i].symbol;
+            if (selector.entryAccess(i).isAvailable())
+                choices.push_back(choice);
+        }
+    } else if (selector.type() == ZelGenParam::kTypeBoolean) {
+        for (choice.integer = 0; choice.integer < 2; ++choice.integer)
+            choices.push_back(choice);
+    } else if (selector.type() == ZelGenParam::kTypeInt) {
+        IntegerRange range{};
+        const bool isKnown = selector.integerRange(&range) == ZelErr::kOk && range.min <= range.max;
+        const std::uint64_t steps =
+            isKnown
+                ? (static_cast<std::uint64_t>(range.max) - static_cast<std::uint64_t>(range.min)) /
+                      static_cast<std::uint64_t>(range.increment)
+                : kMaxChoices;
+        if (steps >= kMaxChoices) {
+            choices.push_back(present);
+            return choices;
+        }
+        for (std::uint64_t step = 0; step <= steps; ++step) {
+            choice.integer = range.min + static_cast<std::int64_t>(step) * range.increment;
+            choices.push_back(choice);
+        }
+    }
+    return choices;
+}
+
+ZelCamErr SettingWalk::collectOne(Slot* slot, const std::vector<Slot*>& selectors,
+                                  Selection* selection, std::vector<Setting>* settings)
+{
+    Feature& feature = ParamArrayState::featureOf(*slot);
+    if (selection->size() == selectors.size()) {
+        if (!feature.access().isReadable() || !feature.access().isWritable())
+            return ZelErr::kOk;
+        Setting setting{slot, *selection, {}};
+        const ZelCamErr result = readValue(feature, &setting.value);
+        if (result == ZelErr::kOk)
+            settings->push_back(std::move(setting));
+        return result;
+    }
+    Slot* const selectorSlot = selectors[selection->size()];
+    Feature& selector = ParamArrayState::featureOf(*selectorSlot);
+    FeatureValue present;
+    ZelCamErr result = readValue(selector, &present);
+    if (result != ZelErr::kOk)
+        return isTransportFailure(result) ? result : ZelErr::kOk;
+    for (const FeatureValue& choice : choicesOf(selector, present)) {
+        selection->emplace_back(selectorSlot, choice);
+        const ZelCamErr selected = select({selection->back()});
+        if (selected == ZelErr::kOk)
+            result = collectOne(slot, selectors, selection, settings);
+        else if (isTransportFailure(selected))
+            result = selected;
+        selection->pop_back();
+        if (result != ZelErr::kOk)
+            break;
+    }
+    const ZelCamErr restored = select({{selectorSlot, present}});
+    return result != ZelErr::kOk ? result : restored;
+}
+
+ZelCamErr SettingWalk::collect(std::vector<Setting>* settings)
+{
+    for (Slot* const slot : state_.features()) {
+        const Feature& feature = ParamArrayState::featureOf(*slot);
+        if (!hasValue(feature) || !feature.node().isStreamable)
+            continue;
+        Selection selection;
+        const ZelCamErr result = collectOne(slot, selectorsOf(slot), &selection, settings);
+        if (result != ZelErr::kOk)
+            return result;
+    }
+    return ZelErr::kOk;
+}
+
+} // namespace genapi
