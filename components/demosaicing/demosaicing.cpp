@@ -49,11 +49,14 @@ public:
             const auto top = static_cast<std::ptrdiff_t>(y);
             rows.load(top + 2);
             rows.load(top + 3);
+            std::uint8_t* const second =
+                y + 1 < end ? task_.target.row(y + 1) : scratch.spareTarget();
             const RowPair pair{{rows.row(top - 2), rows.row(top - 1), rows.row(top),
                                 rows.row(top + 1), rows.row(top + 2), rows.row(top + 3)},
-                               {task_.target.row(y),
-                                y + 1 < end ? task_.target.row(y + 1) : scratch.spareTarget()},
-                               task_.source.width};
+                               {task_.target.row(y), second},
+                               task_.source.width,
+                               {rows.source(top + 4), rows.source(top + 5)},
+                               task_.format.bytes};
             interpolateRows(pair, task_.layout);
         }
     }

@@ -62,7 +62,7 @@ void MosaicRows::load(std::ptrdiff_t y)
 {
     std::int16_t* const even = scratch_.halfRow(slot(y), 0);
     std::int16_t* const odd = scratch_.halfRow(slot(y), 1);
-    splitRow(mosaic_.row(reflected(y, mosaic_.height)), mosaic_.width, format_, even, odd);
+    splitRow(source(y), mosaic_.width, format_, even, odd);
 
     const auto entry = [&](std::ptrdiff_t column) -> std::int16_t& {
         return column % 2 == 0 ? even[column / 2] : odd[(column - 1) / 2];
@@ -76,6 +76,11 @@ void MosaicRows::load(std::ptrdiff_t y)
 SplitRow MosaicRows::row(std::ptrdiff_t y) const
 {
     return SplitRow{scratch_.halfRow(slot(y), 0), scratch_.halfRow(slot(y), 1)};
+}
+
+const std::uint8_t* MosaicRows::source(std::ptrdiff_t y) const
+{
+    return mosaic_.row(reflected(y, mosaic_.height));
 }
 
 std::size_t MosaicRows::slot(std::ptrdiff_t y)

@@ -51,6 +51,8 @@ public:
     void load(std::ptrdiff_t y);
     /// A row among the last six loaded.
     SplitRow row(std::ptrdiff_t y) const;
+    /// The mosaic's own samples that row y is made from.
+    const std::uint8_t* source(std::ptrdiff_t y) const;
 
 private:
     static constexpr std::ptrdiff_t kRows = 6;
