@@ -20,9 +20,7 @@ std::vector<std::unique_ptr<core::TransportProvider>> Transports::loadDefaults()
 {
     std::vector<std::unique_ptr<core::TransportProvider>> providers;
 #if ZEL_HAS_VISION
-    if (auto vision = vision::createProvider()) {
-        providers.push_back(std::move(vision));
-    }
+    providers.push_back(std::make_unique<vision::VisionProvider>());
 #endif
     if (const char* const paths = std::getenv("GENICAM_GENTL64_PATH")) {
         producers_.loadList(paths, &providers);
