@@ -22,7 +22,7 @@ constexpr std::int16_t kMaxSample = 1023;
 
 // Rounding shifts from the scale of a sum to 8 bits.
 struct Shifts {
-    int native; // Of twice a sample.
+    int native; // Of a sample.
     int green;  // Of eight times the green estimate.
     int chroma; // Of sixteen times a red or blue estimate.
 };
@@ -30,12 +30,12 @@ struct Shifts {
 constexpr Shifts shiftsFor(unsigned sampleBits)
 {
     const int excess = static_cast<int>(sampleBits) - 8;
-    return Shifts{1 + excess, 3 + excess, 4 + excess};
+    return Shifts{excess, 3 + excess, 4 + excess};
 }
 
 std::uint8_t roundedShift(int sum, int shift)
 {
-    return static_cast<std::uint8_t>(std::clamp((sum + (1 << (shift - 1))) >> shift, 0, 255));
+    return static_cast<std::uint8_t>(std::clamp((sum + (1 << shift >> 1)) >> shift, 0, 255));
 }
 
 // One row for machines without a vector instruction set of ours. `rows` begins two rows above it.
@@ -54,7 +54,7 @@ HWY_MAYBE_UNUSED void interpolateRow(const SplitRow* rows, std::size_t width, co
         const int twoBeside = at(-2, 0) + at(2, 0);
         const int twoAbove = at(0, -2) + at(0, 2);
         const int diagonal = at(-1, -1) + at(1, -1) + at(-1, 1) + at(1, 1);
-        const std::uint8_t native = roundedShift(2 * centre, shifts.native);
+        const std::uint8_t native = roundedShift(centre, shifts.native);
         std::uint8_t* const pixel = target + 3 * x;
         std::uint8_t& own = pixel[ownFirst ? 0 : 2];
         std::uint8_t& other = pixel[ownFirst ? 2 : 0];
@@ -152,48 +152,40 @@ struct Colours {
     SampleVector other;
 };
 
-// Factors that make MulFixedPoint15 a rounding shift.
-struct Scales {
-    SampleVector native;
-    SampleVector green;
-    SampleVector chroma;
-};
-
-HWY_INLINE Scales scalesFor(unsigned sampleBits)
+// Arithmetic shift to the right, rounded to nearest, halves up.
+template <int kShift> HWY_INLINE SampleVector roundedShift(SampleVector v)
 {
-    const Shifts shifts = shiftsFor(sampleBits);
-    const auto scale = [](int shift) HWY_ATTR {
-        return hn::Set(Samples(), static_cast<std::int16_t>(1 << (15 - shift)));
-    };
-    return Scales{scale(shifts.native), scale(shifts.green), scale(shifts.chroma)};
+    if constexpr (kShift == 0) {
+        return v;
+    } else {
+        return hn::MulFixedPoint15(v, hn::Set(Samples(), std::int16_t{1 << (15 - kShift)}));
+    }
 }
 
-HWY_INLINE Colours atChroma(const Neighbourhood& n, const Scales& scales)
+template <unsigned kSampleBits> HWY_INLINE Colours atChroma(const Neighbourhood& n)
 {
-    const SampleVector centres = twice(n.centre);
+    constexpr Shifts kShifts = shiftsFor(kSampleBits);
     // Four times what the sample stands out by.
-    const SampleVector excess = hn::Sub(twice(centres), hn::Add(n.twoBeside, n.twoAbove));
+    const SampleVector excess = hn::Sub(twice(twice(n.centre)), hn::Add(n.twoBeside, n.twoAbove));
     // 4 C + 2 near - far
     const SampleVector green = hn::Add(twice(hn::Add(n.beside, n.above)), excess);
     // 12 C + 4 diagonal - 3 far
     const SampleVector other = hn::Sub(hn::ShiftLeft<2>(hn::Add(n.diagonal, excess)), excess);
-    return Colours{hn::MulFixedPoint15(centres, scales.native),
-                   hn::MulFixedPoint15(green, scales.green),
-                   hn::MulFixedPoint15(other, scales.chroma)};
+    return Colours{roundedShift<kShifts.native>(n.centre), roundedShift<kShifts.green>(green),
+                   roundedShift<kShifts.chroma>(other)};
 }
 
-HWY_INLINE Colours atGreen(const Neighbourhood& n, const Scales& scales)
+template <unsigned kSampleBits> HWY_INLINE Colours atGreen(const Neighbourhood& n)
 {
-    const SampleVector centres = twice(n.centre);
+    constexpr Shifts kShifts = shiftsFor(kSampleBits);
     // 5 C - diagonal
-    const SampleVector common = hn::Sub(hn::Add(twice(centres), n.centre), n.diagonal);
+    const SampleVector common = hn::Sub(hn::Add(twice(twice(n.centre)), n.centre), n.diagonal);
     const auto along = [&](SampleVector near, SampleVector far, SampleVector across) HWY_ATTR {
         // 10 C - 2 diagonal + 8 near - 2 far + across
         const SampleVector half = hn::Sub(hn::Add(common, hn::ShiftLeft<2>(near)), far);
-        return hn::MulFixedPoint15(hn::Add(twice(half), across), scales.chroma);
+        return roundedShift<kShifts.chroma>(hn::Add(twice(half), across));
     };
-    return Colours{along(n.beside, n.twoBeside, n.twoAbove),
-                   hn::MulFixedPoint15(centres, scales.native),
+    return Colours{along(n.beside, n.twoBeside, n.twoAbove), roundedShift<kShifts.native>(n.centre),
                    along(n.above, n.twoAbove, n.twoBeside)};
 }
 
@@ -203,10 +195,9 @@ struct Interpolated {
 };
 
 // `rows` begins two rows above the centre.
-template <std::size_t kPhase>
+template <std::size_t kPhase, unsigned kSampleBits>
 HWY_INLINE Interpolated interpolate(const SplitRow* rows, const RowSums& up,
-                                    const CentreSums& centre, const RowSums& down, std::size_t k,
-                                    const Scales& scales)
+                                    const CentreSums& centre, const RowSums& down, std::size_t k)
 {
     const Neighbourhood atEven{centre.even,
                                centre.besideEven,
@@ -221,9 +212,9 @@ HWY_INLINE Interpolated interpolate(const SplitRow* rows, const RowSums& up,
                               hn::Add(load(rows[0].odd + k), load(rows[4].odd + k)),
                               hn::Add(up.besideOdd, down.besideOdd)};
     if constexpr (kPhase == 0) {
-        return Interpolated{atChroma(atEven, scales), atGreen(atOdd, scales)};
+        return Interpolated{atChroma<kSampleBits>(atEven), atGreen<kSampleBits>(atOdd)};
     } else {
-        return Interpolated{atGreen(atEven, scales), atChroma(atOdd, scales)};
+        return Interpolated{atGreen<kSampleBits>(atEven), atChroma<kSampleBits>(atOdd)};
     }
 }
 
@@ -347,12 +338,11 @@ HWY_INLINE void prefetch(const RowPair& pair, std::size_t column)
     }
 }
 
-template <std::size_t kPhase, bool kOwnFirst>
-void interpolateRowsOf(const RowPair& source, unsigned sampleBits)
+template <std::size_t kPhase, bool kOwnFirst, unsigned kSampleBits>
+void interpolateRowsOf(const RowPair& source)
 {
     const RowPair pair = source; // A copy, which the stores to the targets cannot change.
     const SplitRow* const rows = pair.rows.data();
-    const Scales scales = scalesFor(sampleBits);
     const Interleaver interleaver;
     const std::size_t step = 2 * hn::Lanes(Samples());
 
@@ -365,10 +355,10 @@ void interpolateRowsOf(const RowPair& source, unsigned sampleBits)
         const CentreSums upper = centreSums(rows[2], k);
         const CentreSums lower = centreSums(rows[3], k);
         const RowSums below = rowSums(rows[4], k);
-        interleaver.store<kOwnFirst>(interpolate<kPhase>(rows, above, upper, lower, k, scales),
+        interleaver.store<kOwnFirst>(interpolate<kPhase, kSampleBits>(rows, above, upper, lower, k),
                                      isWhole ? pair.targets[0] + 3 * column : ends[0]);
         interleaver.store<!kOwnFirst>(
-            interpolate<1 - kPhase>(rows + 1, upper, lower, below, k, scales),
+            interpolate<1 - kPhase, kSampleBits>(rows + 1, upper, lower, below, k),
             isWhole ? pair.targets[1] + 3 * column : ends[1]);
         if (!isWhole) {
             std::memcpy(pair.targets[0] + 3 * column, ends[0], 3 * (pair.width - column));
@@ -443,10 +433,10 @@ std::size_t splitVectors(const std::uint8_t* source, std::size_t width, const Sa
 
 #else
 
-template <std::size_t kPhase, bool kOwnFirst>
-void interpolateRowsOf(const RowPair& pair, unsigned sampleBits)
+template <std::size_t kPhase, bool kOwnFirst, unsigned kSampleBits>
+void interpolateRowsOf(const RowPair& pair)
 {
-    const Shifts shifts = shiftsFor(sampleBits);
+    constexpr Shifts shifts = shiftsFor(kSampleBits);
     interpolateRow(pair.rows.data(), pair.width, shifts, kPhase, kOwnFirst, pair.targets[0]);
     interpolateRow(pair.rows.data() + 1, pair.width, shifts, 1 - kPhase, !kOwnFirst,
                    pair.targets[1]);
@@ -460,13 +450,23 @@ std::size_t splitVectors(const std::uint8_t*, std::size_t, const SampleFormat&, 
 
 #endif
 
+template <unsigned kSampleBits>
+void interpolateTwoRowsOf(const RowPair& pair, const MosaicLayout& layout)
+{
+    constexpr void (*kFunctions[2][2])(const RowPair&) = {
+        {interpolateRowsOf<0, false, kSampleBits>, interpolateRowsOf<0, true, kSampleBits>},
+        {interpolateRowsOf<1, false, kSampleBits>, interpolateRowsOf<1, true, kSampleBits>},
+    };
+    kFunctions[layout.chromaPhase][layout.chromaFirst ? 1 : 0](pair);
+}
+
 void interpolateTwoRows(const RowPair& pair, const MosaicLayout& layout)
 {
-    constexpr void (*kFunctions[2][2])(const RowPair&, unsigned) = {
-        {interpolateRowsOf<0, false>, interpolateRowsOf<0, true>},
-        {interpolateRowsOf<1, false>, interpolateRowsOf<1, true>},
-    };
-    kFunctions[layout.chromaPhase][layout.chromaFirst ? 1 : 0](pair, layout.sampleBits);
+    if (layout.sampleBits == 8) {
+        interpolateTwoRowsOf<8>(pair, layout);
+    } else {
+        interpolateTwoRowsOf<10>(pair, layout);
+    }
 }
 
 } // namespace
