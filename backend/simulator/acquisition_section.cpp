@@ -339,8 +339,12 @@ FramePlan AcquisitionSection::next()
     if (faults_ != nullptr) {
         faults_->apply(plan);
     }
-    events_.fire(CameraEvent::FrameStart, plan.startNs, plan.frameId);
     return plan;
+}
+
+void AcquisitionSection::started(const FramePlan& plan)
+{
+    events_.fire(CameraEvent::FrameStart, plan.startNs, plan.frameId);
 }
 
 void AcquisitionSection::exposed(const FramePlan& plan)

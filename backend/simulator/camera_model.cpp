@@ -46,6 +46,8 @@ void CameraModel::sessionClosed() { state_->sessionClosed(); }
 
 FramePlan CameraModel::nextFrame() { return state_->nextFrame(); }
 
+void CameraModel::frameStarted(const FramePlan& plan) { state_->frameStarted(plan); }
+
 std::int32_t CameraModel::render(const FramePlan& plan, void* memory, std::size_t capacity,
                                  FrameLayout* layout)
 {

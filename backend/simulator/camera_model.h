@@ -105,8 +105,10 @@ public:
 
     /// Plans the next frame; call again at plan.readyNs. With expose false wait for the observer.
     FramePlan nextFrame();
-    /// Renders a planned frame into `memory` (at most `capacity` bytes; -1016 when that is less
-    /// than the payload, with the leading bytes written).
+    /// To be called at plan.startNs: the frame-start event.
+    void frameStarted(const FramePlan& plan);
+    /// Renders a planned frame, with its exposure-end event, into `memory` (at most `capacity`
+    /// bytes; -1016 when that is less than the payload, with the leading bytes written).
     std::int32_t render(const FramePlan& plan, void* memory, std::size_t capacity,
                         FrameLayout* layout);
     /// The chunks of a rendered frame; returns how many there are and writes at most `capacity` of
@@ -118,8 +120,7 @@ public:
     ///
     /// The host found no buffer for a planned frame: the camera's lost-frame event and counter.
     void frameDropped(const FramePlan& plan);
-    /// A frame was delivered, or lost on its way (plan.lost). Its events came from nextFrame() and
-    /// render().
+    /// A frame was delivered, or lost on its way (plan.lost).
     void frameDone(const FramePlan& plan);
 
 private:

@@ -208,6 +208,11 @@ FramePlan CameraState::nextFrame()
     });
 }
 
+void CameraState::frameStarted(const FramePlan& plan)
+{
+    run([&] { acquisition_.started(plan); });
+}
+
 std::int32_t CameraState::render(const FramePlan& plan, void* memory, std::size_t capacity,
                                  FrameLayout* layout)
 {

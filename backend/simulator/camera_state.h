@@ -39,6 +39,7 @@ public:
     std::int32_t read(std::uint64_t address, void* data, std::size_t size);
     std::int32_t write(std::uint64_t address, const void* data, std::size_t size);
     FramePlan nextFrame();
+    void frameStarted(const FramePlan& plan);
     std::int32_t render(const FramePlan& plan, void* memory, std::size_t capacity,
                         FrameLayout* layout);
     void endFrame(const FramePlan& plan, bool dropped);

@@ -72,10 +72,10 @@ void EventSection::declareEvents()
         table.category(name + "Data", std::string("Data of the event ") + kEvents[i].name + ".",
                        "EventControl");
         table.integer(name, kEvents[i].toolTip)
-            .describe(std::string(kEvents[i].toolTip) + " The value is the identifier of the "
-                                                        "event.")
+            .describe(std::string(kEvents[i].toolTip) +
+                      " The value is the identifier under which the event is registered.")
             .expert()
-            .inPort(port, 0);
+            .constant(static_cast<std::int64_t>(kFirstEventId + i));
         table.integer(name + "Timestamp", "Camera time of the event.")
             .unit("ns")
             .expert()

@@ -90,6 +90,13 @@ Feature& Feature::formula(std::string text,
     return *this;
 }
 
+Feature& Feature::constant(std::int64_t value)
+{
+    constant_ = true;
+    access_ = Access::ReadOnly;
+    return this->value(value);
+}
+
 Feature& Feature::inPort(std::string port, std::uint64_t address)
 {
     port_ = std::move(port);

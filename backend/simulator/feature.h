@@ -86,6 +86,8 @@ public:
     /// An integer without register: a formula (IntSwissKnife) over variables, each {name in the
     /// formula, feature}. Read only.
     Feature& formula(std::string text, std::vector<std::pair<std::string, std::string>> variables);
+    /// An integer without register: always this value. Read only.
+    Feature& constant(std::int64_t value);
     /// A read-only feature at `address` of an event or chunk port instead of the module's own.
     Feature& inPort(std::string port, std::uint64_t address);
     /// Unavailable features answer -1005.
@@ -154,6 +156,7 @@ private:
 
     std::uint32_t length_ = 0;
     double scale_ = 0.0;
+    bool constant_ = false;
     std::string formula_;
     std::vector<std::pair<std::string, std::string>> variables_;
     std::string port_;

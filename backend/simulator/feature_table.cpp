@@ -131,7 +131,7 @@ std::vector<std::pair<FeatureTable::Slot, std::uint32_t>>
 FeatureTable::slotsOf(const Feature& feature)
 {
     std::vector<std::pair<Slot, std::uint32_t>> slots;
-    if (feature.type_ == FeatureType::Category || !feature.formula_.empty() ||
+    if (feature.type_ == FeatureType::Category || feature.constant_ || !feature.formula_.empty() ||
         !feature.port_.empty()) {
         return slots;
     }

@@ -202,6 +202,8 @@ void FeatureXml::integer(const Feature& feature)
             text_ += "  <pVariable Name=\"" + variable + "\">" + source + "</pVariable>\n";
         }
         element("Formula", feature.formula_);
+    } else if (feature.constant_) {
+        element("Value", std::to_string(feature.integer()));
     } else {
         element("pValue", feature.name_ + "Reg");
         if (feature.intLimits_) {
@@ -305,7 +307,7 @@ void FeatureXml::valueRegister(const Feature& feature)
 
 void FeatureXml::registers(const Feature& feature)
 {
-    if (feature.type_ == FeatureType::Category || !feature.formula_.empty()) {
+    if (feature.type_ == FeatureType::Category || feature.constant_ || !feature.formula_.empty()) {
         return;
     }
     if (feature.type_ != FeatureType::String) {

@@ -88,12 +88,15 @@ std::uint64_t PictureRenderer::imageBytes() const
 
 void PictureRenderer::buildTables()
 {
+    const std::uint32_t added =
+        (settings_.sumX ? settings_.binningX : 1) * (settings_.sumY ? settings_.binningY : 1);
+    maxLight_ = std::min(kMaxLight * added, 65535 - 2 * kMaxNoise);
     const double factor =
         settings_.exposureUs / kReferenceExposureUs * std::pow(10.0, settings_.gainDb / 20.0);
     for (std::size_t channel = 0; channel < curves_.size(); ++channel) {
         const double balance = channel < 3 ? settings_.balance[channel] : 1.0;
         auto& curve = curves_[channel];
-        curve.resize(kMaxLight + 1 + 2 * kMaxNoise);
+        curve.resize(maxLight_ + 1 + 2 * kMaxNoise);
         for (std::size_t i = 0; i < curve.size(); ++i) {
             const double light = static_cast<double>(i) - kMaxNoise;
             double sample = 16.0 * (light * factor * balance + settings_.blackLevel);
@@ -220,7 +223,7 @@ void PictureRenderer::binnedLight(const Frame& frame, std::uint32_t y, Scene::Pl
                 x = x + 1 == scene.width() ? 0 : x + 1;
             }
         }
-        out[i] = static_cast<std::uint16_t>(std::min(sum / divisor, kMaxLight));
+        out[i] = static_cast<std::uint16_t>(std::min(sum / divisor, maxLight_));
     }
 }
 

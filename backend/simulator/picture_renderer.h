@@ -93,6 +93,7 @@ private:
 
     PictureSettings settings_;
     std::vector<std::shared_ptr<const Scene>> scenes_;
+    std::uint32_t maxLight_ = 0; ///< More than one pixel's when binned pixels are added.
     std::array<std::vector<std::uint16_t>, 4> curves_; ///< Light and noise to 16-bit sample.
     std::vector<std::uint16_t> noise_;
 };
