@@ -78,11 +78,12 @@ std::int64_t BufferImpl::GetYPadding() { return field(&FrameInfo::yPadding); }
 
 std::vector<ChunkPlace> BufferImpl::chunks() const { return field(&FrameInfo::chunks); }
 
-void BufferImpl::setMemory(BufferMemory memory)
+BufferMemory BufferImpl::setMemory(BufferMemory memory)
 {
     const std::lock_guard<std::mutex> lock(mutex_);
-    memory_ = std::move(memory);
+    std::swap(memory_, memory);
     current_ = nothing();
+    return memory;
 }
 
 void BufferImpl::show(FrameInfo frame)

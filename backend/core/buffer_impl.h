@@ -51,7 +51,8 @@ private:
         const std::lock_guard<std::mutex> lock(mutex_);
         return current_.*member;
     }
-    void setMemory(BufferMemory memory);
+    /// Gives back what it had before.
+    BufferMemory setMemory(BufferMemory memory);
     /// Makes the delivered frame the visible one.
     void show(FrameInfo frame);
 

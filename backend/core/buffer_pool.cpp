@@ -34,17 +34,26 @@ BufferImpl* BufferPool::create(std::size_t size, std::uint64_t alignment, bool o
     return buffer;
 }
 
-void BufferPool::release(BufferImpl* buffer)
+void BufferPool::release(BufferImpl* buffer, bool stillInUse)
 {
     const Guard guard(mutex_);
     if (buffer->state_ == State::Ready) {
         ready_.erase(std::find(ready_.begin(), ready_.end(), buffer));
     }
     byToken_.erase(buffer->token_);
-    buffer->setMemory(BufferMemory());
+    BufferMemory memory = buffer->setMemory(BufferMemory());
+    if (stillInUse) {
+        kept_.push_back(std::move(memory));
+    }
     buffer->delivered_ = FrameInfo();
     move(*buffer, State::Free);
     free_.push_back(buffer);
+}
+
+void BufferPool::freeKept()
+{
+    const Guard guard(mutex_);
+    kept_.clear();
 }
 
 BufferImpl* BufferPool::find(const ZelCam::Buffer* buffer)

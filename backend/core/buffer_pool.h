@@ -40,8 +40,11 @@ public:
 
     /// A new idle buffer with memory; null when there is no memory.
     BufferImpl* create(std::size_t size, std::uint64_t alignment, bool ofQueue);
-    /// Takes the memory away and forgets the buffer, which the transport must not have any more.
-    void release(BufferImpl* buffer);
+    /// Takes the memory away and forgets the buffer. `stillInUse`: the transport did not let go of
+    /// the memory, which is then kept until freeKept().
+    void release(BufferImpl* buffer, bool stillInUse);
+    /// The transport is gone, and with it whatever it still used.
+    void freeKept();
     /// The buffer behind a pointer from outside, or null when it is none of ours or not announced.
     BufferImpl* find(const ZelCam::Buffer* buffer);
     /// All buffers in one of the states.
@@ -91,6 +94,7 @@ private:
     InterruptibleCondition arrived_;
     std::vector<std::unique_ptr<BufferImpl>> shells_;
     std::vector<BufferImpl*> free_;
+    std::vector<BufferMemory> kept_;
     std::unordered_map<const ZelCam::Buffer*, BufferImpl*> known_;
     std::unordered_map<BufferToken, BufferImpl*> byToken_;
     std::deque<BufferImpl*> ready_;

@@ -341,6 +341,7 @@ void DeviceImpl::publishEvent(std::uint64_t session, std::uint64_t id, const voi
         return;
     }
     camera_.setEventData(id, data, size);
+    transportParameters_.setEventData(id, data, size);
 }
 
 std::shared_ptr<EventDispatcher> DeviceImpl::events()

@@ -142,7 +142,9 @@ ZelCamErr StreamImpl::FlushBuffers(std::int64_t mode)
             return queueIdle(transport);
         case ZelCam::kFlushAllDiscard:
             code = transport.discardAll();
-            pool_.idleAll(true);
+            if (code == ZelErr::kOk) {
+                pool_.idleAll(true);
+            }
             return code;
         default:
             return ZelErr::kGenTLInvalidParameter;
@@ -193,10 +195,12 @@ ZelCamErr StreamImpl::AllocBufferQueue(void* /*userPointer*/, std::uint64_t coun
         if (!fitsMemory(count, size)) {
             return ZelErr::kGenTLOutOfMemory;
         }
-        emptyQueue(transport);
-        const ZelCamErr code = fillQueue(transport, count, size);
+        ZelCamErr code = emptyQueue(transport);
+        if (code == ZelErr::kOk) {
+            code = fillQueue(transport, count, size);
+        }
         if (code != ZelErr::kOk) {
-            emptyQueue(transport);
+            static_cast<void>(emptyQueue(transport));
         }
         return code;
     });
@@ -208,8 +212,7 @@ ZelCamErr StreamImpl::ReleaseBufferQueue()
         if (acquiring_) {
             return ZelErr::kGenTLBusy;
         }
-        emptyQueue(transport);
-        return ZelErr::kOk;
+        return emptyQueue(transport);
     });
 }
 
@@ -275,6 +278,8 @@ void StreamImpl::close()
         const Guard counterGuard(counterMutex_);
         transport = std::move(transport_);
     }
+    transport.reset();
+    pool_.freeKept();
 }
 
 bool StreamImpl::isOpen()
@@ -329,7 +334,7 @@ BufferImpl* StreamImpl::announce(TransportStream& transport, std::uint64_t size,
     }
     *code = transport.announce(pool_.token(buffer), buffer->GetBufferPtr(), size);
     if (*code != ZelErr::kOk) {
-        pool_.release(buffer);
+        pool_.release(buffer, false);
         return nullptr;
     }
     return buffer;
@@ -360,8 +365,8 @@ ZelCamErr StreamImpl::queueIdle(TransportStream& transport)
 
 void StreamImpl::revoke(TransportStream& transport, BufferImpl* buffer)
 {
-    static_cast<void>(transport.revoke(pool_.token(buffer)));
-    pool_.release(buffer);
+    const ZelCamErr code = transport.revoke(pool_.token(buffer));
+    pool_.release(buffer, code != ZelErr::kOk);
 }
 
 ZelCamErr StreamImpl::fillQueue(TransportStream& transport, std::uint64_t count, std::uint64_t size)
@@ -378,13 +383,15 @@ ZelCamErr StreamImpl::fillQueue(TransportStream& transport, std::uint64_t count,
 
 // The transport gives back all buffers at once or none, so those that the user made are queued
 // again.
-void StreamImpl::emptyQueue(TransportStream& transport)
+ZelCamErr StreamImpl::emptyQueue(TransportStream& transport)
 {
     const std::vector<BufferImpl*> ours = pool_.announced(true);
     if (ours.empty()) {
-        return;
+        return ZelErr::kOk;
     }
-    static_cast<void>(transport.discardAll());
+    if (const ZelCamErr code = transport.discardAll(); code != ZelErr::kOk) {
+        return code;
+    }
     std::vector<BufferImpl*> others;
     for (BufferImpl* const buffer : pool_.announced(false)) {
         if (pool_.state(buffer) == State::Queued) {
@@ -398,6 +405,7 @@ void StreamImpl::emptyQueue(TransportStream& transport)
     for (BufferImpl* const buffer : others) {
         static_cast<void>(queue(transport, buffer));
     }
+    return ZelErr::kOk;
 }
 
 ZelCamErr StreamImpl::checkBuffers(TransportStream& transport)

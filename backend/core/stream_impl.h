@@ -70,7 +70,7 @@ private:
     ZelCamErr queueIdle(TransportStream& transport);
     void revoke(TransportStream& transport, BufferImpl* buffer);
     ZelCamErr fillQueue(TransportStream& transport, std::uint64_t count, std::uint64_t size);
-    void emptyQueue(TransportStream& transport);
+    ZelCamErr emptyQueue(TransportStream& transport);
     ZelCamErr checkBuffers(TransportStream& transport);
     ZelCamErr start(TransportStream& transport, std::uint64_t frames);
     ZelCamErr stop(TransportStream& transport, bool atOnce);

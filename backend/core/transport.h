@@ -94,12 +94,14 @@ public:
     virtual std::uint64_t alignment() = 0;
     /// Announces memory that core owns and keeps until revoke() returned.
     virtual ZelCamErr announce(BufferToken token, void* memory, std::size_t size) = 0;
-    /// Only for buffers that are not queued. The memory is free afterwards, whatever the code.
+    /// Only for buffers that are not queued. The token is forgotten whatever the code; on failure
+    /// the transport may go on using the memory until the stream is destroyed, and core keeps it.
     virtual ZelCamErr revoke(BufferToken token) = 0;
     /// Gives an announced buffer to be filled.
     virtual ZelCamErr queue(BufferToken token) = 0;
     /// Takes back all queued buffers: when it returns none is in the transport and none will be
-    /// reported by bufferDone() for its earlier queueing. Also while acquiring.
+    /// reported by bufferDone() for its earlier queueing. Also while acquiring. On failure nothing
+    /// is known of them.
     virtual ZelCamErr discardAll() = 0;
     /// Host side only; the camera's commands and TLParamsLocked are core's job. `frames` all ones:
     /// without limit.
