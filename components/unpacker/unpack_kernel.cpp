@@ -40,6 +40,12 @@ HWY_INLINE ByteVector loadBlocks(const std::uint8_t* source)
 #endif
 }
 
+// Highway's own choice looks at whole lanes only.
+HWY_INLINE WordVector chooseBits(WordVector mask, WordVector yes, WordVector no)
+{
+    return hn::OrAnd(hn::AndNot(mask, no), mask, yes);
+}
+
 template <PackedDepth kDepth> HWY_INLINE WordVector unpackVector(const std::uint8_t* source)
 {
     const Words words;
@@ -52,10 +58,10 @@ template <PackedDepth kDepth> HWY_INLINE WordVector unpackVector(const std::uint
     if constexpr (kDepth == PackedDepth::k12) {
         // A second pixel is the word shifted; a first pixel keeps its own low nibble.
         HWY_ALIGN static constexpr std::uint16_t kLowBits[8] = {15, 0, 15, 0, 15, 0, 15, 0};
-        return hn::IfVecThenElse(hn::LoadDup128(words, kLowBits), pairs, hn::ShiftRight<4>(pairs));
+        return chooseBits(hn::LoadDup128(words, kLowBits), pairs, hn::ShiftRight<4>(pairs));
     } else {
         const WordVector low = hn::OddEven(hn::ShiftRight<4>(pairs), pairs);
-        return hn::IfVecThenElse(hn::Set(words, std::uint16_t{3}), low, hn::ShiftRight<6>(pairs));
+        return chooseBits(hn::Set(words, std::uint16_t{3}), low, hn::ShiftRight<6>(pairs));
     }
 }
 
