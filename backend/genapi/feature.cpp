@@ -14,7 +14,14 @@ namespace genapi
 namespace
 {
 
-std::int32_t typeOf(NodeKind kind)
+const NodeDescription& nodeAt(FeatureMap& map, std::int32_t index)
+{
+    return map.description().nodes[static_cast<std::size_t>(index)];
+}
+
+} // namespace
+
+std::int32_t paramTypeOf(NodeKind kind)
 {
     if (isIntegerKind(kind))
         return ZelGenParam::kTypeInt;
@@ -37,16 +44,10 @@ std::int32_t typeOf(NodeKind kind)
     }
 }
 
-const NodeDescription& nodeAt(FeatureMap& map, std::int32_t index)
-{
-    return map.description().nodes[static_cast<std::size_t>(index)];
-}
-
-} // namespace
-
 Feature::Feature(FeatureMap& map, std::int32_t index)
-    : map_(map), node_(nodeAt(map, index)), type_(typeOf(node_.kind)), engine_(map.engine(index)),
-      access_(map, index), range_(map, index), entries_(node_.entries.size())
+    : map_(map), node_(nodeAt(map, index)), type_(paramTypeOf(node_.kind)),
+      engine_(map.engine(index)), access_(map, index), range_(map, index),
+      entries_(node_.entries.size())
 {
     // ArvGc writes only the first register of a value that several ones hold.
     for (const NodeDescription* node = &node_; node != nullptr;) {

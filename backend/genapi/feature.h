@@ -18,6 +18,9 @@ namespace genapi
 
 class FeatureMap;
 
+/// The ZelGenParam::kType... of a node of this kind.
+std::int32_t paramTypeOf(NodeKind kind);
+
 /// Belongs to its map and is called under its lock. Every operation answers 0 or a code: -40202 not
 /// accessible now, -40203 another type, -40204 out of range or off the increment, -40206 unknown
 /// entry, codes of the source. A reader that fails leaves `*value` alone.

@@ -21,7 +21,7 @@ Class* typedParam(ParamArrayState& state, const char* name, std::int32_t type, Z
     ParamArrayState::Slot* const slot = state.find(name, err);
     if (slot == nullptr)
         return nullptr;
-    if (ParamArrayState::featureOf(*slot).type() != type) {
+    if (paramTypeOf(ParamArrayState::nodeOf(*slot).kind) != type) {
         report(err, ZelErr::kParamType);
         return nullptr;
     }

@@ -54,6 +54,7 @@ ZelCamErr ParamArrayState::attach(const std::vector<FeatureSource*>& sources)
     if (failure == ZelErr::kOk) {
         for (const auto& map : maps_)
             addNames(*map);
+        bindObjects();
         buildTree();
     }
     return failure;
@@ -85,6 +86,17 @@ void ParamArrayState::addNames(FeatureMap& map)
     names_.reserve(names_.size() + description.byName.size());
     for (const auto& [name, node] : description.byName)
         names_.emplace(name, Slot{&map, node, nullptr, nullptr});
+}
+
+void ParamArrayState::bindObjects()
+{
+    for (const auto& [key, object] : objects_) {
+        const auto found = names_.find(object->name());
+        if (found == names_.end() || paramTypeOf(nodeOf(found->second).kind) != object->type())
+            continue;
+        object->bind(&found->second);
+        found->second.object = object.get();
+    }
 }
 
 void ParamArrayState::buildTree()
@@ -126,7 +138,7 @@ void ParamArrayState::addChildren(CategoryParam& category, const std::string& na
         if (!listed_.insert(child).second)
             continue;
         flat_.push_back(child);
-        const auto& node = child->map->description().nodes[static_cast<std::size_t>(child->node)];
+        const NodeDescription& node = nodeOf(*child);
         if (node.kind != NodeKind::kCategory)
             continue;
         path->push_back(node.name);
@@ -153,6 +165,11 @@ ParamArrayState::Slot* ParamArrayState::find(const char* name, ZelCamErr* err)
     return slot;
 }
 
+const NodeDescription& ParamArrayState::nodeOf(const Slot& slot)
+{
+    return slot.map->description().nodes[static_cast<std::size_t>(slot.node)];
+}
+
 Feature& ParamArrayState::featureOf(Slot& slot)
 {
     if (slot.feature == nullptr)
@@ -164,13 +181,14 @@ ParamObject& ParamArrayState::objectOf(Slot& slot)
 {
     if (slot.object != nullptr)
         return *slot.object;
-    const Feature& feature = featureOf(slot);
-    std::string key = feature.node().name;
+    const NodeDescription& node = nodeOf(slot);
+    const std::int32_t type = paramTypeOf(node.kind);
+    std::string key = node.name;
     key += '\0';
-    key += static_cast<char>('0' + feature.type());
+    key += static_cast<char>('0' + type);
     auto& owned = objects_[key];
     if (owned == nullptr)
-        owned = makeParamObject(*this, feature.node().name, feature.type());
+        owned = makeParamObject(*this, node.name, type);
     owned->bind(&slot);
     slot.object = owned.get();
     return *owned;

@@ -61,6 +61,7 @@ public:
 
     /// Null with -40007, -40205 or the reason of being detached.
     Slot* find(const char* name, ZelCamErr* err);
+    static const NodeDescription& nodeOf(const Slot& slot);
     static Feature& featureOf(Slot& slot);
     ParamObject& objectOf(Slot& slot);
 
@@ -83,6 +84,8 @@ private:
 
     void drop(ZelCamErr reason);
     void addNames(FeatureMap& map);
+    /// Objects that users kept come back to life.
+    void bindObjects();
     void buildTree();
     void addChildren(CategoryParam& category, const std::string& name,
                      std::vector<std::string_view>* path);

@@ -27,9 +27,7 @@ void ParamObject::unbind() { slot_ = nullptr; }
 
 const NodeDescription* ParamObject::node() const
 {
-    if (slot_ == nullptr)
-        return nullptr;
-    return &slot_->map->description().nodes[static_cast<std::size_t>(slot_->node)];
+    return slot_ != nullptr ? &ParamArrayState::nodeOf(*slot_) : nullptr;
 }
 
 Feature* ParamObject::feature()

@@ -1,0 +1,270 @@
+// Which descriptions are taken, and that others leave nothing behind.
+#include "genapi/description_parser.h"
+#include "genapi/param_array.h"
+#include "memory_source.h"
+
+#include <gtest/gtest.h>
+#include <zlib.h>
+
+namespace
+{
+
+ZelCamErr parse(const std::string& document, std::string* why)
+{
+    genapi::Description description;
+    const ZelCamErr result = genapi::parseDescription(document, &description, why);
+    EXPECT_EQ(result == ZelErr::kOk, !description.nodes.empty()) << "a partial description";
+    return result;
+}
+
+std::string repeated(int count, const std::function<std::string(int)>& make)
+{
+    std::string text;
+    for (int i = 0; i < count; ++i)
+        text += make(i);
+    return text;
+}
+
+struct BrokenCase {
+    const char* name;
+    std::string document;
+    std::string why;
+};
+
+std::vector<BrokenCase> brokenDescriptions()
+{
+    const auto n = [](int i) { return "N" + std::to_string(i); };
+    const std::string good = describe(intReg("A", "0"), {"A"});
+    return {
+        {"empty text", " ", "well-formed"},
+        {"cut off", good.substr(0, good.size() - 30), "well-formed"},
+        {"another root", "<Something/>", "root element"},
+        {"no root category", "<RegisterDescription><Port Name=\"Device\"/></RegisterDescription>",
+         "root category"},
+        {"entities",
+         "<?xml version=\"1.0\"?><!DOCTYPE x [<!ENTITY a \"aaaa\"><!ENTITY b \"&a;&a;\">]>" +
+             good.substr(good.find("<RegisterDescription")),
+         "well-formed"},
+        {"two of one name", describe(intReg("A", "0") + intReg("A", "4"), {"A"}), "named A"},
+        {"unknown feature", describe(intReg("A", "0"), {"B"}), "no node B"},
+        {"empty reference", describe("<Integer Name=\"A\"><pValue/></Integer>", {"A"}), "no node"},
+        {"unknown alias",
+         describe("<Integer Name=\"A\"><Value>1</Value><pAlias>X</pAlias></Integer>", {"A"}),
+         "no node X"},
+        {"entry refers to nothing",
+         describe("<Enumeration Name=\"E\"><EnumEntry Name=\"One\"><Value>1</Value>"
+                  "<pIsAvailable>X</pIsAvailable></EnumEntry><Value>1</Value></Enumeration>",
+                  {"E"}),
+         "no node X"},
+        {"value of itself", describe("<Integer Name=\"A\"><pValue>A</pValue></Integer>", {"A"}),
+         "depends on itself"},
+        {"circle of values",
+         describe("<Integer Name=\"A\"><pValue>B</pValue></Integer>"
+                  "<IntSwissKnife Name=\"B\"><pVariable Name=\"V\">A</pVariable>"
+                  "<Formula>V</Formula></IntSwissKnife>",
+                  {"A"}),
+         "depends on itself"},
+        {"circle through an address",
+         describe("<IntReg Name=\"A\"><IntSwissKnife><pVariable Name=\"V\">A</pVariable>"
+                  "<Formula>V</Formula></IntSwissKnife><Length>4</Length><pPort>Device</pPort>"
+                  "</IntReg>",
+                  {"A"}),
+         "depends on"},
+        {"available if available",
+         describe("<Integer Name=\"A\"><pIsAvailable>B</pIsAvailable><pValue>B</pValue></Integer>"
+                  "<Integer Name=\"B\"><pValue>C</pValue></Integer>"
+                  "<IntSwissKnife Name=\"C\"><pVariable Name=\"V\">B</pVariable>"
+                  "<Formula>V</Formula></IntSwissKnife>",
+                  {"A"}),
+         "depends on"},
+        {"maximum of itself",
+         describe("<Integer Name=\"A\"><Value>1</Value><pMax>B</pMax></Integer>"
+                  "<IntSwissKnife Name=\"B\"><pVariable Name=\"A.Max\">A</pVariable>"
+                  "<Formula>A.Max</Formula></IntSwissKnife>",
+                  {"A"}),
+         "depends on"},
+        {"category in itself",
+         describe("<Category Name=\"C\"><pFeature>D</pFeature></Category>"
+                  "<Category Name=\"D\"><pFeature>C</pFeature></Category>",
+                  {"C"}),
+         "category"},
+        {"selects itself",
+         describe("<Integer Name=\"A\"><Value>1</Value><pSelected>A</pSelected></Integer>", {"A"}),
+         "selector"},
+        {"chain without end",
+         describe(repeated(5000,
+                           [&](int i) {
+                               return "<Integer Name=\"" + n(i) + "\"><pValue>" + n(i + 1) +
+                                      "</pValue></Integer>";
+                           }) +
+                      intReg(n(5000), "0"),
+                  {"N0"}),
+         "depends on"},
+        {"sum that doubles with every step",
+         describe(repeated(60,
+                           [&](int i) {
+                               return "<IntSwissKnife Name=\"" + n(i) +
+                                      "\"><pVariable Name=\"L\">" + n(i + 1) +
+                                      "</pVariable><pVariable Name=\"R\">" + n(i + 1) +
+                                      "</pVariable><Formula>L+R</Formula></IntSwissKnife>";
+                           }) +
+                      intReg(n(60), "0"),
+                  {"N0"}),
+         "depends on"},
+        {"minimum is no number",
+         describe("<Integer Name=\"A\"><Value>1</Value><Min>few</Min></Integer>", {"A"}), "Min"},
+        {"entry without value",
+         describe("<Enumeration Name=\"E\"><EnumEntry Name=\"One\"/><Value>1</Value>"
+                  "</Enumeration>",
+                  {"E"}),
+         "EnumEntry"},
+        {"integer of 9 bytes",
+         describe("<IntReg Name=\"A\"><Address>0</Address><Length>9</Length><pPort>Device</pPort>"
+                  "</IntReg>",
+                  {"A"}),
+         "length"},
+        {"text of a terabyte",
+         describe("<StringReg Name=\"A\"><Address>0</Address><Length>0x10000000000</Length>"
+                  "<pPort>Device</pPort></StringReg>",
+                  {"A"}),
+         "length"},
+        {"register without port",
+         describe("<IntReg Name=\"A\"><Address>0</Address><Length>4</Length></IntReg>", {"A"}),
+         "port"},
+        {"bit 64",
+         describe("<MaskedIntReg Name=\"A\"><Address>0</Address><Length>4</Length><Bit>64</Bit>"
+                  "<pPort>Device</pPort></MaskedIntReg>",
+                  {"A"}),
+         "bits"},
+        {"nested too deeply",
+         describe(repeated(300, [](int) { return "<Group>"; }) +
+                      repeated(300, [](int) { return "</Group>"; }),
+                  {}),
+         ""},
+        {"too large", good + std::string(std::size_t{17} << 20, ' '), "too large"},
+    };
+}
+
+TEST(Description, RefusesWhatIsBroken)
+{
+    for (const BrokenCase& broken : brokenDescriptions()) {
+        std::string why;
+        EXPECT_EQ(parse(broken.document, &why), -40201) << broken.name;
+        EXPECT_NE(why.find(broken.why), std::string::npos) << broken.name << ": " << why;
+        MemorySource source(broken.document);
+        genapi::ParamArray array;
+        testing::internal::CaptureStderr();
+        EXPECT_EQ(array.attach({&source}), -40201) << broken.name;
+        EXPECT_NE(testing::internal::GetCapturedStderr().find(why), std::string::npos);
+        EXPECT_EQ(array.GetCount(), 0) << broken.name;
+    }
+}
+
+TEST(Description, TakesWhatRealCamerasHave)
+{
+    const std::string good = describe(intReg("A", "0"), {"A"});
+    const std::string text = "<Integer Name=\"A\">\n <pValue>\n R \n</pValue><ToolTip>";
+    const struct {
+        const char* name;
+        std::string document;
+    } cases[] = {
+        {"zeros behind the text", good + std::string(500, '\0')},
+        {"padded references", describe(text + "x</ToolTip></Integer>" + intReg("R", "0"), {" A "})},
+        {"bytes that are no UTF-8",
+         describe(text + "\xB5s</ToolTip></Integer>" + intReg("R", "0"), {"A"})},
+        {"ranges that depend on each other's values",
+         describe("<Integer Name=\"A\"><Value>1</Value><pMax>AMax</pMax></Integer>"
+                  "<Integer Name=\"B\"><Value>1</Value><pMax>BMax</pMax></Integer>"
+                  "<IntSwissKnife Name=\"AMax\"><pVariable Name=\"B\">B</pVariable>"
+                  "<Formula>100-B</Formula></IntSwissKnife>"
+                  "<IntSwissKnife Name=\"BMax\"><pVariable Name=\"A\">A</pVariable>"
+                  "<Formula>100-A</Formula></IntSwissKnife>",
+                  {"A", "B"})},
+        {"groups, structures and unknown elements",
+         describe("<Group Comment=\"g\"><Extension><Any/></Extension><StructReg Comment=\"s\">"
+                  "<Address>0</Address><Length>4</Length><pPort>Device</pPort>"
+                  "<StructEntry Name=\"A\"><Bit>3</Bit></StructEntry></StructReg></Group>",
+                  {"A"})},
+    };
+    for (const auto& test : cases) {
+        std::string why;
+        EXPECT_EQ(parse(test.document, &why), 0) << test.name << ": " << why;
+        MemorySource source(test.document);
+        genapi::ParamArray array;
+        EXPECT_EQ(array.attach({&source}), 0) << test.name;
+        ZelCamErr err = -1;
+        array.GetIntegerValue("A", &err);
+        EXPECT_EQ(err, 0) << test.name;
+    }
+}
+
+/// Appends `size` bytes, little-endian.
+void append(std::string* bytes, std::uint64_t value, int size)
+{
+    for (int i = 0; i < size; ++i)
+        *bytes += static_cast<char>(value >> (8 * i));
+}
+
+/// An archive of one member as a camera has it; `method` 0 or 8.
+std::string zip(const std::string& name, const std::string& text, int method)
+{
+    std::string packed = text;
+    if (method == 8) {
+        packed.resize(text.size() + 1024);
+        z_stream stream = {};
+        EXPECT_EQ(deflateInit2(&stream, 9, Z_DEFLATED, -MAX_WBITS, 8, Z_DEFAULT_STRATEGY), Z_OK);
+        stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(text.data()));
+        stream.avail_in = static_cast<uInt>(text.size());
+        stream.next_out = reinterpret_cast<Bytef*>(packed.data());
+        stream.avail_out = static_cast<uInt>(packed.size());
+        EXPECT_EQ(deflate(&stream, Z_FINISH), Z_STREAM_END);
+        packed.resize(stream.total_out);
+        deflateEnd(&stream);
+    }
+    std::string common;
+    append(&common, 20, 2);
+    append(&common, 0, 2);
+    append(&common, static_cast<std::uint64_t>(method), 2);
+    append(&common, 0, 4);
+    append(&common,
+           crc32(0, reinterpret_cast<const Bytef*>(text.data()), static_cast<uInt>(text.size())),
+           4);
+    append(&common, packed.size(), 4);
+    append(&common, text.size(), 4);
+    append(&common, name.size(), 2);
+    append(&common, 0, 2);
+    std::string archive = "PK\x03\x04" + common + name + packed;
+    const std::size_t directory = archive.size();
+    archive += "PK\x01\x02";
+    append(&archive, 20, 2);
+    archive += common;
+    archive += std::string(14, '\0') + name;
+    const std::size_t directorySize = archive.size() - directory;
+    archive += std::string("PK\x05\x06\0\0\0\0", 8);
+    append(&archive, 1, 2);
+    append(&archive, 1, 2);
+    append(&archive, directorySize, 4);
+    append(&archive, directory, 4);
+    append(&archive, 0, 2);
+    return archive;
+}
+
+TEST(Description, ComesOutOfArchives)
+{
+    const std::string text = describe(intReg("A", "0"), {"A"});
+    std::string why;
+    for (const int method : {0, 8}) {
+        const std::string archive = zip("camera.XML", text, method);
+        EXPECT_EQ(parse(archive, &why), 0) << why;
+        EXPECT_EQ(parse(archive + std::string(700, '\0'), &why), 0) << "padded register space";
+        for (std::size_t size = 4; size < archive.size(); ++size)
+            EXPECT_EQ(parse(archive.substr(0, size), &why), -40201) << "cut at " << size;
+        std::string damaged = archive;
+        damaged[archive.size() / 3] ^= 0x10;
+        EXPECT_EQ(parse(damaged, &why), -40201) << "the checksum must tell";
+    }
+    EXPECT_EQ(parse(zip("a.xml", std::string(std::size_t{17} << 20, ' '), 8), &why), -40201)
+        << "small archive, large content";
+}
+
+} // namespace
