@@ -1,0 +1,502 @@
+// Streams of the SDK over a transport in memory: buffers, waits, starting, counters, stale handles.
+#include "fake_transport.h"
+#include "zel_gen_param_api.h"
+#include "zel_image/image.h"
+
+#include <gtest/gtest.h>
+#include <pthread.h>
+
+#include <chrono>
+#include <csignal>
+#include <functional>
+#include <future>
+#include <random>
+
+namespace core_test
+{
+namespace
+{
+
+using namespace std::chrono_literals;
+using Clock = std::chrono::steady_clock;
+
+class StreamTest : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        device = world.open();
+        ASSERT_NE(device, nullptr);
+        stream = device->GetStreamByIndex(0);
+        ASSERT_NE(stream, nullptr);
+    }
+    void TearDown() override { device->Release(); }
+
+    void startWith(std::uint64_t buffers)
+    {
+        ASSERT_EQ(stream->AllocBufferQueue(nullptr, buffers), ZelErr::kOk);
+        ASSERT_EQ(stream->StartAcquisition(ZelCam::kInfinite, 0), ZelErr::kOk);
+    }
+
+    ZelCamErr fetchCode(std::uint64_t timeoutMs)
+    {
+        ZelCamErr code = ZelErr::kUnknown;
+        ZelCam::Buffer* const buffer = stream->GetBuffer(timeoutMs, &code);
+        EXPECT_EQ(buffer != nullptr, code == ZelErr::kOk);
+        return code;
+    }
+
+    std::int64_t counter(const char* name)
+    {
+        ZelCamErr code = ZelErr::kUnknown;
+        const std::int64_t value =
+            device->GetTransportParameters(nullptr)->GetIntegerValue(name, &code);
+        EXPECT_EQ(code, ZelErr::kOk) << name;
+        return value;
+    }
+
+    static core::FrameInfo frame(std::uint64_t id)
+    {
+        core::FrameInfo info;
+        info.frameId = id;
+        return info;
+    }
+
+    FakeWorld& world = FakeWorld::create();
+    FakeDevice& far = world.add("if0").plug("cam0");
+    ZelCam::Device* device = nullptr;
+    ZelCam::Stream* stream = nullptr;
+};
+
+TEST_F(StreamTest, FramesComeInOrderWithWhatTheTransportTold)
+{
+    startWith(3);
+    core::FrameInfo told;
+    told.frameId = 41;
+    told.timestamp = 0xFFFFFFFFFFFFFFF0;
+    told.width = 10;
+    told.height = 4;
+    told.xOffset = 3;
+    told.yPadding = 2;
+    told.imageOffset = 8;
+    told.deliveredSize = 40;
+    told.pixelFormat = 0x01080001;
+    told.incomplete = true;
+    ASSERT_TRUE(far.deliver(told));
+    ASSERT_TRUE(far.deliver(frame(42)));
+
+    ZelCamErr code = ZelErr::kUnknown;
+    ZelCam::Buffer* const first = stream->GetBuffer(0, &code);
+    ASSERT_NE(first, nullptr);
+    EXPECT_EQ(first->GetFrameID(), 41U);
+    EXPECT_EQ(first->GetTimestamp(), 0xFFFFFFFFFFFFFFF0U);
+    EXPECT_EQ(first->GetWidth(), 10U);
+    EXPECT_EQ(first->GetHeight(), 4U);
+    EXPECT_EQ(first->GetXOffset(), 3);
+    EXPECT_EQ(first->GetYPadding(), 2);
+    EXPECT_EQ(first->GetImageOffset(), 8);
+    EXPECT_EQ(first->GetBufferSize(), 40U);
+    EXPECT_TRUE(first->IsIncomplete());
+    const ZelImage* const image = first->GetImage();
+    ASSERT_NE(image, nullptr);
+    EXPECT_EQ(image->pixelType, ZelPixel::kMono8);
+    EXPECT_EQ(image->data, static_cast<char*>(first->GetBufferPtr()) + 8);
+    EXPECT_EQ(image->stride, 10U);
+    EXPECT_EQ(image->dataSize, 40U);
+
+    // What the transport does not tell is what the camera said at the start.
+    ZelCam::Buffer* const second = stream->GetBuffer(0, &code);
+    ASSERT_NE(second, nullptr);
+    EXPECT_EQ(second->GetWidth(), 16U);
+    EXPECT_EQ(second->GetHeight(), 8U);
+    EXPECT_EQ(second->GetPixelFormat(), 0x01080001U);
+    EXPECT_EQ(static_cast<unsigned char*>(second->GetBufferPtr())[127], 42U);
+
+    EXPECT_EQ(counter("StreamDeliveredFrameCount"), 2);
+    EXPECT_EQ(counter("StreamIncompleteFrameCount"), 1);
+    EXPECT_EQ(counter("StreamLostFrameCount"), 5);
+    EXPECT_EQ(counter("StreamUnderrunFrameCount"), 7);
+    EXPECT_EQ(counter("StreamAnnouncedBufferCount"), 3);
+    EXPECT_EQ(counter("StreamInputBufferCount"), 1);
+    EXPECT_EQ(counter("StreamOutputBufferCount"), 0);
+}
+
+TEST_F(StreamTest, AWaitEndsWithEveryReasonToEndIt)
+{
+    struct Case {
+        const char* name;
+        std::function<void()> end;
+        ZelCamErr code;
+    };
+    const Case cases[] = {
+        {"cancel", [&] { stream->CancelBuffer(); }, ZelErr::kGenTLAbort},
+        {"stop", [&] { stream->StopAcquisition(0); }, ZelErr::kGenTLAbort},
+        {"broken", [&] { far.breakStream(ZelErr::kGenTLIo); }, ZelErr::kGenTLIo},
+        {"stream release", [&] { stream->Release(); }, ZelErr::kGenTLAbort},
+        {"lost", [&] { far.lose(ZelErr::kNoDevice); }, ZelErr::kNoDevice},
+        {"device release", [&] { device->Release(); }, ZelErr::kGenTLAbort},
+    };
+    for (const Case& c : cases) {
+        device->Release();
+        SetUp();
+        startWith(2);
+        std::vector<std::future<ZelCamErr>> waits;
+        for (int i = 0; i < 3; ++i) {
+            waits.push_back(std::async(std::launch::async, [&] { return fetchCode(~0ULL); }));
+        }
+        letWait();
+        c.end();
+        for (auto& wait : waits) {
+            ASSERT_EQ(wait.wait_for(5s), std::future_status::ready) << c.name;
+            EXPECT_EQ(wait.get(), c.code) << c.name;
+        }
+    }
+}
+
+TEST_F(StreamTest, ACancelWithNobodyWaitingIsNotRemembered)
+{
+    startWith(2);
+    EXPECT_EQ(stream->CancelBuffer(), ZelErr::kOk);
+    EXPECT_EQ(fetchCode(20), ZelErr::kGenTLTimeout);
+    EXPECT_EQ(stream->CancelBuffer(), ZelErr::kOk);
+    far.deliver();
+    EXPECT_EQ(fetchCode(0), ZelErr::kOk);
+}
+
+TEST_F(StreamTest, TimeoutsAreNeverEarlyAndReadyFramesNeedNoTime)
+{
+    startWith(2);
+    EXPECT_EQ(fetchCode(0), ZelErr::kGenTLTimeout);
+    for (const int ms : {1, 7, 40}) {
+        const auto begin = Clock::now();
+        EXPECT_EQ(fetchCode(static_cast<std::uint64_t>(ms)), ZelErr::kGenTLTimeout);
+        EXPECT_GE(Clock::now() - begin, std::chrono::milliseconds(ms));
+    }
+    far.deliver();
+    EXPECT_EQ(fetchCode(0), ZelErr::kOk);
+    // A frame that is ready is delivered whatever has happened since.
+    far.deliver();
+    far.lose(ZelErr::kNoDevice);
+    EXPECT_EQ(fetchCode(0), ZelErr::kOk);
+    EXPECT_EQ(fetchCode(0), ZelErr::kNoDevice);
+}
+
+TEST_F(StreamTest, AWaitGetsTheFrameThatComesAndMayBeginBeforeTheStart)
+{
+    auto wait = std::async(std::launch::async, [&] { return fetchCode(~0ULL); });
+    letWait();
+    startWith(1);
+    far.deliver();
+    ASSERT_EQ(wait.wait_for(5s), std::future_status::ready);
+    EXPECT_EQ(wait.get(), ZelErr::kOk);
+}
+
+TEST_F(StreamTest, AHandledSignalEndsTheWaitOfItsThread)
+{
+    struct sigaction action = {};
+    struct sigaction before = {};
+    action.sa_handler = [](int) {};
+    sigaction(SIGUSR1, &action, &before);
+    for (const std::uint64_t timeout : {ZelCam::kInfinite, std::uint64_t{60'000}}) {
+        std::atomic<pthread_t> id{};
+        std::promise<void> running;
+        auto wait = std::async(std::launch::async, [&] {
+            id = pthread_self();
+            running.set_value();
+            return fetchCode(timeout);
+        });
+        running.get_future().wait();
+        letWait();
+        pthread_kill(id, SIGUSR1);
+        ASSERT_EQ(wait.wait_for(5s), std::future_status::ready);
+        EXPECT_EQ(wait.get(), ZelErr::kGenTLAbort);
+    }
+    sigaction(SIGUSR1, &before, nullptr);
+}
+
+TEST_F(StreamTest, EveryBufferOperationInEveryState)
+{
+    ZelCamErr code = ZelErr::kUnknown;
+    ZelCam::Buffer* const buffer = stream->CreateBuffer(128, nullptr, &code);
+    ASSERT_NE(buffer, nullptr);
+    EXPECT_EQ(reinterpret_cast<std::uintptr_t>(buffer->GetBufferPtr()) % 256, 0U);
+    EXPECT_TRUE(buffer->IsIncomplete());
+    EXPECT_EQ(buffer->GetWidth(), 0U);
+    EXPECT_EQ(buffer->GetImage(), nullptr);
+
+    ASSERT_EQ(stream->QueueBuffer(buffer), ZelErr::kOk); // queued
+    EXPECT_EQ(stream->QueueBuffer(buffer), ZelErr::kGenTLResourceInUse);
+    EXPECT_EQ(stream->RevokeBuffer(buffer), ZelErr::kGenTLBusy);
+    far.deliver(frame(1)); // ready
+    EXPECT_EQ(stream->QueueBuffer(buffer), ZelErr::kGenTLResourceInUse);
+    EXPECT_EQ(stream->RevokeBuffer(buffer), ZelErr::kGenTLBusy);
+    EXPECT_EQ(buffer->GetFrameID(), 0U) << "not fetched yet";
+    ASSERT_EQ(stream->GetBuffer(0, &code), buffer); // with the user
+    EXPECT_EQ(buffer->GetFrameID(), 1U);
+    EXPECT_EQ(stream->RevokeBuffer(buffer), ZelErr::kOk); // gone
+    EXPECT_EQ(stream->RevokeBuffer(buffer), ZelErr::kGenTLInvalidBuffer);
+    EXPECT_EQ(stream->QueueBuffer(buffer), ZelErr::kGenTLInvalidBuffer);
+    EXPECT_EQ(buffer->GetBufferPtr(), nullptr);
+    EXPECT_EQ(buffer->GetBufferSize(), 0U);
+    EXPECT_TRUE(buffer->IsIncomplete());
+
+    EXPECT_EQ(stream->QueueBuffer(nullptr), ZelErr::kGenTLInvalidParameter);
+    EXPECT_EQ(stream->RevokeBuffer(nullptr), ZelErr::kGenTLInvalidParameter);
+    auto* const stranger = reinterpret_cast<ZelCam::Buffer*>(&code);
+    EXPECT_EQ(stream->QueueBuffer(stranger), ZelErr::kGenTLInvalidBuffer);
+    for (const std::int64_t size : {std::int64_t{0}, std::int64_t{-1}, INT64_MIN}) {
+        EXPECT_EQ(stream->CreateBuffer(size, nullptr, &code), nullptr);
+        EXPECT_EQ(code, ZelErr::kGenTLInvalidParameter);
+    }
+    EXPECT_EQ(stream->CreateBuffer(INT64_MAX, nullptr, &code), nullptr);
+    EXPECT_EQ(code, ZelErr::kGenTLOutOfMemory);
+}
+
+TEST_F(StreamTest, FlushModesMoveWhatTheySay)
+{
+    // One buffer in each place: with the user, ready, queued.
+    const auto arrange = [&] {
+        ASSERT_EQ(stream->AllocBufferQueue(nullptr, 3), ZelErr::kOk);
+        far.deliver();
+        ASSERT_EQ(fetchCode(0), ZelErr::kOk);
+        far.deliver();
+    };
+    struct Case {
+        std::int64_t mode;
+        ZelCamErr code;
+        std::size_t input;
+        std::int64_t output;
+    };
+    for (const Case& c : {Case{1, 0, 1, 0}, Case{2, 0, 3, 0}, Case{3, 0, 2, 1}, Case{4, 0, 0, 0},
+                          Case{0, -1009, 1, 1}, Case{5, -1009, 1, 1}, Case{-1, -1009, 1, 1}}) {
+        arrange();
+        EXPECT_EQ(stream->FlushBuffers(c.mode), c.code) << c.mode;
+        EXPECT_EQ(far.queued(), c.input) << c.mode;
+        EXPECT_EQ(counter("StreamInputBufferCount"), static_cast<std::int64_t>(c.input)) << c.mode;
+        EXPECT_EQ(counter("StreamOutputBufferCount"), c.output) << c.mode;
+    }
+}
+
+TEST_F(StreamTest, BufferQueueRules)
+{
+    EXPECT_EQ(stream->ReleaseBufferQueue(), ZelErr::kOk);
+    EXPECT_EQ(stream->AllocBufferQueue(nullptr, 0), ZelErr::kGenTLInvalidParameter);
+    for (const std::uint64_t huge : {std::uint64_t{65'537}, ~std::uint64_t{0}}) {
+        EXPECT_EQ(stream->AllocBufferQueue(nullptr, huge), ZelErr::kGenTLOutOfMemory);
+    }
+    far.camera.set(FakeCamera::kPayload, 1ULL << 50U);
+    EXPECT_EQ(stream->AllocBufferQueue(nullptr, 2), ZelErr::kGenTLOutOfMemory);
+    far.camera.set(FakeCamera::kPayload, 128);
+
+    ZelCam::Buffer* const own = stream->CreateBuffer(128, nullptr, nullptr);
+    ASSERT_EQ(stream->QueueBuffer(own), ZelErr::kOk);
+    startWith(4);
+    EXPECT_EQ(stream->AllocBufferQueue(nullptr, 2), ZelErr::kGenTLResourceInUse);
+    EXPECT_EQ(stream->ReleaseBufferQueue(), ZelErr::kGenTLBusy);
+    EXPECT_EQ(stream->StopAcquisition(0), ZelErr::kOk);
+    EXPECT_EQ(stream->AllocBufferQueue(nullptr, 2), ZelErr::kOk) << "replaces the first";
+    EXPECT_EQ(stream->GetBufferQueueSize(), 2U);
+    EXPECT_EQ(stream->ReleaseBufferQueue(), ZelErr::kOk);
+    EXPECT_EQ(stream->GetBufferQueueSize(), 0U);
+    EXPECT_EQ(far.queued(), 1U) << "the buffer of the user stays queued";
+    EXPECT_EQ(counter("StreamAnnouncedBufferCount"), 1);
+
+    far.announceCode = ZelErr::kGenTLResourceExhausted;
+    EXPECT_EQ(stream->AllocBufferQueue(nullptr, 2), ZelErr::kGenTLResourceExhausted);
+    EXPECT_EQ(counter("StreamAnnouncedBufferCount"), 1);
+    far.announceCode = ZelErr::kOk;
+
+    // A transport that keeps hold of memory is not written over.
+    ASSERT_EQ(stream->AllocBufferQueue(nullptr, 2), ZelErr::kOk);
+    far.revokeCode = ZelErr::kGenTLBusy;
+    EXPECT_EQ(stream->ReleaseBufferQueue(), ZelErr::kOk);
+    EXPECT_EQ(counter("StreamAnnouncedBufferCount"), 1);
+    far.revokeCode = ZelErr::kOk;
+    far.discardCode = ZelErr::kGenTLResourceInUse;
+    EXPECT_EQ(stream->FlushBuffers(4), ZelErr::kGenTLResourceInUse);
+    EXPECT_EQ(counter("StreamInputBufferCount"), 1);
+    far.discardCode = ZelErr::kOk;
+}
+
+TEST_F(StreamTest, StartLocksStartsAndTakesBackWhatFails)
+{
+    using Writes = std::vector<std::pair<FakeCamera::Register, std::uint64_t>>;
+    EXPECT_EQ(stream->StartAcquisition(ZelCam::kInfinite, 0), ZelErr::kGenTLInvalidBuffer);
+    far.minBuffers = 3;
+    ASSERT_EQ(stream->AllocBufferQueue(nullptr, 2), ZelErr::kOk);
+    EXPECT_EQ(stream->StartAcquisition(ZelCam::kInfinite, 0), ZelErr::kGenTLInvalidBuffer);
+    far.minBuffers = 1;
+    far.camera.set(FakeCamera::kPayload, 129); // The picture has grown since.
+    EXPECT_EQ(stream->StartAcquisition(ZelCam::kInfinite, 0), ZelErr::kGenTLBufferTooSmall);
+    far.camera.set(FakeCamera::kPayload, 128);
+    EXPECT_EQ(stream->StartAcquisition(0, 0), ZelErr::kGenTLInvalidParameter);
+    EXPECT_EQ(stream->StopAcquisition(0), ZelErr::kGenTLResourceInUse);
+    EXPECT_TRUE(far.camera.takeWrites().empty());
+
+    far.startCode = ZelErr::kGenTLIo;
+    EXPECT_EQ(stream->StartAcquisition(ZelCam::kInfinite, 0), ZelErr::kGenTLIo);
+    EXPECT_EQ(far.camera.takeWrites(),
+              (Writes{{FakeCamera::kLocked, 1}, {FakeCamera::kLocked, 0}}));
+    far.startCode = ZelErr::kOk;
+    far.camera.refuse(FakeCamera::kStart, ZelErr::kGenTLAccessDenied);
+    EXPECT_EQ(stream->StartAcquisition(ZelCam::kInfinite, 0), ZelErr::kGenTLAccessDenied);
+    EXPECT_EQ(far.started, 0);
+    EXPECT_EQ(far.camera.value(FakeCamera::kLocked), 0U);
+    far.camera.refuse(FakeCamera::kStart, ZelErr::kOk);
+    static_cast<void>(far.camera.takeWrites());
+
+    EXPECT_EQ(stream->StartAcquisition(ZelCam::kInfinite, 0), ZelErr::kOk);
+    EXPECT_EQ(stream->StartAcquisition(ZelCam::kInfinite, 0), ZelErr::kGenTLResourceInUse);
+    EXPECT_EQ(far.started, 1);
+    EXPECT_EQ(stream->StopAcquisition(0), ZelErr::kOk);
+    EXPECT_EQ(far.started, 0);
+    EXPECT_EQ(far.camera.takeWrites(), (Writes{{FakeCamera::kLocked, 1},
+                                               {FakeCamera::kStart, 1},
+                                               {FakeCamera::kStop, 1},
+                                               {FakeCamera::kLocked, 0}}));
+}
+
+TEST_F(StreamTest, WhatATransportTellsIsNotTrusted)
+{
+    startWith(2);
+    core::FrameInfo wild;
+    wild.width = ~0ULL;
+    wild.height = ~0ULL;
+    wild.xPadding = INT64_MIN;
+    wild.imageOffset = ~0ULL;
+    wild.deliveredSize = ~0ULL;
+    wild.pixelFormat = 0x01080001;
+    wild.chunks = {{1, ~0ULL, 1}, {2, 0, ~0ULL}, {3, 128, 1}};
+    ASSERT_TRUE(far.deliver(wild));
+    ZelCam::Buffer* const buffer = stream->GetBuffer(0, nullptr);
+    ASSERT_NE(buffer, nullptr);
+    EXPECT_LE(static_cast<std::uint64_t>(buffer->GetImageOffset()) + buffer->GetBufferSize(), 128U);
+    EXPECT_EQ(buffer->GetImage(), nullptr);
+    EXPECT_TRUE(buffer->IsIncomplete());
+
+    core::StreamSink* const sink = far.streamSink();
+    for (core::BufferToken token = 0; token < 50; ++token) { // Most are unknown, one is not queued.
+        sink->bufferDone(token, frame(token));
+        sink->bufferDone(token, frame(token));
+    }
+    EXPECT_EQ(fetchCode(0), ZelErr::kOk) << "the one that was queued";
+    EXPECT_EQ(fetchCode(0), ZelErr::kGenTLTimeout);
+    core::FrameInfo empty;
+    empty.empty = true;
+    ASSERT_EQ(stream->QueueBuffer(buffer), ZelErr::kOk);
+    ASSERT_TRUE(far.deliver(empty)); // The fake still holds the one that came out of turn.
+    ASSERT_TRUE(far.deliver(empty));
+    EXPECT_EQ(fetchCode(0), ZelErr::kGenTLTimeout);
+    EXPECT_EQ(stream->QueueBuffer(buffer), ZelErr::kOk) << "an unfilled buffer is idle again";
+}
+
+TEST_F(StreamTest, AStaleStreamAnswersWithCodes)
+{
+    startWith(2);
+    far.deliver();
+    ZelCam::Buffer* const buffer = stream->GetBuffer(0, nullptr);
+    const auto expectDead = [&](ZelCamErr code) {
+        EXPECT_EQ(fetchCode(0), code);
+        EXPECT_EQ(stream->CancelBuffer(), code);
+        EXPECT_EQ(stream->QueueBuffer(buffer), code);
+        EXPECT_EQ(stream->RevokeBuffer(buffer), code);
+        EXPECT_EQ(stream->FlushBuffers(4), code);
+        EXPECT_EQ(stream->StartAcquisition(1, 0), code);
+        EXPECT_EQ(stream->StopAcquisition(0), code);
+        EXPECT_EQ(stream->AllocBufferQueue(nullptr, 1), code);
+        EXPECT_EQ(stream->ReleaseBufferQueue(), code);
+        EXPECT_EQ(stream->GetBufferSize(), 0U);
+        EXPECT_EQ(stream->GetBufferQueueSize(), 0U);
+        EXPECT_EQ(buffer->GetBufferPtr(), nullptr);
+    };
+    stream->Release();
+    expectDead(ZelErr::kGenTLInvalidHandle);
+    EXPECT_EQ(far.started, 0);
+    stream->Release();
+    EXPECT_EQ(device->GetStreamByIndex(0), stream) << "opened again";
+    startWith(2);
+    device->Release();
+    expectDead(ZelErr::kGenTLInvalidHandle);
+}
+
+TEST_F(StreamTest, RandomCallsFromManyThreads)
+{
+    std::atomic<bool> stop{false};
+    std::thread source([&] {
+        for (std::uint64_t id = 0; !stop; ++id) {
+            far.deliver(frame(id));
+            far.postEvent(id % 4, "x");
+        }
+    });
+    const auto storm = [&](unsigned seed) {
+        std::mt19937 random(seed);
+        ZelCam::Buffer* buffer = nullptr;
+        for (int i = 0; i < 1500; ++i) {
+            switch (random() % 14) {
+            case 0:
+                stream->AllocBufferQueue(nullptr, 1 + random() % 4);
+                break;
+            case 1:
+                stream->ReleaseBufferQueue();
+                break;
+            case 2:
+                stream->StartAcquisition(ZelCam::kInfinite, 0);
+                break;
+            case 3:
+                stream->StopAcquisition(static_cast<std::int64_t>(random() % 2));
+                break;
+            case 4:
+                stream->FlushBuffers(static_cast<std::int64_t>(random() % 6));
+                break;
+            case 5:
+                buffer = stream->CreateBuffer(64 + random() % 128, nullptr, nullptr);
+                break;
+            case 6:
+                stream->RevokeBuffer(buffer);
+                break;
+            case 7:
+                stream->CancelBuffer();
+                break;
+            case 8:
+                stream->Release();
+                break;
+            case 9:
+                if (random() % 8 == 0) {
+                    device->Release();
+                }
+                break;
+            case 10:
+                world.system().openDevice(nullptr, 2, nullptr);
+                break;
+            case 11:
+                device->GetStreamByIndex(0);
+                break;
+            default:
+                buffer = stream->GetBuffer(random() % 2, nullptr);
+                if (buffer != nullptr) {
+                    buffer->GetFrameID();
+                    buffer->GetBufferSize();
+                    stream->QueueBuffer(buffer);
+                }
+            }
+        }
+    };
+    std::vector<std::thread> threads;
+    for (unsigned seed = 1; seed <= 4; ++seed) {
+        threads.emplace_back(storm, seed);
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    stop = true;
+    source.join();
+    device->Release();
+    EXPECT_EQ(far.opened, 0);
+    SetUp();
+    startWith(2);
+    far.deliver();
+    EXPECT_EQ(fetchCode(0), ZelErr::kOk) << "everything still works";
+}
+
+} // namespace
+} // namespace core_test
