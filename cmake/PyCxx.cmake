@@ -43,7 +43,8 @@ add_library(zel_pycxx STATIC
     ${ZEL_PYCXX_SOURCES}/Python3/cxxsupport.cxx
     ${ZEL_PYCXX_SOURCES}/Python3/cxxextensions.c)
 target_link_libraries(zel_pycxx PUBLIC zel_python_headers PRIVATE zel_options)
-target_compile_options(zel_pycxx PRIVATE -w -ffunction-sections)
+target_compile_options(zel_pycxx PRIVATE -w -ffunction-sections
+    -include ${CMAKE_CURRENT_LIST_DIR}/../module/binding/weak_symbols.h)
 # An object whose constructor throws is destroyed with one reference; that is all the check finds.
 target_compile_definitions(zel_pycxx PRIVATE NDEBUG)
 if(python_version VERSION_GREATER_EQUAL 3.12)

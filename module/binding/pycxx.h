@@ -3,3 +3,5 @@
 
 #include <CXX/Extensions.hxx>
 #include <CXX/Objects.hxx>
+
+#include "module/binding/weak_symbols.h"
