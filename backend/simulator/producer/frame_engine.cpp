@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <csignal>
+#include <cstring>
 #include <utility>
+#include <vector>
 
 namespace simulator::producer
 {
@@ -28,12 +30,18 @@ private:
     sigset_t before_{};
 };
 
-/// The first `lines` lines are there, `size` bytes; what lies behind them is not.
-void makeIncomplete(FrameRecord* record, std::uint64_t lines, std::size_t size)
+std::size_t lineSize(const FrameLayout& layout)
+{
+    return layout.height == 0 ? 0 : layout.imageSize / layout.height;
+}
+
+/// The first `lines` lines are there; what lies behind them is not.
+void makeIncomplete(FrameRecord* record, std::uint64_t lines)
 {
     record->incomplete = true;
-    record->linesFilled = lines;
-    record->sizeFilled = size;
+    record->linesFilled = std::min(lines, record->linesFilled);
+    record->sizeFilled =
+        std::min<std::size_t>(record->sizeFilled, record->linesFilled * lineSize(record->layout));
     record->chunks.clear();
 }
 
@@ -172,6 +180,7 @@ void FrameEngine::carry(const FramePlan& plan)
         camera_.frameDone(plan);
         return;
     }
+    camera_.frameStarted(plan);
     ++counts_.started;
     if (plan.lost) {
         waitUntilReady(plan);
@@ -188,10 +197,10 @@ void FrameEngine::carry(const FramePlan& plan)
     FrameRecord record;
     if (queues_.beginWriting(filling)) {
         try {
-            record = fill(plan, filling);
+            record = fill(plan, *filling.buffer);
         } catch (const std::bad_alloc&) {
             record.newData = true;
-            makeIncomplete(&record, 0, 0);
+            makeIncomplete(&record, 0);
         }
         queues_.endWriting();
     }
@@ -199,34 +208,41 @@ void FrameEngine::carry(const FramePlan& plan)
     camera_.frameDone(plan);
 }
 
-FrameRecord FrameEngine::fill(const FramePlan& plan, const Filling& filling)
+FrameRecord FrameEngine::render(const FramePlan& plan, void* memory, std::size_t capacity)
 {
     constexpr std::size_t kMaxChunks = 32;
     FrameRecord record;
     const FrameLayout& layout = record.layout;
-    const std::size_t capacity = filling.buffer->size();
-    const gentl::Error code =
-        camera_.render(plan, filling.buffer->memory(), capacity, &record.layout);
+    const gentl::Error code = camera_.render(plan, memory, capacity, &record.layout);
     record.newData = true;
     record.frameId = plan.frameId;
     record.dataSize = layout.size;
     record.sizeFilled = std::min<std::size_t>(layout.size, capacity);
     record.linesFilled = layout.height;
-    if (plan.incomplete && plan.lines < layout.height) {
-        // The layout is that of the lines which arrived.
-        record.incomplete = true;
-        record.linesFilled = plan.lines;
-        record.dataSize = std::max<std::size_t>(layout.size, camera_.payloadSize());
-    }
     if (code == gentl::err::kSuccess) {
         record.chunks.resize(kMaxChunks);
-        record.chunks.resize(camera_.chunks(layout, record.chunks.data(), kMaxChunks));
+        const std::size_t count = camera_.chunks(layout, record.chunks.data(), kMaxChunks);
+        record.chunks.resize(std::min(count, kMaxChunks));
     } else {
-        record.largerThanBuffer = record.dataSize > capacity;
-        const std::uint64_t lines =
-            layout.imageSize == 0 ? 0 : record.linesFilled * capacity / layout.imageSize;
-        makeIncomplete(&record, std::min(lines, record.linesFilled), record.sizeFilled);
+        record.largerThanBuffer = layout.size > capacity;
+        makeIncomplete(&record, capacity / std::max<std::size_t>(lineSize(layout), 1));
+        record.sizeFilled = std::min<std::size_t>(layout.size, capacity);
     }
+    return record;
+}
+
+FrameRecord FrameEngine::fill(const FramePlan& plan, const AnnouncedBuffer& buffer)
+{
+    if (!plan.incomplete) {
+        return render(plan, buffer.memory(), buffer.size());
+    }
+    // The lines that do not arrive must not appear in the consumer's memory.
+    std::vector<unsigned char> whole(buffer.size());
+    FrameRecord record = render(plan, whole.data(), whole.size());
+    if (plan.lines < record.linesFilled) {
+        makeIncomplete(&record, plan.lines);
+    }
+    std::memcpy(buffer.memory(), whole.data(), record.sizeFilled);
     return record;
 }
 
@@ -264,11 +280,8 @@ void FrameEngine::cutShort(const FramePlan& plan, FrameRecord* record) const
     const double part = now <= plan.startNs ? 0.0
                                             : static_cast<double>(now - plan.startNs) /
                                                   static_cast<double>(plan.readyNs - plan.startNs);
-    const std::uint64_t height = std::max<std::uint64_t>(record->linesFilled, 1);
-    const auto lines = static_cast<std::uint64_t>(part * static_cast<double>(height));
-    const std::size_t lineSize =
-        std::min<std::size_t>(record->layout.imageSize, record->sizeFilled) / height;
-    makeIncomplete(record, lines, lines * lineSize);
+    makeIncomplete(record,
+                   static_cast<std::uint64_t>(part * static_cast<double>(record->layout.height)));
 }
 
 } // namespace simulator::producer

@@ -56,7 +56,8 @@ private:
 
     void run();
     void carry(const FramePlan& plan);
-    FrameRecord fill(const FramePlan& plan, const Filling& filling);
+    FrameRecord fill(const FramePlan& plan, const AnnouncedBuffer& buffer);
+    FrameRecord render(const FramePlan& plan, void* memory, std::size_t capacity);
     void finish(const FramePlan& plan, const Filling& filling, FrameRecord record);
     void cutShort(const FramePlan& plan, FrameRecord* record) const;
     void raise(Stop stop);
