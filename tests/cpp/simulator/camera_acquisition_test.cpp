@@ -284,4 +284,36 @@ TEST(Faults, FramesAndUnplugging)
     EXPECT_FALSE(camera.model.nextFrame().expose);
 }
 
+/// Frames, settings and the end of the observer at the same time; meant for the thread sanitizer.
+TEST(Threads, MayCallAnything)
+{
+    TestCamera camera;
+    makeFast(camera);
+    const auto gain = camera.find("GainReg");
+    const auto start = camera.find("AcquisitionStartReg");
+    std::thread settings([&] {
+        const std::uint8_t bytes[8] = {0x40, 0x18}; // 6.0
+        for (int i = 0; i < 300; ++i) {
+            camera.model.write(gain.address, bytes, 8);
+            camera.model.write(start.address, "\0\0\0\1", 4);
+            camera.model.userDefinedName();
+        }
+    });
+    std::thread observer([&] {
+        for (int i = 0; i < 300; ++i) {
+            camera.model.setObserver(nullptr);
+            camera.listener.takeNotes(); // Nobody calls any more.
+            camera.model.setObserver(&camera.listener);
+        }
+        camera.model.setObserver(nullptr);
+    });
+    std::size_t frames = 0;
+    while (frames < 50) {
+        frames += camera.frame().empty() ? 0 : 1;
+    }
+    settings.join();
+    observer.join();
+    EXPECT_EQ(camera.getReal("Gain"), 6.0);
+}
+
 } // namespace simulator::test
