@@ -45,7 +45,8 @@ def sanitizer_environment(build):
     found = [subprocess.run(["gcc", "-print-file-name=" + name], stdout=subprocess.PIPE, text=True,
                             check=True).stdout.strip() for name in wanted + ["libstdc++.so.6"]]
     return {"LD_PRELOAD": ":".join(found), "ZELCAM_TEST_SANITIZED": kind,
-            "ASAN_OPTIONS": "detect_leaks=0:" + os.environ.get("ASAN_OPTIONS", "")}
+            "ASAN_OPTIONS": "detect_leaks=0:allocator_may_return_null=1:quarantine_size_mb=2:"
+                            + os.environ.get("ASAN_OPTIONS", "")}
 
 
 def main():
@@ -74,6 +75,8 @@ def main():
         plugins = ["-pno:" + name for name in ("cacheprovider", "unraisableexception",
                                                "threadexception")]
         command = [python, "-X", "faulthandler", "-m", "pytest", "-q", "-rs", *plugins,
+                   # Debian's pytest is older than the newest interpreters.
+                   "-Wignore::DeprecationWarning:_pytest.assertion.rewrite",
                    "--rootdir", str(HERE), str(HERE / suite)]
         print("== %s suite" % suite, flush=True)
         status |= subprocess.run(command + pytest_arguments, env=environment, cwd=str(build)).returncode
