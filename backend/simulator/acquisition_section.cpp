@@ -330,10 +330,11 @@ FramePlan AcquisitionSection::next()
     plan.expose = true;
     plan.frameId = nextFrameId_++;
     plan.startNs = startNs;
+    plan.exposureEndNs = startNs + exposureNs();
     plan.readyNs = startNs + latency;
     plan.lastOfRun = --framesLeft_ == 0;
     exposureFromNs_ = startNs;
-    exposureToNs_ = startNs + exposureNs();
+    exposureToNs_ = plan.exposureEndNs;
     // Triggered frames follow each other as fast as the camera can.
     earliestNs_ = startNs + (isTriggered(kFrameStart) ? shortestPeriodNs() : period);
     if (faults_ != nullptr) {
@@ -349,7 +350,7 @@ void AcquisitionSection::started(const FramePlan& plan)
 
 void AcquisitionSection::exposed(const FramePlan& plan)
 {
-    events_.fire(CameraEvent::ExposureEnd, plan.startNs + exposureNs(), plan.frameId);
+    events_.fire(CameraEvent::ExposureEnd, plan.exposureEndNs, plan.frameId);
 }
 
 void AcquisitionSection::finished(const FramePlan& plan)

@@ -27,7 +27,7 @@ public:
 
     /// The next frame, or a plan with `expose` false; `settings` is left for the caller.
     FramePlan next();
-    /// The exposure of a planned frame begins and ends now.
+    /// The exposure of a planned frame began and ended.
     void started(const FramePlan& plan);
     void exposed(const FramePlan& plan);
     /// The frame arrived or was lost; the last one of a run ends the acquisition.

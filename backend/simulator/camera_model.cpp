@@ -48,6 +48,8 @@ FramePlan CameraModel::nextFrame() { return state_->nextFrame(); }
 
 void CameraModel::frameStarted(const FramePlan& plan) { state_->frameStarted(plan); }
 
+void CameraModel::exposureEnded(const FramePlan& plan) { state_->exposureEnded(plan); }
+
 std::int32_t CameraModel::render(const FramePlan& plan, void* memory, std::size_t capacity,
                                  FrameLayout* layout)
 {

@@ -39,6 +39,7 @@ struct FramePlan {
     bool lastOfRun = false;    ///< Single and multi frame: acquisition ends after this one.
     std::uint64_t frameId = 0; ///< Counted from 0 at each AcquisitionStart, lost frames included.
     std::uint64_t startNs = 0; ///< Start of exposure, camera clock.
+    std::uint64_t exposureEndNs = 0;
     std::uint64_t readyNs = 0; ///< When the frame is complete on the host, camera clock.
     bool lost = false;         ///< Fault: the frame vanishes on the wire.
     bool incomplete = false;   ///< Fault: only `lines` lines arrive; render() draws all of them.
@@ -105,9 +106,11 @@ public:
 
     /// Plans the next frame; call again at plan.readyNs. With expose false wait for the observer.
     FramePlan nextFrame();
-    /// To be called at plan.startNs: the frame-start event.
+    /// To be called at plan.startNs and plan.exposureEndNs: the events of these times. A frame that
+    /// was started and ends without exposureEnded() has its exposure-end event then.
     void frameStarted(const FramePlan& plan);
-    /// Renders a planned frame, with its exposure-end event, into `memory` (at most `capacity`
+    void exposureEnded(const FramePlan& plan);
+    /// Renders a planned frame into `memory` (at most `capacity`
     /// bytes; -1016 when that is less than the payload, with the leading bytes written).
     std::int32_t render(const FramePlan& plan, void* memory, std::size_t capacity,
                         FrameLayout* layout);

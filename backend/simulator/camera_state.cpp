@@ -210,7 +210,27 @@ FramePlan CameraState::nextFrame()
 
 void CameraState::frameStarted(const FramePlan& plan)
 {
-    run([&] { acquisition_.started(plan); });
+    run([&] {
+        const auto it = latched_.find(plan.settings);
+        if (it != latched_.end() && !it->second.isExposing) {
+            it->second.isExposing = true;
+            acquisition_.started(plan);
+        }
+    });
+}
+
+void CameraState::endExposure(const FramePlan& plan)
+{
+    const auto it = latched_.find(plan.settings);
+    if (it != latched_.end() && it->second.isExposing) {
+        it->second.isExposing = false;
+        acquisition_.exposed(plan);
+    }
+}
+
+void CameraState::exposureEnded(const FramePlan& plan)
+{
+    run([&] { endExposure(plan); });
 }
 
 std::int32_t CameraState::render(const FramePlan& plan, void* memory, std::size_t capacity,
@@ -223,7 +243,6 @@ std::int32_t CameraState::render(const FramePlan& plan, void* memory, std::size_
             return false;
         }
         frame = it->second;
-        acquisition_.exposed(plan);
         return true;
     });
     if (!known) {
@@ -258,6 +277,7 @@ std::int32_t CameraState::render(const FramePlan& plan, void* memory, std::size_
 void CameraState::endFrame(const FramePlan& plan, bool dropped)
 {
     run([&] {
+        endExposure(plan);
         if (latched_.erase(plan.settings) == 0) {
             return;
         }

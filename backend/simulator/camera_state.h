@@ -27,6 +27,7 @@ struct LatchedFrame {
     std::shared_ptr<const PictureRenderer> renderer;
     ChunkValues values;
     std::uint64_t chunks = 0;
+    bool isExposing = false; ///< Started, and its exposure-end event is still to come.
 };
 
 /// Runs every operation of a model under one lock and delivers what it has to tell afterwards.
@@ -40,6 +41,7 @@ public:
     std::int32_t write(std::uint64_t address, const void* data, std::size_t size);
     FramePlan nextFrame();
     void frameStarted(const FramePlan& plan);
+    void exposureEnded(const FramePlan& plan);
     std::int32_t render(const FramePlan& plan, void* memory, std::size_t capacity,
                         FrameLayout* layout);
     void endFrame(const FramePlan& plan, bool dropped);
@@ -59,6 +61,7 @@ private:
     template <typename Action> auto run(Action action);
     void deliver(const std::vector<CameraContext::Message>& messages);
     void latch(FramePlan& plan);
+    void endExposure(const FramePlan& plan);
     void powerLoss();
     std::uint64_t payload() const;
     std::uint64_t readoutNs() const;

@@ -62,10 +62,11 @@ ImageSection::ImageSection(CameraContext& context, std::function<bool()> wideFor
     y_.offsetStep = 2;
     context.table.category("ImageFormatControl", "Size and format of the image.");
     declareSensor();
-    declareWindow(x_, "Width", "OffsetX", "horizontal");
-    declareWindow(y_, "Height", "OffsetY", "vertical");
+    // Before the window: who writes all features in this order finds the picture in its size.
     declareReduction(x_, "Horizontal");
     declareReduction(y_, "Vertical");
+    declareWindow(x_, "Width", "OffsetX", "horizontal");
+    declareWindow(y_, "Height", "OffsetY", "vertical");
     declareReverse(x_, "X");
     declareReverse(y_, "Y");
     declareFormat(wideFormats);

@@ -197,16 +197,21 @@ TEST(Events, CarryTimeAndFrame)
     camera.frame();
     FramePlan plan;
     camera.frame(nullptr, &plan);
-    camera.model.frameDropped(camera.model.nextFrame());
+    const FramePlan dropped = camera.model.nextFrame();
+    camera.model.frameStarted(dropped);
+    camera.model.exposureEnded(dropped);
+    camera.model.frameDropped(dropped);
+    const FramePlan cancelled = camera.model.nextFrame();
+    camera.model.frameDone(cancelled);
     auto events = camera.listener.takeEvents();
     ASSERT_EQ(idsOf(events),
               (std::vector<std::uint64_t>{kTestEvent, kAcquisitionStartEvent, kFrameStartEvent,
                                           kExposureEndEvent, kFrameStartEvent, kExposureEndEvent,
-                                          kFrameLostEvent}));
+                                          kFrameStartEvent, kExposureEndEvent, kFrameLostEvent}));
     EXPECT_EQ(events[5].number(0), kExposureEndEvent);
     EXPECT_EQ(events[5].number(8), plan.startNs + 10000000);
     EXPECT_EQ(events[5].number(16), 1u);
-    EXPECT_EQ(events[6].number(16), 2u);
+    EXPECT_EQ(events[8].number(16), 2u);
     ASSERT_EQ(camera.set("SimulatorStopEvents", 1), 0);
     camera.frame();
     EXPECT_TRUE(camera.listener.takeEvents().empty());
