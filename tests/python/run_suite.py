@@ -1,8 +1,8 @@
 """Runs the Python tests of a build: python run_suite.py --build DIR [--python PY] [--long] [...]
 
-The suites are tests/python/double (over scripted libraries, which stand in front of the real ones)
-and tests/python/simulator (over the real libraries and their simulated cameras). Further arguments
-go to pytest. The exit code is 0 only if every suite ran and passed.
+Every folder here with tests is a suite. "double" runs over scripted libraries, which stand in front
+of the real ones; the others, such as "simulator", run over the real ones. Further arguments go to
+pytest. The exit code is 0 only if every suite ran and passed.
 """
 
 import argparse
@@ -53,17 +53,15 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
     parser.add_argument("--build", default="build", type=pathlib.Path)
     parser.add_argument("--python", help="default: the interpreter the build was made for")
-    parser.add_argument("--suite", choices=["double", "simulator"], action="append")
+    parser.add_argument("--suite", action="append", help="only this one; may be repeated")
     parser.add_argument("--long", action="store_true", help="also the tests that take long")
     options, pytest_arguments = parser.parse_known_args()
     build = options.build.resolve()
     python = options.python or cache_value(build, "ZEL_PYTHON", sys.executable)
 
-    status, suites = 0, 0
-    for suite in options.suite or ["double", "simulator"]:
-        if not list((HERE / suite).glob("test_*.py")):
-            continue
-        suites += 1
+    suites = options.suite or sorted({path.parent.name for path in HERE.glob("*/test_*.py")})
+    status = 0
+    for suite in suites:
         environment = dict(os.environ, PYTHONDONTWRITEBYTECODE="1", ZELCAM_TEST_BUILD=str(build))
         environment.update(sanitizer_environment(build))
         environment["PYTHONPATH"] = os.pathsep.join([str(build / "python"), str(pytest_links(build))])
@@ -80,10 +78,7 @@ def main():
                    "--rootdir", str(HERE), str(HERE / suite)]
         print("== %s suite" % suite, flush=True)
         status |= subprocess.run(command + pytest_arguments, env=environment, cwd=str(build)).returncode
-    if suites == 0:
-        print("run_suite.py: there is no suite to run", file=sys.stderr)
-        return 1
-    return 1 if status else 0
+    return 1 if status or not suites else 0
 
 
 if __name__ == "__main__":

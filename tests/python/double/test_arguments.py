@@ -171,6 +171,9 @@ def test_integers_that_cannot_be_converted(double, thing, name, method, before, 
                              (Liar(), TypeError), (1j, TypeError)):
         with pytest.raises(exception):
             call(*before, given, *after)
+    if name != "interface":  # the only unsigned one
+        with pytest.raises(OverflowError):
+            call(*before, 1 << 63, *after)
     assert double.take() == [] and last_error(called) == error
 
 
@@ -184,6 +187,33 @@ def test_integers_have_64_bits(double, thing, name, method, before, operation, p
     for value in (2 ** 63 - 1, -2 ** 63, -1):
         call(*before, value, *([print] if method == "RegisterEvent" else []))
         assert double.take_args(operation)[position] == value
+
+
+class Releasing:
+    """Conversions run Python code, which may release the very object that converts."""
+
+    def __init__(self, thing):
+        self.thing = thing
+
+    def __int__(self):
+        self.thing.Release()
+        return 1
+
+    __len__ = __int__
+
+
+@pytest.mark.parametrize("name, method, before, after", [
+    ("device", "ReadMem", (), (4,)), ("device", "ReadMem", (0,), ()),
+    ("device", "WriteMem", (), ("x",)), ("device", "WriteMem", (0,), ()),
+    ("device", "GetStreamByIndex", (), ()), ("device", "RegisterEvent", (), (print,)),
+    ("device", "UnRegisterEvent", (), (None,)), ("stream", "StopAcquisition", (), ()),
+    ("stream", "FlushBuffers", (), ()), ("stream", "CreateBuffer", (), ()),
+    ("stream", "AllocBufferQueue", (), ())])
+def test_argument_that_releases_the_object(double, thing, messages, name, method, before, after):
+    called = thing(name)
+    assert getattr(called, method)(*before, Releasing(called), *after) in (None, False, (1, 0))
+    assert [call.name.split(".")[1] for call in double.take()] == ["Release"]
+    assert messages() in (b"", b"wrong dataStream\n")
 
 
 STRICT_TEXTS = [

@@ -136,6 +136,11 @@ assert again.GetLastError() == -40121
 """)
 
 
+def test_import_under_the_debug_name(run_program, tmp_path):
+    (tmp_path / "libZelCameraApiPy_d.so").symlink_to(zel.__file__)
+    run_program("import libZelCameraApiPy_d as zel; assert zel.ErrorCodeToString(0) == 'OK'")
+
+
 def test_import_calls_nothing_and_leaves_cleanly(run_program, tmp_path):
     log = tmp_path / "log"
     result = run_program("import libZelCameraApiPy", ZELDOUBLE_LOG=str(log))

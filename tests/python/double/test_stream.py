@@ -252,6 +252,13 @@ def test_bounds_of_a_frame(double, stream, messages, width, height, size, good):
     assert buffer.GetWidth() % 2 ** 64 == width and buffer.GetHeight() % 2 ** 64 == height
 
 
+def test_frame_without_memory(double, stream):
+    stream.AllocBufferQueue(1)
+    double.answer("Buffer.GetBufferPtr", None)
+    assert stream.GetBuffer(0) is None and stream.GetLastError() == -40001
+    assert double.take_args("Stream.QueueBuffer") == ["Buffer:frame"]
+
+
 def test_frame_that_does_not_fit_into_memory(double, stream, messages):
     """Python cannot make the bytearray: its exception comes out and the stream stays usable."""
     stream.AllocBufferQueue(1)

@@ -130,8 +130,9 @@ def test_enumeration_of_devices(double, interface):
     result = interface.ReEnumerateDevices(0, "ignored")
     assert result == (True, False) and [type(item) for item in result] == [bool, bool]
     assert double.take_args("Interface.ReEnumerateDevices") == [0]
-    interface.ReEnumerateDevices(2 ** 63 + 1)
-    assert double.take_args("Interface.ReEnumerateDevices") == [2 ** 63 + 1]
+    for given, passed in ((2 ** 63 + 1, 2 ** 63 + 1), (-1, 2 ** 64 - 1)):
+        interface.ReEnumerateDevices(given)
+        assert double.take_args("Interface.ReEnumerateDevices") == [passed]
     double.answer("Interface.ReEnumerateDevices", -1010, changed=True)
     assert interface.ReEnumerateDevices(500) == (False, False)
     assert interface.GetLastError() == -1010
