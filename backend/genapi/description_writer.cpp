@@ -6,6 +6,7 @@
 #include <limits>
 #include <string_view>
 #include <unordered_map>
+#include <unordered_set>
 
 namespace genapi
 {
@@ -13,8 +14,9 @@ namespace genapi
 namespace
 {
 
-// Longest text register that is worth a read; a camera that tells another length is lying.
-constexpr int kMaxGivenLength = 65536;
+// Lengths that a register gives are believed up to these many bytes.
+constexpr int kMaxTextLength = 65536;
+constexpr int kMaxNumberLength = 8;
 
 constexpr std::string_view kEvaluatedTags[] = {
     "Value",       "pValue",  "ValueIndexed", "pValueIndexed", "ValueDefault", "pValueDefault",
@@ -171,7 +173,7 @@ private:
             if (isPlainValue ? contains(kValueTags, tag) : contains(kEvaluatedTags, tag))
                 writeChild(node, child);
             else if (tag == "pLength")
-                addElement(tag, "", boundedLength(textOf(child)));
+                addElement(tag, "", boundedLength(node, textOf(child)));
             else if (tag == "IntSwissKnife" || tag == "StructEntry")
                 writeInner(child);
         }
@@ -213,11 +215,12 @@ private:
         return target >= 0 && !isFloatKind(node(target).kind);
     }
 
-    std::string boundedLength(const std::string& source)
+    std::string boundedLength(const NodeDescription& node, const std::string& source)
     {
-        const std::string name = std::string(kAddedNodePrefix) + "Length" + source;
-        if (added_.find("\"" + name + "\"") == std::string::npos) {
-            const std::string limit = std::to_string(kMaxGivenLength);
+        const bool isText = node.kind == NodeKind::kStringReg;
+        const std::string limit = std::to_string(isText ? kMaxTextLength : kMaxNumberLength);
+        const std::string name = std::string(kAddedNodePrefix) + limit + source;
+        if (lengths_.insert(name).second) {
             added_ += "<IntSwissKnife Name=\"" + escaped(name) + "\"><pVariable Name=\"L\">" +
                       escaped(source) + "</pVariable><Formula>(L&lt;0)?0:((L&gt;" + limit + ")?" +
                       limit + ":L)</Formula></IntSwissKnife>\n";
@@ -282,7 +285,8 @@ private:
     const std::vector<const xmlNode*>& elements_;
     std::unordered_map<const xmlNode*, std::size_t> indices_;
     std::string text_;
-    std::string added_;
+    std::string added_; ///< Nodes that bound lengths.
+    std::unordered_set<std::string> lengths_;
 };
 
 } // namespace

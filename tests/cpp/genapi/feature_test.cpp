@@ -2,7 +2,9 @@
 #include "genapi/param_array.h"
 #include "memory_source.h"
 
+#include <arv.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <cfloat>
 #include <cmath>
@@ -380,11 +382,52 @@ TEST(Feature, OldDescriptionsCountOnTheHostsByteOrder)
     EXPECT_EQ(old.integer("Wide"), 0x2B) << "only 4-byte registers are turned";
     EXPECT_EQ(old.array.SetIntegerValue("A", 0x01020304), 0);
     EXPECT_EQ(old.source.memory[0], 1);
+    // Turned only where both are true.
     for (const bool isNetworkOrder : {false, true}) {
         Module other(nodes, {"A"}, isNetworkOrder ? "1" : "0", isNetworkOrder);
         other.source.memory[0] = 0x2A;
         EXPECT_EQ(other.integer("A"), 0x2A);
     }
+}
+
+TEST(Feature, OldDescriptionsUseTheDevicesOwnMap)
+{
+    // ArvGc's own nodes for commands, enumerations and booleans behave as ours do.
+    const std::string document =
+        describe(kMode + intReg("Reg", "0x200") +
+                     "<Boolean Name=\"On\"><pValue>Reg</pValue></Boolean><Command Name=\"Go\">"
+                     "<pValue>Reg</pValue><CommandValue>9</CommandValue></Command>"
+                     "<Float Name=\"Rate\"><pValue>Reg</pValue></Float>",
+                 {"Mode", "On", "Go", "Rate"}, "0");
+    std::string name = testing::TempDir() + "zelcam-old-XXXXXX";
+    const int file = mkstemp(name.data());
+    ASSERT_EQ(write(file, document.data(), document.size()), static_cast<ssize_t>(document.size()));
+    close(file);
+    arv_set_fake_camera_genicam_filename(name.c_str());
+    ArvDevice* const device = arv_fake_device_new("1", nullptr);
+    arv_set_fake_camera_genicam_filename(nullptr);
+    ASSERT_NE(device, nullptr);
+    MemorySource source(document);
+    source.device = device;
+    source.failure = -1010; // nothing may go around the device
+    {
+        genapi::ParamArray array;
+        ASSERT_EQ(array.attach({&source}), 0);
+        ZelCamErr err = -1;
+        EXPECT_EQ(array.SetEnumValueStr("Mode", "Fast"), 0);
+        EXPECT_EQ(array.GetEnumValue("Mode", &err), 2);
+        EXPECT_EQ(array.SetEnumValueStr("Mode", "Secret"), -40202);
+        EXPECT_EQ(array.SetBooleanValue("On", true), 0);
+        EXPECT_TRUE(array.GetBooleanValue("On", &err));
+        EXPECT_EQ(array.ExecuteCommand("Go"), 0);
+        EXPECT_EQ(array.GetFloatValue("Rate", &err), 9.0);
+        EXPECT_FALSE(array.IsCommandDone("Go", &err));
+        EXPECT_EQ(array.SetFloatValue("Rate", 1.6), 0);
+        EXPECT_EQ(array.GetIntegerValue("Reg", &err), 2);
+        EXPECT_EQ(err, 0);
+    }
+    g_object_unref(device);
+    unlink(name.c_str());
 }
 
 } // namespace

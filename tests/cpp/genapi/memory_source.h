@@ -48,6 +48,7 @@ public:
         return ZelErr::kOk;
     }
 
+    ArvDevice* arvDevice() override { return device; }
     bool hasNetworkByteOrder() override { return isNetworkOrder; }
 
     std::uint32_t word(std::uint64_t address) const
@@ -66,6 +67,7 @@ public:
     ZelCamErr failure = ZelErr::kOk;
     int writes = 0;
     bool isNetworkOrder = false;
+    ArvDevice* device = nullptr; ///< Borrowed.
     std::function<void()> onAccess;
     std::function<void(std::uint64_t)> onWrite; ///< After the bytes are stored.
 
