@@ -122,8 +122,11 @@ ZelCamErr EngineNode::readText(std::string* value) const
     Failure failure;
     const char* const text =
         arv_gc_string_get_value(reinterpret_cast<ArvGcString*>(node_), failure.out());
-    value->assign(text != nullptr ? text : "");
-    return failure.code();
+    // The bytes of a failed read have no end.
+    const ZelCamErr result = failure.code();
+    if (result == ZelErr::kOk)
+        value->assign(text != nullptr ? text : "");
+    return result;
 }
 
 ZelCamErr EngineNode::writeText(const char* value) const
