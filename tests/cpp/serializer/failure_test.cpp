@@ -171,8 +171,13 @@ TEST_F(SerializerTest, ManySavesNeitherLeakMemoryNorDescriptors)
     for (int i = 0; i < 100; ++i) {
         round();
     }
-    EXPECT_LT(residentKilobytes(), before + 4000);
     EXPECT_EQ(openDescriptors(), descriptors);
+#if defined(__SANITIZE_ADDRESS__)
+    GTEST_SKIP() << "freed memory is kept back here; the leak check at exit looks instead of "
+                 << before;
+#else
+    EXPECT_LT(residentKilobytes(), before + 4000);
+#endif
 }
 
 TEST_F(SerializerTest, ParameterLimits)

@@ -30,8 +30,10 @@ Bytes noise(std::size_t size, unsigned seed)
 
 void onEveryTarget(const std::function<void()>& check)
 {
-    for (std::int64_t all = hwy::SupportedTargets(), bit = 1; bit != 0; bit <<= 1) {
-        if ((all & bit) != 0) {
+    const auto all = static_cast<std::uint64_t>(hwy::SupportedTargets());
+    for (std::uint64_t one = 1; one != 0; one <<= 1U) {
+        if ((all & one) != 0) {
+            const auto bit = static_cast<std::int64_t>(one);
             SCOPED_TRACE(hwy::TargetName(bit));
             hwy::SetSupportedTargetsForTest(bit);
             hwy::GetChosenTarget().Update(hwy::SupportedTargets());

@@ -129,7 +129,7 @@ Read readPnm(const std::string& path)
 {
     Read read;
     const Bytes bytes = slurp(path);
-    std::istringstream head(std::string(bytes.begin(), bytes.begin() + 20));
+    std::istringstream head(std::string(bytes.begin(), bytes.end()));
     std::string magic;
     head >> magic >> read.width >> read.height >> read.maxValue;
     read.colour = magic == "P6";
