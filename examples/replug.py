@@ -18,7 +18,7 @@ def find(serial):
     return None
 
 
-def grab(device, seconds):
+def grab(device, seconds, meanwhile=lambda: None):
     """Grabs until the time is over or the camera is gone; returns frames and the last code."""
     stream = device.GetStreamByIndex(0)
     stream.AllocBufferQueue(6)
@@ -31,6 +31,8 @@ def grab(device, seconds):
             break
         frames += 1
         stream.QueueBuffer(buffer)
+        if frames == 10:
+            meanwhile()
     stream.StopAcquisition(0)
     stream.Release()
     return frames, code
@@ -43,12 +45,14 @@ def main():
         sys.exit("no camera: " + zel.ErrorCodeToString(zel.GetLastError()))
     serial = device.GetInfo().GetSerialNumber()
     camera = device.GetCameraParameters()
-    if camera.GetParam("SimulatorUnplug") is not None:
-        camera.SetIntegerValue("SimulatorUnplugReturnTime", 1000)
-        camera.ExecuteCommand("SimulatorUnplug")
-    else:
-        print("unplug %s now" % device.GetDisplayName())
-    frames, code = grab(device, 30.0)
+
+    def unplug():
+        if camera.GetParam("SimulatorUnplug") is not None:
+            camera.SetIntegerValue("SimulatorUnplugReturnTime", 1000)
+            camera.ExecuteCommand("SimulatorUnplug")
+        else:
+            print("unplug %s now" % device.GetDisplayName())
+    frames, code = grab(device, 30.0, unplug)
     print("%d frames, then code %d: %s" % (frames, code, zel.ErrorCodeToString(code)))
     device.Release()
 

@@ -50,8 +50,8 @@ def test_one_frame_per_software_trigger(camera, waiting, messages):
         assert camera.ExecuteCommand("TriggerSoftware")
         buffer = waiting.GetBuffer(2000)
         ids.append(buffer.GetFrameID())
+        assert waiting.QueueBuffer(buffer)
         assert waiting.GetBuffer(0) is None
-        waiting.QueueBuffer(buffer)
     assert waiting.GetBuffer(100) is None
     assert len(set(ids)) == 20
     messages()
