@@ -295,7 +295,7 @@ void readCameras(const Section& section, InterfaceConfig& parent, Reading& readi
 
 std::string tlType(const Section& section)
 {
-    const std::string text = section.text("type", "GEV");
+    std::string text = section.text("type", "GEV");
     for (const char* known : {"GEV", "U3V", "CL", "CXP", "Custom"}) {
         if (text == known) {
             return text;

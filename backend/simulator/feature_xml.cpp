@@ -199,7 +199,8 @@ void FeatureXml::integer(const Feature& feature)
 {
     if (!feature.formula_.empty()) {
         for (const auto& [variable, source] : feature.variables_) {
-            text_ += "  <pVariable Name=\"" + variable + "\">" + source + "</pVariable>\n";
+            text_.append("  <pVariable Name=\"").append(variable).append("\">");
+            text_.append(source).append("</pVariable>\n");
         }
         element("Formula", feature.formula_);
     } else if (feature.constant_) {

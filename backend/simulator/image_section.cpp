@@ -50,7 +50,7 @@ void ImageSection::Axis::fit()
     offset->set(std::min(offset->integer(), room));
 }
 
-ImageSection::ImageSection(CameraContext& context, std::function<bool()> wideFormats)
+ImageSection::ImageSection(CameraContext& context, const std::function<bool()>& wideFormats)
     : context_(context)
 {
     const CameraConfig& config = context.config;

@@ -15,7 +15,7 @@ class ImageSection
 {
 public:
     /// `wideFormats`: whether formats of more than 12 bits are available now.
-    ImageSection(CameraContext& context, std::function<bool()> wideFormats);
+    ImageSection(CameraContext& context, const std::function<bool()>& wideFormats);
 
     void fill(PictureSettings& settings) const;
     const PixelFormat& format() const;
