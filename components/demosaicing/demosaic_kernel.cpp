@@ -506,8 +506,8 @@ void interpolateRows(const RowPair& pair, const MosaicLayout& layout)
 void splitRow(const std::uint8_t* source, std::size_t width, const SampleFormat& format,
               std::int16_t* even, std::int16_t* odd)
 {
-    std::size_t column = HWY_DYNAMIC_DISPATCH(splitVectors)(source, width, format, even, odd);
-    for (; column < width; ++column) {
+    const std::size_t done = HWY_DYNAMIC_DISPATCH(splitVectors)(source, width, format, even, odd);
+    for (std::size_t column = done; column < width; ++column) {
         (column % 2 == 0 ? even : odd)[column / 2] = sampleAt(source, column, format);
     }
 }
