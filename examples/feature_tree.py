@@ -20,6 +20,8 @@ CATEGORIES = (
     "InterfaceInformation", "DeviceEnumeration", "SystemInformation", "InterfaceEnumeration",
     "DeviceInformation", "StreamEnumeration", "StreamInformation", "BufferHandlingControl",
     "StreamStatistics")
+# A wider range than this is that of the type, not of the feature.
+NO_LIMIT = 1e18
 LEVELS = ("beginner", "expert", "guru", "invisible")
 
 
@@ -37,7 +39,7 @@ def number_text(parameters, name, kind):
     pattern = "%d" if kind == parameters.ParamInt else "%.6g"
     parts = [pattern % typed.GetValue()[1]]
     low, high = typed.GetMin(), typed.GetMax()
-    if low[0] and high[0]:
+    if low[0] and high[0] and high[1] - low[1] < NO_LIMIT:
         limits = "[" + pattern % low[1] + " .. " + pattern % high[1]
         step = typed.GetIncrement() if kind == parameters.ParamInt else (False, None)
         parts.append(limits + (" step %d]" % step[1] if step[0] and step[1] != 1 else "]"))

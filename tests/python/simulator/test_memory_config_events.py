@@ -339,7 +339,7 @@ def test_lost_and_incomplete_frames_say_so(device, camera, running):
     transport = device.GetTransportParameters()
     missing = ids[-1] - ids[0] + 1 - len(ids)
     lost = transport.GetIntegerValue("StreamLostFrameCount")[1]
-    late = transport.GetIntegerValue("StreamUnderrunCount")[1]
+    late = transport.GetIntegerValue("StreamUnderrunFrameCount")[1]
     assert flags.count(True) == 3 == transport.GetIntegerValue("StreamIncompleteFrameCount")[1]
     assert lost == 2 and missing == lost + late, "ids show the lost ones"
 
