@@ -44,10 +44,7 @@ void FeatureAccess::add(std::int32_t index, bool withLocks)
         mode_ = 0;
         break;
     case NodeKind::kStructEntry:
-        if (node.accessMode != 0)
-            mode_ &= node.accessMode;
-        if (node.parent >= 0)
-            add(node.parent, withLocks);
+        addStructEntry(node, withLocks);
         break;
     default:
         break;
@@ -78,6 +75,16 @@ void FeatureAccess::add(std::int32_t index, bool withLocks)
     }
     if (!overlays_.empty())
         isCachable_ = false;
+}
+
+void FeatureAccess::addStructEntry(const NodeDescription& node, bool withLocks)
+{
+    const unsigned own = mode_ & node.accessMode;
+    if (node.parent >= 0)
+        add(node.parent, withLocks);
+    // Its own mode counts in place of that of the register.
+    if (node.accessMode != 0)
+        mode_ = own;
 }
 
 void FeatureAccess::addConditions(const std::vector<Reference>& references, bool withLocks)

@@ -11,6 +11,7 @@ namespace genapi
 {
 
 class FeatureMap;
+struct NodeDescription;
 struct Reference;
 
 /// Everything that the description makes the access of a node depend on, the nodes that it refers
@@ -40,6 +41,7 @@ public:
 
 private:
     void add(std::int32_t node, bool withLocks);
+    void addStructEntry(const NodeDescription& node, bool withLocks);
     void addConditions(const std::vector<Reference>& references, bool withLocks);
     static ZelCamErr check(const std::vector<EngineNode>& conditions, bool wanted);
 

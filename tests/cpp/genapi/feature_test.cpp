@@ -132,6 +132,9 @@ TEST(Feature, AccessCombinesTheWholeChain)
             "<pValue>Reg</pValue></Integer>"
             "<Integer Name=\"OnReadOnly\"><pValue>ReadOnly</pValue></Integer>"
             "<Integer Name=\"OnWriteOnly\"><pValue>WriteOnly</pValue></Integer>"
+            "<StructReg Comment=\"s\"><Address>12</Address><Length>4</Length><pPort>Device</pPort>"
+            "<StructEntry Name=\"OpenBit\"><AccessMode>RW</AccessMode><Bit>0</Bit></StructEntry>"
+            "<StructEntry Name=\"Bit\"><Bit>1</Bit></StructEntry></StructReg>"
             "<IntSwissKnife Name=\"Formula\"><pVariable Name=\"V\">F</pVariable>"
             "<Formula>V+1</Formula></IntSwissKnife>",
         {"F", "Imposed", "OnReadOnly", "OnWriteOnly", "Formula", "Lock"});
@@ -145,6 +148,8 @@ TEST(Feature, AccessCombinesTheWholeChain)
     EXPECT_EQ(access("OnReadOnly"), "AR-");
     EXPECT_EQ(access("OnWriteOnly"), "A-W");
     EXPECT_EQ(access("Formula"), "AR-");
+    EXPECT_EQ(access("OpenBit"), "ARW");
+    EXPECT_EQ(access("Bit"), "AR-");
     EXPECT_EQ(module.readError("OnWriteOnly"), -40202);
     EXPECT_EQ(module.array.SetIntegerValue("OnReadOnly", 1), -40202);
     EXPECT_EQ(module.array.SetIntegerValue("Imposed", 1), -40202);
