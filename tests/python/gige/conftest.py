@@ -1,0 +1,77 @@
+"""A GigE Vision camera on loopback in a process of its own; the simulated cameras are hidden."""
+
+import os
+import pathlib
+import subprocess
+
+os.environ["ZELCAM_VISION"] = "lo"
+os.environ["ZELCAM_SIMULATOR"] = "off"
+
+import pytest
+
+PROGRAM = pathlib.Path(os.environ.get("ZELCAM_TEST_BUILD", "build")) / "bin" / "zel_test_gige_camera"
+
+
+def pytest_collection_modifyitems(items):
+    if not PROGRAM.exists():
+        for item in items:
+            item.add_marker(pytest.mark.skip(reason="the test camera was not built"))
+
+
+class Camera:
+    """The camera program; `lost` packets of a thousand vanish."""
+
+    def __init__(self, serial, address="127.0.0.1", lost=0):
+        self.process = subprocess.Popen([str(PROGRAM), address, serial, str(lost)],
+                                        stdin=subprocess.PIPE, stdout=subprocess.PIPE)
+        self.running = self.process.stdout.readline() == b"ready\n"
+
+    def kill(self):
+        self.process.kill()
+        self.process.wait()
+        self.process.stdin.close()
+        self.process.stdout.close()
+
+
+@pytest.fixture
+def start_camera():
+    """Starts cameras and ends them after the test."""
+    cameras = []
+
+    def start(*arguments, **named):
+        cameras.append(Camera(*arguments, **named))
+        return cameras[-1]
+
+    yield start
+    for camera in cameras:
+        if camera.process.poll() is None:
+            camera.kill()
+
+
+@pytest.fixture(scope="session")
+def zel():
+    import libZelCameraApiPy
+    return libZelCameraApiPy
+
+
+@pytest.fixture
+def interface(zel):
+    return zel.PyZelSystem().GetInterfaceList()[0]
+
+
+@pytest.fixture
+def open_by_serial(zel, interface):
+    """Opens the camera with a serial number; releases it after the test."""
+    opened = []
+
+    def open_one(serial):
+        assert interface.ReEnumerateDevices(1000)[0]
+        info = {i.GetSerialNumber(): i for i in interface.GetDeviceInfoList()}[serial]
+        device = zel.PyZelCreateDevice(info)
+        assert device.IsValid(), zel.GetLastError()
+        opened.append(device)
+        return device
+
+    yield open_one
+    for device in opened:
+        device.Release()

@@ -1,0 +1,181 @@
+"""The whole road, parameters, pictures, movies and settings with a GigE Vision camera."""
+
+import time
+
+import pytest
+
+
+def frames(stream, count, timeout=3000):
+    """Fetches and requeues frames; yields (id, incomplete, bytes)."""
+    for _ in range(count):
+        buffer = stream.GetBuffer(timeout)
+        assert buffer is not None, stream.GetLastError()
+        yield buffer.GetFrameID(), buffer.IsIncomplete(), buffer
+        assert stream.QueueBuffer(buffer)
+
+
+def test_discovery_and_identity(zel, interface, start_camera):
+    interface.ReEnumerateDevices(1000)
+    assert interface.GetDeviceInfoList() == []
+    start_camera("G1")
+    start = time.perf_counter()
+    assert interface.ReEnumerateDevices(1000) == (True, True)
+    assert time.perf_counter() - start < 0.5
+    assert interface.ReEnumerateDevices(1000) == (True, False)
+    info, = interface.GetDeviceInfoList()
+    assert (info.GetSerialNumber(), info.GetIPAddress()) == ("G1", "127.0.0.1")
+    assert info.GetIP()[:2] == (True, 0x7F000001)
+    assert info.GetAccessStatus() == 1
+    device = zel.PyZelCreateDevice(info)
+    assert device.IsValid() and info.GetAccessStatus() in (4, 5)
+    assert not zel.PyZelCreateDevice(info).IsValid() and zel.GetLastError() == -1004
+    device.Release()
+    default = zel.PyZelCreateDevice()
+    assert default.GetInfo().GetSerialNumber() == "G1"
+    default.Release()
+
+
+def test_another_client_keeps_its_camera(zel, interface, start_camera, open_by_serial, run_program):
+    start_camera("G2")
+    open_by_serial("G2")
+    run_program("""
+import libZelCameraApiPy as zel
+interface = zel.PyZelSystem().GetInterfaceList()[0]
+interface.ReEnumerateDevices(1000)
+info = interface.GetFirstDeviceInfo()
+assert info.GetAccessStatus() == 4
+assert not zel.PyZelCreateDevice(info).IsValid()
+assert zel.GetLastError() == -1005, zel.GetLastError()
+""")
+
+
+def test_frames_parameters_pictures_and_settings(zel, start_camera, open_by_serial, tmp_path):
+    start_camera("G3")
+    device = open_by_serial("G3")
+    camera, transport = device.GetCameraParameters(), device.GetTransportParameters()
+    assert camera.GetCount() > 10 and transport.GetCount() > 10
+    width = camera.GetInt("Width")
+    for value in (width.GetMin()[1], width.GetMax()[1], 256):
+        assert width.SetValue(value) and camera.GetIntegerValue("Width") == (True, value)
+    assert not width.SetValue(width.GetMax()[1] + 1)
+    assert not camera.SetIntegerValue("Width", width.GetMin()[1] - 1)
+    assert camera.GetLastError() == -40204
+    assert not camera.SetIntegerValue("NoSuch", 1) and camera.GetLastError() == -40205
+    assert camera.SetIntegerValue("Height", 128)
+    assert 500 < transport.GetIntegerValue("GevPacketSize")[1] <= 65535
+
+    stream = device.GetStreamByIndex(0)
+    assert stream.GetBufferSize() == 256 * 128
+    assert stream.AllocBufferQueue(8) and stream.StartAcquisition()
+    seen = [(number, incomplete) for number, incomplete, _ in frames(stream, 20)]
+    assert not any(incomplete for _, incomplete in seen)
+    assert [n for n, _ in seen] == list(range(seen[0][0], seen[0][0] + 20))
+    buffer = stream.GetBuffer(3000)
+    assert (buffer.GetWidth(), buffer.GetHeight(), len(buffer.GetBufferPtr())) == (256, 128, 256 * 128)
+    for extension in ("png", "tiff", "jpg", "bmp", "pgm"):
+        assert zel.PySaveImage(buffer, str(tmp_path / ("frame." + extension)))
+    assert (tmp_path / "frame.pgm").read_bytes()[-256 * 128:] == bytes(buffer.GetBufferPtr())
+    assert zel.PyStartMovieRecord(buffer, str(tmp_path / "m.avi"), 25.0, "mjpeg")
+    assert stream.QueueBuffer(buffer)
+    for _, _, buffer in frames(stream, 5):
+        assert zel.PySaveMovieFrame(buffer)
+    assert zel.PyFinishRecord()
+    assert stream.StopAcquisition(0) and stream.ReleaseBufferQueue()
+
+    path = str(tmp_path / "settings.txt")
+    assert device.SaveConfiguration(path)
+    assert camera.SetIntegerValue("Width", 512)
+    assert device.LoadConfiguration(path) and camera.GetIntegerValue("Width") == (True, 256)
+    assert device.ReadMem(0, 4)[0] == 0
+    stream.Release()
+
+
+def test_two_cameras_at_once(start_camera, open_by_serial):
+    start_camera("G4")
+    second = start_camera("G5", address="127.0.0.2")
+    if not second.running:
+        pytest.skip("a second loopback address cannot be used here")
+    devices = [open_by_serial("G4"), open_by_serial("G5")]
+    streams = [device.GetStreamByIndex(0) for device in devices]
+    for stream in streams:
+        assert stream.AllocBufferQueue(6) and stream.StartAcquisition()
+    last = [0, 0]
+    for _ in range(15):
+        for index, stream in enumerate(streams):
+            for number, incomplete, _ in frames(stream, 1):
+                assert not incomplete and number > last[index]
+                last[index] = number
+
+
+def test_lost_packets_are_never_passed_off_as_whole(start_camera, open_by_serial):
+    start_camera("G6", lost=10)
+    device = open_by_serial("G6")
+    transport = device.GetTransportParameters()
+    assert transport.SetBooleanValue("StreamPacketResend", False)
+    stream = device.GetStreamByIndex(0)
+    assert stream.AllocBufferQueue(8) and stream.StartAcquisition()
+    seen = [(number, incomplete) for number, incomplete, _ in frames(stream, 60)]
+    incomplete = sum(flag for _, flag in seen)
+    assert incomplete > 0, "one packet of a hundred vanishes and a frame has many"
+    assert transport.GetIntegerValue("StreamIncompleteFrameCount")[1] >= incomplete
+    numbers = [number for number, _ in seen]
+    assert numbers == sorted(numbers)
+    lost = transport.GetIntegerValue("StreamLostFrameCount")[1]
+    assert numbers[-1] - numbers[0] + 1 - len(numbers) <= lost + transport.GetIntegerValue(
+        "StreamUnderrunFrameCount")[1]
+
+
+def test_a_restarted_camera_is_noticed_and_reopened(zel, interface, start_camera, open_by_serial,
+                                                    messages):
+    camera = start_camera("G7")
+    device = open_by_serial("G7")
+    stream = device.GetStreamByIndex(0)
+    assert stream.AllocBufferQueue(6) and stream.StartAcquisition()
+    list(frames(stream, 3))
+    camera.kill()
+    start = time.monotonic()
+    while stream.GetBuffer(10000) is not None:
+        pass
+    noticed = time.monotonic() - start
+    assert noticed < 8 and stream.GetLastError() not in (0, -1011)
+    parameters = device.GetCameraParameters()
+    assert parameters.GetIntegerValue("Width") == (False, None) and parameters.GetLastError() < 0
+    assert interface.ReEnumerateDevices(1000) == (True, True)
+    device.Release()
+    start_camera("G7")
+    again = open_by_serial("G7")
+    stream = again.GetStreamByIndex(0)
+    assert stream.AllocBufferQueue(6) and stream.StartAcquisition()
+    list(frames(stream, 3))
+    stream.Release()
+    messages()
+
+
+@pytest.mark.long
+def test_ten_thousand_frames(start_camera, open_by_serial):
+    start_camera("G8")
+    device = open_by_serial("G8")
+    camera, transport = device.GetCameraParameters(), device.GetTransportParameters()
+    assert camera.SetIntegerValue("Width", 512) and camera.SetIntegerValue("Height", 512)
+    camera.SetFloatValue("ExposureTimeAbs", 10.0)
+    camera.SetFloatValue("AcquisitionFrameRate", 1000.0)
+    stream = device.GetStreamByIndex(0)
+    assert stream.AllocBufferQueue(32) and stream.StartAcquisition()
+    first = last = incomplete = delivered = 0
+    for number, bad, _ in frames(stream, 10000):
+        first, last = first or number, number
+        incomplete += bad
+        delivered += 1
+    lost = transport.GetIntegerValue("StreamLostFrameCount")[1]
+    underruns = transport.GetIntegerValue("StreamUnderrunFrameCount")[1]
+    assert last - first + 1 == delivered + lost + underruns
+    assert (lost, incomplete) == (0, 0)
+
+
+@pytest.mark.long
+def test_a_quiet_camera_costs_nothing(start_camera, open_by_serial):
+    start_camera("G9")
+    open_by_serial("G9")
+    before = time.process_time()
+    time.sleep(10)
+    assert time.process_time() - before < 0.1, "one hundredth of a core"
