@@ -11,7 +11,6 @@ import pathlib
 import subprocess
 import sys
 
-SUITES = ["double", "simulator", "gige"]
 HERE = pathlib.Path(__file__).resolve().parent
 DEBIAN_PACKAGES = pathlib.Path("/usr/lib/python3/dist-packages")
 # Debian's pytest is pure Python and runs under every CPython when only these are on the path.
