@@ -43,9 +43,11 @@ void PyDataStream::init_type()
     noargs<&PyDataStream::GetLastError>("GetLastError");
 }
 
+binding::ConstantList PyDataStream::constants() { return binding::listOf(kFlushModes); }
+
 Py::Object PyDataStream::getattr(const char* name)
 {
-    const binding::Constant* constant = binding::findConstant(kFlushModes, name);
+    const binding::Constant* constant = binding::findConstant(constants(), name);
     return constant != nullptr ? Py::Long(constant->value) : getattr_methods(name);
 }
 

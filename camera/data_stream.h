@@ -17,6 +17,7 @@ public:
 
     explicit PyDataStream(ZelCam::Stream* stream) : stream_(stream), queue_(stream) {}
 
+    static binding::ConstantList constants();
     Py::Object getattr(const char* name) override;
 
 private:

@@ -50,9 +50,11 @@ PyDeviceInterface::PyDeviceInterface(ZelCam::Interface* interface) : interface_(
     }
 }
 
+binding::ConstantList PyDeviceInterface::constants() { return binding::listOf(kInterfaceTypes); }
+
 Py::Object PyDeviceInterface::getattr(const char* name)
 {
-    const binding::Constant* constant = binding::findConstant(kInterfaceTypes, name);
+    const binding::Constant* constant = binding::findConstant(constants(), name);
     return constant != nullptr ? Py::Long(constant->value) : getattr_methods(name);
 }
 

@@ -16,6 +16,7 @@ public:
     /// Reports a null interface, or one without parameters, on standard error and goes on.
     explicit PyDeviceInterface(ZelCam::Interface* interface);
 
+    static binding::ConstantList constants();
     Py::Object getattr(const char* name) override;
 
 private:

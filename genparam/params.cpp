@@ -61,9 +61,11 @@ void PyGenParams::init_type()
     noargs<&PyGenParams::GetLastError>("GetLastError");
 }
 
+binding::ConstantList PyGenParams::constants() { return binding::listOf(kCodes); }
+
 Py::Object PyGenParams::getattr(const char* name)
 {
-    const binding::Constant* constant = binding::findConstant(kCodes, name);
+    const binding::Constant* constant = binding::findConstant(constants(), name);
     return constant != nullptr ? Py::Long(constant->value) : getattr_default(name);
 }
 

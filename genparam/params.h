@@ -19,6 +19,7 @@ public:
     /// A null array makes every method answer with its failure value.
     explicit PyGenParams(ZelGenParam::Array* array) : array_(array) {}
 
+    static binding::ConstantList constants();
     Py::Object getattr(const char* name) override;
 
 private:

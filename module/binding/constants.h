@@ -15,9 +15,23 @@ struct Constant {
     long value;
 };
 
-/// The constant with this name, searched in the given order; null when there is none.
+/// The constants of one class, in the order in which they are searched.
+struct ConstantList {
+    const Constant* first = nullptr;
+    std::size_t size = 0;
+
+    const Constant* begin() const { return first; }
+    const Constant* end() const { return first + size; }
+};
+
 template <std::size_t Size>
-const Constant* findConstant(const std::array<Constant, Size>& constants, const char* name)
+constexpr ConstantList listOf(const std::array<Constant, Size>& constants)
+{
+    return {constants.data(), Size};
+}
+
+/// The constant with this name; null when there is none.
+inline const Constant* findConstant(const ConstantList& constants, const char* name)
 {
     for (const Constant& constant : constants) {
         if (std::strcmp(constant.name, name) == 0) {

@@ -1,6 +1,7 @@
 // Base of all wrapper types: registration of names, documentation and methods.
 #pragma once
 
+#include "module/binding/constants.h"
 #include "module/binding/guard.h"
 #include "module/binding/pycxx.h"
 
@@ -14,11 +15,18 @@ namespace binding
 template <class Self> class Wrapper : public Py::PythonExtension<Self>
 {
 public:
+    /// Constants of the class. One that has some hides this with its own, and answers them in
+    /// getattr.
+    static ConstantList constants() { return {}; }
+
     /// Makes the type known to the interpreter under the name that it has by then.
     static void makeReady()
     {
         // Before the type is made ready, or it would inherit an attribute lookup that goes first.
         Wrapper::behaviors().supportGetattr();
+        static PyMethodDef typeMethods[] = {{"__dir__", &Wrapper::listNames, METH_NOARGS, nullptr},
+                                            {}};
+        Wrapper::behaviors().set_methods(typeMethods);
         if (!Wrapper::behaviors().readyType()) {
             throw Py::Exception();
         }
@@ -48,6 +56,22 @@ protected:
     }
 
 private:
+    /// dir(): the interpreter sees no names by itself, for they are looked up by getattr.
+    static PyObject* listNames(PyObject* self, PyObject* /*none*/)
+    {
+        try {
+            return Py::new_reference_to(guarded([self] {
+                Py::List names(static_cast<Self*>(self)->getattr_methods("__methods__"));
+                for (const Constant& constant : Self::constants()) {
+                    names.append(Py::String(constant.name));
+                }
+                return Py::Object(names);
+            }));
+        } catch (const Py::BaseException&) {
+            return nullptr;
+        }
+    }
+
     template <auto Method> Py::Object callNoArgs()
     {
         return guarded([this] { return (static_cast<Self*>(this)->*Method)(); });
