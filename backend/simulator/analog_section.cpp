@@ -6,9 +6,19 @@ namespace simulator
 
 AnalogSection::AnalogSection(CameraContext& context)
 {
+    context.table.category("AnalogControl",
+                           "What happens to the signal between sensor and readout.");
+    declareGain(context);
+    declareResponse(context);
+    if (context.config.sensor != SensorKind::Mono) {
+        declareBalance(context);
+    }
+    declareNoise(context);
+}
+
+void AnalogSection::declareGain(CameraContext& context)
+{
     FeatureTable& table = context.table;
-    const auto changed = context.changesPicture();
-    table.category("AnalogControl", "What happens to the signal between sensor and readout.");
     table.enumeration("GainSelector", "Gain that Gain shows.")
         .entry("AnalogAll", 0, "In front of the converter.")
         .entry("DigitalAll", 1, "Behind the converter.");
@@ -20,11 +30,17 @@ AnalogSection::AnalogSection(CameraContext& context)
              .streamable()
              .selectedBy("GainSelector", 2)
              .range(0.0, 24.0)
-             .onChange(changed);
+             .onChange(context.changesPicture());
     table.enumeration("GainAuto", "Automatic gain.")
         .expert()
         .readOnly()
         .entry("Off", 0, "Gain is set by hand.");
+}
+
+void AnalogSection::declareResponse(CameraContext& context)
+{
+    FeatureTable& table = context.table;
+    const auto changed = context.changesPicture();
     table.enumeration("BlackLevelSelector", "Channel that BlackLevel shows.")
         .expert()
         .entry("All", 0, "All channels.");
@@ -45,28 +61,35 @@ AnalogSection::AnalogSection(CameraContext& context)
                   .range(0.25, 4.0)
                   .value(1.0)
                   .onChange(changed);
-    if (context.config.sensor != SensorKind::Mono) {
-        table.enumeration("BalanceRatioSelector", "Colour that BalanceRatio shows.")
-            .expert()
-            .entry("Red", 0, "Red pixels.")
-            .entry("Green", 1, "Green pixels.")
-            .entry("Blue", 2, "Blue pixels.");
-        balance_ = &table.real("BalanceRatio", "Factor of one colour.")
-                        .expert()
-                        .streamable()
-                        .selectedBy("BalanceRatioSelector", 3)
-                        .range(0.0, 8.0)
-                        .onChange(changed);
-        for (std::size_t channel = 0; channel < 3; ++channel) {
-            balance_->set(1.0, channel);
-        }
-        table.enumeration("BalanceWhiteAuto", "Automatic white balance.")
-            .expert()
-            .readOnly()
-            .entry("Off", 0, "BalanceRatio is set by hand.");
+}
+
+void AnalogSection::declareBalance(CameraContext& context)
+{
+    FeatureTable& table = context.table;
+    table.enumeration("BalanceRatioSelector", "Colour that BalanceRatio shows.")
+        .expert()
+        .entry("Red", 0, "Red pixels.")
+        .entry("Green", 1, "Green pixels.")
+        .entry("Blue", 2, "Blue pixels.");
+    balance_ = &table.real("BalanceRatio", "Factor of one colour.")
+                    .expert()
+                    .streamable()
+                    .selectedBy("BalanceRatioSelector", 3)
+                    .range(0.0, 8.0)
+                    .onChange(context.changesPicture());
+    for (std::size_t channel = 0; channel < 3; ++channel) {
+        balance_->set(1.0, channel);
     }
+    table.enumeration("BalanceWhiteAuto", "Automatic white balance.")
+        .expert()
+        .readOnly()
+        .entry("Off", 0, "BalanceRatio is set by hand.");
+}
+
+void AnalogSection::declareNoise(CameraContext& context)
+{
     noise_ =
-        &table.integer("SimulatorNoise", "Amplitude of the noise.")
+        &context.table.integer("SimulatorNoise", "Amplitude of the noise.")
              .describe(
                  "Largest deviation of a pixel in steps of 12 bits, before the gain; 0 for none. "
                  "Replayed pictures start without.")
@@ -74,7 +97,7 @@ AnalogSection::AnalogSection(CameraContext& context)
              .streamable()
              .range(std::int64_t{0}, std::int64_t{15})
              .value(std::int64_t{context.config.imageSource.empty() ? 4 : 0})
-             .onChange(changed);
+             .onChange(context.changesPicture());
 }
 
 double AnalogSection::gain() const { return gain_->real(0) + gain_->real(1); }

@@ -16,6 +16,11 @@ public:
     double gain() const; ///< Analogue and digital together, dB.
 
 private:
+    void declareGain(CameraContext& context);
+    void declareResponse(CameraContext& context);
+    void declareBalance(CameraContext& context);
+    void declareNoise(CameraContext& context);
+
     Feature* gain_ = nullptr;
     Feature* blackLevel_ = nullptr;
     Feature* gammaEnable_ = nullptr;

@@ -16,8 +16,8 @@ constexpr std::uint64_t kXmlBase = 0x00400000;
 constexpr std::uint64_t kUserMemoryBase = 0x01000000;    ///< Readable and writable.
 constexpr std::uint64_t kFactoryMemoryBase = 0x02000000; ///< Readable.
 constexpr std::uint64_t kProtectedBase = 0x03000000;     ///< Neither.
-constexpr std::uint64_t kUserMemorySize = 1024 * 1024;
-constexpr std::uint64_t kFactoryMemorySize = 64 * 1024;
+constexpr std::uint64_t kUserMemorySize = 0x100000;
+constexpr std::uint64_t kFactoryMemorySize = 0x10000;
 constexpr std::uint64_t kProtectedSize = 4096;
 
 /// User memory (starts as zeros, survives restarts), factory memory (byte n is n modulo 251) and

@@ -105,7 +105,7 @@ Feature& Feature::inPort(std::string port, std::uint64_t address)
     return *this;
 }
 
-Feature& Feature::value(FeatureValue value)
+Feature& Feature::value(const FeatureValue& value)
 {
     std::fill(values_.begin(), values_.end(), value);
     return *this;

@@ -97,7 +97,7 @@ public:
 
     // Behaviour.
     /// Start value of all indices.
-    Feature& value(FeatureValue value);
+    Feature& value(const FeatureValue& value);
     /// Computes the value on every read instead of giving the stored one.
     Feature& onRead(std::function<FeatureValue(std::size_t index)> hook);
     /// Asked before a value that passed range and access is stored; a code other than 0 refuses it.

@@ -29,7 +29,7 @@ bool inDisc(std::uint32_t x, std::uint32_t y)
     constexpr std::uint32_t kCell = kSize / 4;
     const double dx = static_cast<double>(x % kCell) - kCell / 2.0;
     const double dy = static_cast<double>(y % kCell) - kCell / 2.0;
-    const double radius = 20.0 + 6.0 * (x / kCell) + 14.0 * (y / kCell);
+    const std::uint32_t radius = 20 + 6 * (x / kCell) + 14 * (y / kCell);
     return dx * dx + dy * dy < radius * radius;
 }
 

@@ -47,6 +47,7 @@ TransportSection::TransportSection(CameraContext& context,
     locked_->onChange([this](std::size_t) { context_.transportLocked = locked_->integer() != 0; });
     if (context.config.hasNetwork) {
         declareNetwork();
+        declareStreamChannel();
     }
 }
 
@@ -99,6 +100,11 @@ void TransportSection::declareNetwork()
                            .value(std::int64_t{ip_.mask});
     persistentGateway_ = &address("GevPersistentDefaultGateway", "Gateway after a restart.")
                               .value(std::int64_t{ip_.gateway});
+}
+
+void TransportSection::declareStreamChannel()
+{
+    FeatureTable& table = context_.table;
     table.integer("GevStreamChannelCount", "Number of stream channels.")
         .expert()
         .readOnly()

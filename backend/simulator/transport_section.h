@@ -22,6 +22,7 @@ public:
 
 private:
     void declareNetwork();
+    void declareStreamChannel();
     Feature& address(const char* name, const char* toolTip);
 
     CameraContext& context_;
