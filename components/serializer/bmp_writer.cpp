@@ -17,7 +17,8 @@ constexpr std::size_t kFileHeader = 14;
 constexpr std::size_t kInfoHeader = 40;
 constexpr std::size_t kGrays = 256;
 constexpr std::uint32_t kPixelsPerMetre = 2835; // 72 per inch.
-constexpr std::size_t kBlock = 256 * 1024;      // Stays in the cache between swap and write.
+constexpr std::size_t kBlock =
+    std::size_t{256} * 1024; // Stays in the cache between swap and write.
 
 void put(std::vector<unsigned char>* out, std::uint32_t value, unsigned bytes)
 {

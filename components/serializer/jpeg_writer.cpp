@@ -15,7 +15,7 @@ namespace serializer
 namespace
 {
 
-constexpr std::size_t kBuffer = 64 * 1024;
+constexpr std::size_t kBuffer = std::size_t{64} * 1024;
 constexpr std::uint32_t kRowsAtOnce = 64;
 
 // Everything the encoder's long jumps must not skip: owned outside the function they leave.

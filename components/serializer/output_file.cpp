@@ -14,8 +14,8 @@ namespace serializer
 namespace
 {
 
-constexpr std::size_t kGather = 256 * 1024;
-constexpr std::size_t kDirect = 64 * 1024;
+constexpr std::size_t kGather = std::size_t{256} * 1024;
+constexpr std::size_t kDirect = std::size_t{64} * 1024;
 constexpr int kMaxLinks = 40;
 constexpr unsigned kPermissionBits = 07777;
 constexpr unsigned kNewFileMode = 0666;

@@ -1,12 +1,11 @@
 #include "png_writer.h"
 
 #include "output_file.h"
-#include "row_kernels.h"
+#include "png_bands.h"
 
-#include <png.h>
 #include <zlib.h>
 
-#include <csetjmp>
+#include <array>
 #include <vector>
 
 namespace serializer
@@ -15,87 +14,103 @@ namespace serializer
 namespace
 {
 
-constexpr std::size_t kChunk = 128 * 1024;
+constexpr std::array<unsigned char, 8> kSignature = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
+constexpr unsigned char kGray = 0;
+constexpr unsigned char kRgb = 2;
+// Deflate with a 32 KiB window, fastest: the two bytes of the stream's own header.
+constexpr std::array<unsigned char, 2> kStreamHeader = {0x78, 0x01};
+constexpr std::uint32_t kMaxSide = 1000000; // What the common reader takes.
 
-// Everything libpng's long jumps must not skip: owned outside the function they leave.
-struct PngState {
-    png_structp png = nullptr;
-    png_infop info = nullptr;
-    std::vector<unsigned char> row;
+using Word = std::array<unsigned char, 4>;
 
-    ~PngState() { png_destroy_write_struct(&png, &info); }
+Word bigEndian(std::uint32_t value)
+{
+    return {static_cast<unsigned char>(value >> 24U), static_cast<unsigned char>(value >> 16U),
+            static_cast<unsigned char>(value >> 8U), static_cast<unsigned char>(value)};
+}
+
+// A chunk of several parts: length, name, parts, check sum.
+class ChunkWriter
+{
+public:
+    ChunkWriter(OutputFile& file, const char* name, std::size_t size) : file_(file)
+    {
+        const Word length = bigEndian(static_cast<std::uint32_t>(size));
+        file_.write(length.data(), length.size());
+        add(name, 4);
+    }
+    void add(const void* data, std::size_t size)
+    {
+        sum_ = crc32_z(sum_, static_cast<const unsigned char*>(data), size);
+        file_.write(data, size);
+    }
+    void end()
+    {
+        const Word sum = bigEndian(static_cast<std::uint32_t>(sum_));
+        file_.write(sum.data(), sum.size());
+    }
+
+private:
+    OutputFile& file_;
+    uLong sum_ = crc32_z(0, nullptr, 0);
 };
 
-void writeBytes(png_structp png, png_bytep data, png_size_t size)
-{
-    auto* file = static_cast<OutputFile*>(png_get_io_ptr(png));
-    if (file->write(data, size) != ZelErr::kOk) {
-        png_error(png, "write");
-    }
-}
-
-// The file keeps its own error; nothing is printed.
-void onError(png_structp png, png_const_charp /*text*/) { png_longjmp(png, 1); }
-void onWarning(png_structp /*png*/, png_const_charp /*text*/) {}
-void onFlush(png_structp /*png*/) {}
-
-void describe(const Picture& picture, PngState& state)
+void writeHeader(const Picture& picture, OutputFile& file)
 {
     const bool wide = picture.kind == PixelKind::kGray16;
-    png_set_IHDR(state.png, state.info, picture.width, picture.height, wide ? 16 : 8,
-                 picture.isColour() ? PNG_COLOR_TYPE_RGB : PNG_COLOR_TYPE_GRAY, PNG_INTERLACE_NONE,
-                 PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
+    file.write(kSignature.data(), kSignature.size());
+    ChunkWriter header(file, "IHDR", 13);
+    header.add(bigEndian(picture.width).data(), 4);
+    header.add(bigEndian(picture.height).data(), 4);
+    const std::array<unsigned char, 5> form = {static_cast<unsigned char>(wide ? 16 : 8),
+                                               picture.isColour() ? kRgb : kGray, 0, 0, 0};
+    header.add(form.data(), form.size());
+    header.end();
     if (wide && picture.bits < 16) {
-        png_color_8 significant = {};
-        significant.gray = static_cast<png_byte>(picture.bits);
-        png_set_sBIT(state.png, state.info, &significant);
+        const auto significant = static_cast<unsigned char>(picture.bits);
+        ChunkWriter bits(file, "sBIT", 1);
+        bits.add(&significant, 1);
+        bits.end();
     }
-    // Camera noise defeats the search for long matches: run lengths over averaged differences are
-    // smaller and several times faster.
-    png_set_compression_level(state.png, 1);
-    png_set_compression_strategy(state.png, Z_RLE);
-    png_set_compression_buffer_size(state.png, kChunk);
-    png_set_filter(state.png, PNG_FILTER_TYPE_BASE, PNG_FILTER_AVG);
 }
 
-// The only function that libpng's errors jump out of; it owns nothing.
-bool encode(const Picture& picture, PngState& state)
+// One chunk per band; the first also holds the stream's header, the last its check sum.
+void writeBands(const std::vector<PngBand>& bands, OutputFile& file)
 {
-    if (setjmp(png_jmpbuf(state.png)) != 0) {
-        return false;
-    }
-    describe(picture, state);
-    png_write_info(state.png, state.info);
-    if (picture.kind == PixelKind::kBgr) {
-        png_set_bgr(state.png);
-    }
-    for (std::uint32_t y = 0; y < picture.height; ++y) {
-        const unsigned char* row = picture.row(y);
-        if (picture.kind == PixelKind::kGray16) {
-            toBigEndian(row, state.row.data(), picture.width, picture.bits, true);
-            row = state.row.data();
+    uLong sum = adler32_z(0, nullptr, 0);
+    for (std::size_t i = 0; i < bands.size(); ++i) {
+        const PngBand& band = bands[i];
+        const bool first = i == 0;
+        const bool last = i + 1 == bands.size();
+        sum = adler32_combine(sum, band.adler, static_cast<z_off_t>(band.filtered));
+        ChunkWriter chunk(file, "IDAT",
+                          band.data.size() + (first ? kStreamHeader.size() : 0) + (last ? 4 : 0));
+        if (first) {
+            chunk.add(kStreamHeader.data(), kStreamHeader.size());
         }
-        png_write_row(state.png, row);
+        chunk.add(band.data.data(), band.data.size());
+        if (last) {
+            chunk.add(bigEndian(static_cast<std::uint32_t>(sum)).data(), 4);
+        }
+        chunk.end();
     }
-    png_write_end(state.png, nullptr);
-    return true;
 }
 
 } // namespace
 
 ZelCamErr writePng(const Picture& picture, const WriteOptions& /*options*/, OutputFile& file)
 {
-    PngState state;
-    state.row.resize(picture.rowBytes);
-    state.png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, onError, onWarning);
-    state.info = state.png == nullptr ? nullptr : png_create_info_struct(state.png);
-    if (state.info == nullptr) {
-        return ZelErr::kGenTLOutOfMemory;
+    if (picture.width > kMaxSide || picture.height > kMaxSide) {
+        return ZelErr::kInvalidArgument;
     }
-    png_set_write_fn(state.png, &file, writeBytes, onFlush);
-    if (!encode(picture, state)) {
-        return file.error() != ZelErr::kOk ? file.error() : ZelErr::kInvalidArgument;
+    writeHeader(picture, file);
+    std::vector<PngBand> bands;
+    const ZelCamErr code = compressBands(picture, &bands);
+    if (code != ZelErr::kOk) {
+        return code;
     }
+    writeBands(bands, file);
+    ChunkWriter(file, "IEND", 0).end();
     return file.error();
 }
 

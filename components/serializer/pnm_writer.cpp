@@ -14,7 +14,8 @@ namespace serializer
 namespace
 {
 
-constexpr std::size_t kBlock = 256 * 1024; // Stays in the cache between conversion and write.
+constexpr std::size_t kBlock =
+    std::size_t{256} * 1024; // Stays in the cache between conversion and write.
 
 // Through a block of rows: for samples that are not in the file's order, or rows with gaps.
 ZelCamErr writeConverted(const Picture& picture, OutputFile& file)

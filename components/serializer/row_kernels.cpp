@@ -67,6 +67,29 @@ void toBigEndianRow(const unsigned char* from, unsigned char* to, std::size_t co
     }
 }
 
+void averageFilterRow(const unsigned char* row, const unsigned char* above, unsigned char* to,
+                      std::size_t size, std::size_t pixelBytes)
+{
+    std::size_t i = 0;
+    for (; i < pixelBytes && i < size; ++i) {
+        to[i] = static_cast<unsigned char>(row[i] - above[i] / 2U);
+    }
+#if HWY_TARGET != HWY_SCALAR
+    const hn::ScalableTag<std::uint8_t> d;
+    const auto one = hn::Set(d, 1);
+    for (const std::size_t step = hn::Lanes(d); i + step <= size; i += step) {
+        const auto left = hn::LoadU(d, row + i - pixelBytes);
+        const auto up = hn::LoadU(d, above + i);
+        // The instruction rounds up.
+        const auto mean = hn::Sub(hn::AverageRound(left, up), hn::And(hn::Xor(left, up), one));
+        hn::StoreU(hn::Sub(hn::LoadU(d, row + i), mean), d, to + i);
+    }
+#endif
+    for (; i < size; ++i) {
+        to[i] = static_cast<unsigned char>(row[i] - (row[i - pixelBytes] + above[i]) / 2U);
+    }
+}
+
 } // namespace HWY_NAMESPACE
 } // namespace serializer
 HWY_AFTER_NAMESPACE();
@@ -77,6 +100,7 @@ namespace serializer
 
 HWY_EXPORT(swapRedBlueRow);
 HWY_EXPORT(toBigEndianRow);
+HWY_EXPORT(averageFilterRow);
 
 void swapRedBlue(const unsigned char* from, unsigned char* to, std::size_t pixels)
 {
@@ -87,6 +111,12 @@ void toBigEndian(const unsigned char* from, unsigned char* to, std::size_t count
                  std::uint32_t bits, bool scale)
 {
     HWY_DYNAMIC_DISPATCH(toBigEndianRow)(from, to, count, bits, scale);
+}
+
+void averageFilter(const unsigned char* row, const unsigned char* above, unsigned char* to,
+                   std::size_t size, std::size_t pixelBytes)
+{
+    HWY_DYNAMIC_DISPATCH(averageFilterRow)(row, above, to, size, pixelBytes);
 }
 
 } // namespace serializer

@@ -16,4 +16,10 @@ void swapRedBlue(const unsigned char* from, unsigned char* to, std::size_t pixel
 void toBigEndian(const unsigned char* from, unsigned char* to, std::size_t count,
                  std::uint32_t bits, bool scale);
 
+/// PNG's average filter: every byte less the mean, rounded down, of the byte one pixel
+/// (`pixelBytes`) before it and the byte above it; what lies outside the row counts as 0. The row
+/// above the first one is a row of zeros. No overlap.
+void averageFilter(const unsigned char* row, const unsigned char* above, unsigned char* to,
+                   std::size_t size, std::size_t pixelBytes);
+
 } // namespace serializer

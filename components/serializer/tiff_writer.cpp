@@ -17,7 +17,7 @@ namespace serializer
 namespace
 {
 
-constexpr std::size_t kStrip = 1024 * 1024;
+constexpr std::size_t kStrip = std::size_t{1024} * 1024;
 constexpr std::uint64_t kClassicLimit = 0xFFFF0000U; // Leaves room for the directory.
 constexpr float kDotsPerInch = 72.0F;
 

@@ -1,6 +1,6 @@
 #include "recorder.h"
 
-#include "signal_mask.h"
+#include "../signal_mask.h"
 
 #include <new>
 #include <system_error>
@@ -41,7 +41,7 @@ ZelCamErr Recorder::start(const Settings& settings, const Picture& first)
         return ZelErr::kInvalidArgument;
     }
     // libav's own threads inherit the mask.
-    const SignalMask mask;
+    const serializer::SignalMask mask;
     ZelCamErr code = file_.prepare(*container);
     if (code != ZelErr::kOk) {
         return code;

@@ -165,3 +165,23 @@ TEST(RowKernels, SwapAndByteOrderOnEveryTarget)
         }
     });
 }
+
+TEST(RowKernels, AverageFilterCanBeUndone)
+{
+    onEveryTarget([] {
+        for (std::size_t size = 1; size <= 200; ++size) {
+            const Bytes row = noise(size, static_cast<unsigned>(size));
+            const Bytes above = noise(size, static_cast<unsigned>(size) + 500);
+            for (const std::size_t pixel : {1U, 2U, 3U}) {
+                Bytes got(size + 1, kGuard);
+                serializer::averageFilter(row.data(), above.data(), got.data(), size, pixel);
+                for (std::size_t i = 0; i < size; ++i) {
+                    const unsigned left = i < pixel ? 0U : row[i - pixel];
+                    const unsigned undone = got[i] + (left + above[i]) / 2U;
+                    ASSERT_EQ(undone & 0xFFU, row[i]) << size << " " << i;
+                }
+                EXPECT_EQ(got[size], kGuard);
+            }
+        }
+    });
+}

@@ -5,7 +5,7 @@
 
 #include <csignal>
 
-namespace movie
+namespace serializer
 {
 
 /// Blocks signals in the calling thread for its lifetime. Threads started meanwhile inherit that,
@@ -30,4 +30,4 @@ private:
     sigset_t earlier_ = {};
 };
 
-} // namespace movie
+} // namespace serializer
