@@ -116,7 +116,7 @@ class DeviceDouble final : public ZelCam::Device, public Scripted
 {
 public:
     using Scripted::Scripted;
-    void Release() override { call("Release"); }
+    void Release() override { settle(call("Release")); }
     std::uint32_t GetNumStreams() override { return call("GetNumStreams").number<std::uint32_t>(); }
     ZelCam::Stream* GetStreamByIndex(std::uint32_t index) override
     {
@@ -151,9 +151,10 @@ public:
     }
     ZelCamErr UnRegisterEvent(long eventId, ZelCam::EventCallback callback, void* context) override
     {
-        return call("UnRegisterEvent", std::int64_t{eventId}, callback != nullptr,
-                    reinterpret_cast<std::uintptr_t>(context))
-            .code();
+        const Answer answer = call("UnRegisterEvent", std::int64_t{eventId}, callback != nullptr,
+                                   reinterpret_cast<std::uintptr_t>(context));
+        settle(answer);
+        return answer.code();
     }
     ZelGenParam::Array* GetTransportParameters(ZelCamErr* err) override
     {
@@ -170,6 +171,16 @@ public:
     ZelCamErr LoadConfiguration(const char* fileName) override
     {
         return call("LoadConfiguration", fileName).code();
+    }
+
+private:
+    /// With "settle" an operation returns when no callback is under way; "Deadlock" is logged when
+    /// that does not come to pass.
+    void settle(const Answer& answer) const
+    {
+        if (answer.field<bool>("settle") && !settleCallbacks()) {
+            call("Deadlock");
+        }
     }
 };
 

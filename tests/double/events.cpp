@@ -22,6 +22,7 @@ struct Events {
     std::vector<Registration> registrations;
     std::atomic<bool> storming{false};
     std::atomic<int> running{0};
+    std::atomic<int> inCallbacks{0};
     std::atomic<long> delivered{0};
 };
 
@@ -37,15 +38,22 @@ Registration registration(int number)
     return events().registrations.at(static_cast<std::size_t>(number));
 }
 
+thread_local int callbacksOfThisThread = 0;
+
 /// True when the callback threw, which a callback may.
 bool threw(const Registration& to, const void* data, std::uint64_t size)
 {
+    bool result = false;
+    ++callbacksOfThisThread;
+    ++events().inCallbacks;
     try {
         to.callback(data, size, to.context);
     } catch (...) {
-        return true;
+        result = true;
     }
-    return false;
+    --events().inCallbacks;
+    --callbacksOfThisThread;
+    return result;
 }
 
 } // namespace
@@ -54,6 +62,18 @@ void keepRegistration(ZelCam::EventCallback callback, void* context)
 {
     const std::lock_guard lock(events().mutex);
     events().registrations.push_back({callback, context});
+}
+
+bool settleCallbacks()
+{
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+    while (events().inCallbacks > callbacksOfThisThread) {
+        if (std::chrono::steady_clock::now() > deadline) {
+            return false;
+        }
+        std::this_thread::yield();
+    }
+    return true;
 }
 
 } // namespace zel_double

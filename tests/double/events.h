@@ -10,4 +10,8 @@ namespace zel_double
 /// for ever, also after it was ended and after its device is gone: the rudest SDK there is.
 void keepRegistration(ZelCam::EventCallback callback, void* context);
 
+/// Waits until no other thread is in a callback, as an SDK does that promises silence after an
+/// unregistration. False when that took seconds: a deadlock.
+bool settleCallbacks();
+
 } // namespace zel_double

@@ -196,7 +196,7 @@ def test_events_after_the_device_object_is_gone(double, received):
 
 def test_storm_while_registering_and_dropping(double, received):
     """A foreign thread fires without pause while devices come, change their minds and go."""
-    for _ in range(30):
+    for _ in range(15):
         device = zel.PyZelCreateDevice()
         device.RegisterEvent(5, lambda *arguments: received.append(arguments))
         before = double.storm_delivered()
@@ -209,6 +209,32 @@ def test_storm_while_registering_and_dropping(double, received):
         del device
         double.end_storm()
     assert received and all(data == b"ev" and size == 2 for data, size, _ in received)
+
+
+def test_sdk_that_waits_for_callbacks_under_way(double, device, received):
+    """Unregistering and releasing hold the interpreter lock that a callback waits for."""
+    double.answer("Device.UnRegisterEvent", 0, settle=True)
+    double.answer("Device.Release", settle=True)
+    device.RegisterEvent(5, lambda *arguments: received.append(arguments))
+    for _ in range(3):
+        double.storm(double.registration())
+    for _ in range(5):
+        before = len(received)
+        device.RegisterEvent(5, lambda *arguments: received.append(arguments))
+        while len(received) == before:
+            time.sleep(0)
+        device.UnRegisterEvent(5, None)
+    device.RegisterEvent(5, lambda *arguments: received.append(arguments))
+    device.Release()
+    double.end_storm()
+    assert double.take("Device.Deadlock") == []
+
+
+def test_callback_that_ends_its_own_registration_at_such_an_sdk(double, device, received):
+    double.answer("Device.UnRegisterEvent", 0, settle=True)
+    device.RegisterEvent(5, lambda *arguments: received.append(device.UnRegisterEvent(5, None)))
+    double.fire(double.registration(), how="_from_thread")
+    assert received == [True] and double.take("Device.Deadlock") == []
 
 
 def test_storm_and_python_threads(double, device, received):
