@@ -14,9 +14,9 @@ namespace
 {
 
 // Devices answer within a few milliseconds; a switch that wakes a port may take longer. On
-// loopback an answer takes less than one.
+// loopback an answer takes less than one, unless the machine is busy.
 constexpr std::chrono::milliseconds kDiscoveryWait{100};
-constexpr std::chrono::milliseconds kLoopbackWait{20};
+constexpr std::chrono::milliseconds kLoopbackWait{50};
 constexpr std::chrono::milliseconds kForceIpWait{500};
 
 // GenTL access status.

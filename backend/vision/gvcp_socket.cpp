@@ -116,19 +116,21 @@ std::vector<gvcp::DiscoveryRecord> GvcpSocket::discover(std::uint32_t broadcast,
     std::vector<gvcp::DiscoveryRecord> found;
     const gvcp::Bytes request = gvcp::makeCommand(
         gvcp::Command::Discovery, gvcp::kFlagAckRequired | gvcp::kFlagBroadcastAck, nextId());
-    broadcastTo(broadcast, request);
-    const Clock::time_point deadline = Clock::now() + wait;
+    const Clock::time_point start = Clock::now();
     gvcp::Bytes buffer;
     gvcp::Packet packet;
-    while (receive(deadline, &buffer, &packet)) {
-        gvcp::DiscoveryRecord record;
-        const auto same = [&record](const gvcp::DiscoveryRecord& other) {
-            return other.mac == record.mac && other.address == record.address &&
-                   other.serialNumber == record.serialNumber;
-        };
-        if (gvcp::parseDiscovery(packet, &record) &&
-            std::none_of(found.begin(), found.end(), same)) {
-            found.push_back(record);
+    for (const Clock::time_point deadline : {start + wait / 2, start + wait}) {
+        broadcastTo(broadcast, request);
+        while (receive(deadline, &buffer, &packet)) {
+            gvcp::DiscoveryRecord record;
+            const auto same = [&record](const gvcp::DiscoveryRecord& other) {
+                return other.mac == record.mac && other.address == record.address &&
+                       other.serialNumber == record.serialNumber;
+            };
+            if (gvcp::parseDiscovery(packet, &record) &&
+                std::none_of(found.begin(), found.end(), same)) {
+                found.push_back(record);
+            }
         }
     }
     return found;

@@ -65,8 +65,12 @@ def open_by_serial(zel, interface):
     opened = []
 
     def open_one(serial):
-        assert interface.ReEnumerateDevices(1000)[0]
-        info = {i.GetSerialNumber(): i for i in interface.GetDeviceInfoList()}[serial]
+        for _ in range(10):  # a busy machine answers late
+            assert interface.ReEnumerateDevices(1000)[0]
+            found = {i.GetSerialNumber(): i for i in interface.GetDeviceInfoList()}
+            if serial in found:
+                break
+        info = found[serial]
         device = zel.PyZelCreateDevice(info)
         assert device.IsValid(), zel.GetLastError()
         opened.append(device)

@@ -1,8 +1,12 @@
 """The whole road, parameters, pictures, movies and settings with a GigE Vision camera."""
 
+import subprocess
+import sys
 import time
 
 import pytest
+
+from conftest import PROGRAM
 
 
 def frames(stream, count, timeout=3000):
@@ -90,21 +94,47 @@ def test_frames_parameters_pictures_and_settings(zel, start_camera, open_by_seri
     stream.Release()
 
 
-def test_two_cameras_at_once(start_camera, open_by_serial):
-    start_camera("G4")
-    second = start_camera("G5", address="127.0.0.2")
-    if not second.running:
-        pytest.skip("a second loopback address cannot be used here")
-    devices = [open_by_serial("G4"), open_by_serial("G5")]
-    streams = [device.GetStreamByIndex(0) for device in devices]
-    for stream in streams:
-        assert stream.AllocBufferQueue(6) and stream.StartAcquisition()
-    last = [0, 0]
-    for _ in range(15):
-        for index, stream in enumerate(streams):
-            for number, incomplete, _ in frames(stream, 1):
-                assert not incomplete and number > last[index]
-                last[index] = number
+TWO_CAMERAS = """
+import subprocess, sys
+cameras = [subprocess.Popen([sys.argv[1], address, serial], stdin=subprocess.PIPE,
+                            stdout=subprocess.PIPE)
+           for address, serial in (("127.0.0.1", "G4"), ("127.0.0.2", "G5"))]
+assert [camera.stdout.readline() for camera in cameras] == [b"ready\\n"] * 2
+import libZelCameraApiPy as zel
+interface = zel.PyZelSystem().GetInterfaceList()[0]
+interface.ReEnumerateDevices(1000)
+infos = interface.GetDeviceInfoList()
+assert sorted((i.GetSerialNumber(), i.GetIPAddress()) for i in infos) == [
+    ("G4", "127.0.0.1"), ("G5", "127.0.0.2")]
+devices = [zel.PyZelCreateDevice(info) for info in infos]
+streams = [device.GetStreamByIndex(0) for device in devices]
+for stream in streams:
+    assert stream.AllocBufferQueue(6) and stream.StartAcquisition()
+last = [0, 0]
+for _ in range(15):
+    for index, stream in enumerate(streams):
+        buffer = stream.GetBuffer(3000)
+        assert not buffer.IsIncomplete() and buffer.GetFrameID() > last[index]
+        last[index] = buffer.GetFrameID()
+        assert stream.QueueBuffer(buffer)
+for device in devices:
+    device.Release()
+for camera in cameras:
+    camera.stdin.close()
+    camera.wait()
+"""
+
+
+def test_two_cameras_at_once(tmp_path):
+    """In a network namespace of its own, where loopback has a second address."""
+    setup = "ip link set lo up && ip addr add 127.0.0.2/8 dev lo"
+    if subprocess.run(["unshare", "-n", "sh", "-c", setup], stderr=subprocess.DEVNULL).returncode:
+        pytest.skip("no permission to make a network namespace")
+    program = tmp_path / "two_cameras.py"
+    program.write_text(TWO_CAMERAS)
+    result = subprocess.run(["unshare", "-n", "sh", "-c", setup + ' && exec "$@"', "sh",
+                             sys.executable, str(program), str(PROGRAM)], stderr=subprocess.PIPE)
+    assert result.returncode == 0, result.stderr.decode()
 
 
 def test_lost_packets_are_never_passed_off_as_whole(start_camera, open_by_serial):
