@@ -350,7 +350,9 @@ void interpolateRowsOf(const RowPair& source)
     for (std::size_t column = 0; column < pair.width; column += step) {
         const std::size_t k = column / 2;
         const bool isWhole = column + step <= pair.width;
-        prefetch(pair, column);
+        if (pair.upcoming[0] != nullptr) {
+            prefetch(pair, column);
+        }
         const RowSums above = rowSums(rows[1], k);
         const CentreSums upper = centreSums(rows[2], k);
         const CentreSums lower = centreSums(rows[3], k);

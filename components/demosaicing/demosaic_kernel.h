@@ -28,8 +28,10 @@ struct RowPair {
     std::array<SplitRow, 6> rows; ///< From two rows above the first to two below the second.
     std::array<std::uint8_t*, 2> targets; ///< 3 * width bytes each.
     std::size_t width;
-    std::array<const std::uint8_t*, 2> upcoming; ///< Source rows that will be needed next.
-    std::size_t upcomingBytes;                   ///< Bytes of one of their samples.
+    /// Source rows that will be needed next, to be fetched ahead of time; null where images fit
+    /// into the caches.
+    std::array<const std::uint8_t*, 2> upcoming;
+    std::size_t upcomingBytes; ///< Bytes of one of their samples.
 };
 
 /// What the samples of a row pair mean.

@@ -28,6 +28,12 @@ struct Task {
     MosaicLayout layout;
 };
 
+bool isBeyondCaches(const TargetPlane& target)
+{
+    constexpr std::size_t kCacheBytes = 8 * 1024 * 1024;
+    return target.rowBytes() * target.height > kCacheBytes;
+}
+
 class DemosaicBands final : public BandWork
 {
 public:
@@ -51,11 +57,15 @@ public:
             rows.load(top + 3);
             std::uint8_t* const second =
                 y + 1 < end ? task_.target.row(y + 1) : scratch.spareTarget();
+            std::array<const std::uint8_t*, 2> upcoming{};
+            if (isBeyondCaches(task_.target)) {
+                upcoming = {rows.source(top + 4), rows.source(top + 5)};
+            }
             const RowPair pair{{rows.row(top - 2), rows.row(top - 1), rows.row(top),
                                 rows.row(top + 1), rows.row(top + 2), rows.row(top + 3)},
                                {task_.target.row(y), second},
                                task_.source.width,
-                               {rows.source(top + 4), rows.source(top + 5)},
+                               upcoming,
                                task_.format.bytes};
             interpolateRows(pair, task_.layout);
         }
