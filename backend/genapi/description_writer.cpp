@@ -219,7 +219,7 @@ private:
     {
         const bool isText = node.kind == NodeKind::kStringReg;
         const std::string limit = std::to_string(isText ? kMaxTextLength : kMaxNumberLength);
-        const std::string name = std::string(kAddedNodePrefix) + limit + source;
+        std::string name = std::string(kAddedNodePrefix) + limit + source;
         if (lengths_.insert(name).second) {
             added_ += "<IntSwissKnife Name=\"" + escaped(name) + "\"><pVariable Name=\"L\">" +
                       escaped(source) + "</pVariable><Formula>(L&lt;0)?0:((L&gt;" + limit + ")?" +

@@ -8,7 +8,8 @@
 #include <string>
 
 // The GObject of Aravis; opaque here.
-typedef struct _ArvDevice ArvDevice;
+struct _ArvDevice;
+using ArvDevice = struct _ArvDevice;
 
 namespace genapi
 {

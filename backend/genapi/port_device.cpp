@@ -27,7 +27,7 @@ bool setError(ZelCamErr code, GError** error)
 
 } // namespace
 
-PortRouter::PortRouter(FeatureSource& source, std::vector<Overlay> overlays, bool swapsWords)
+PortRouter::PortRouter(FeatureSource& source, const std::vector<Overlay>& overlays, bool swapsWords)
     : source_(source), swapsWords_(swapsWords)
 {
     for (const Overlay& overlay : overlays)

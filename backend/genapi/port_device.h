@@ -20,7 +20,7 @@ namespace genapi
 class PortRouter
 {
 public:
-    PortRouter(FeatureSource& source, std::vector<Overlay> overlays, bool swapsWords);
+    PortRouter(FeatureSource& source, const std::vector<Overlay>& overlays, bool swapsWords);
 
     ZelCamErr read(std::uint64_t address, void* data, std::size_t size);
     ZelCamErr write(std::uint64_t address, const void* data, std::size_t size);

@@ -45,6 +45,7 @@ void SettingWriter::rememberSelectors(const std::vector<Setting>& settings)
 std::vector<SettingWriter::Task> SettingWriter::tasksOf(const std::vector<Setting>& settings)
 {
     std::vector<Task> tasks;
+    tasks.reserve(settings.size());
     for (const Setting& setting : settings)
         tasks.push_back({setting, false});
     return tasks;
