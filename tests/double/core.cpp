@@ -146,12 +146,17 @@ ZEL_API void zeldouble_record(int on)
     store().recording = on != 0;
 }
 
-/// The calls so far as a JSON list; the text is good until the same thread asks again.
-ZEL_API const char* zeldouble_calls()
+/// The calls from this number on as a JSON list; the text is good until the same thread asks again.
+ZEL_API const char* zeldouble_calls(int first)
 {
     thread_local std::string text;
     const std::lock_guard lock(store().mutex);
-    text = store().calls.dump();
+    const Json& calls = store().calls;
+    Json wanted = Json::array();
+    for (std::size_t i = static_cast<std::size_t>(first); i < calls.size(); ++i) {
+        wanted.push_back(calls[i]);
+    }
+    text = wanted.dump();
     return text.c_str();
 }
 }

@@ -128,15 +128,15 @@ class Double:
     def record(self, on):
         self.core.zeldouble_record(int(on))
 
-    def calls(self):
+    def calls(self, first=0):
         return [Call(entry["call"], entry["on"], [from_json(arg) for arg in entry["args"]],
                      entry["locked"], entry["thread"])
-                for entry in json.loads(self.core.zeldouble_calls())]
+                for entry in json.loads(self.core.zeldouble_calls(first))]
 
     def take(self, *names):
         """The calls since the last look; all, or only those with these names."""
-        calls = self.calls()
-        fresh, self.seen = calls[self.seen:], len(calls)
+        fresh = self.calls(self.seen)
+        self.seen += len(fresh)
         return [call for call in fresh if not names or call.name in names]
 
     def take_args(self, name):

@@ -217,7 +217,7 @@ def test_sdk_that_waits_for_callbacks_under_way(double, device, received):
     double.answer("Device.Release", settle=True)
     device.RegisterEvent(5, lambda *arguments: received.append(arguments))
     for _ in range(3):
-        double.storm(double.registration())
+        double.storm(double.registration(), 200)
     for _ in range(5):
         before = len(received)
         device.RegisterEvent(5, lambda *arguments: received.append(arguments))
@@ -240,6 +240,7 @@ def test_callback_that_ends_its_own_registration_at_such_an_sdk(double, device, 
 def test_storm_and_python_threads(double, device, received):
     """Three foreign threads deliver while three Python threads use the same device."""
     device.RegisterEvent(5, lambda *arguments: received.append(threading.get_ident()))
+    double.record(False)
     for _ in range(3):
         double.storm(double.registration(), 50)
     deadline = time.monotonic() + 10
