@@ -1,3 +1,4 @@
+// Fills the table with the functions of the producer.
 #include "simulator/function_table.h"
 
 #include "simulator/producer/producer_functions.h"

@@ -1,3 +1,4 @@
+// Answers of DSGetBufferInfo, by what they are about: buffer, frame, image.
 #include "simulator/producer/buffer_info.h"
 
 #include "simulator/producer/failure.h"

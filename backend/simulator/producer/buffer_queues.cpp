@@ -1,3 +1,4 @@
+// The ways of a buffer between announced, input, filling, output and delivered.
 #include "simulator/producer/buffer_queues.h"
 
 #include "simulator/producer/failure.h"

@@ -1,3 +1,4 @@
+// Presence, ownership and session of a simulated camera.
 #include "simulator/producer/camera_endpoint.h"
 
 #include "simulator/producer/failure.h"

@@ -1,3 +1,4 @@
+// Features, events and stream of an open device.
 #include "simulator/producer/device_module.h"
 
 #include "simulator/producer/failure.h"
@@ -79,8 +80,13 @@ std::shared_ptr<DeviceModule> DeviceModule::open(HandleRegistry& handles, gentl:
     const std::shared_ptr<DeviceModule> device(
         new DeviceModule(handles, interface, camera, access));
     camera->attach(device, access);
-    device->publish();
-    device->remotePort_ = handles.add(std::make_shared<RemotePort>(device, std::move(camera)));
+    try {
+        device->publish();
+        device->remotePort_ = handles.add(std::make_shared<RemotePort>(device, std::move(camera)));
+    } catch (...) {
+        device->close(); // the camera must not stay held
+        throw;
+    }
     return device;
 }
 

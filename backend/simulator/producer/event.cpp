@@ -1,3 +1,4 @@
+// One wait for all kinds of events.
 #include "simulator/producer/event.h"
 
 #include "simulator/producer/failure.h"

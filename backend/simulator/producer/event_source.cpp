@@ -1,3 +1,4 @@
+// Registration, delivery and end of the events of a module.
 #include "simulator/producer/event_source.h"
 
 #include "simulator/producer/failure.h"

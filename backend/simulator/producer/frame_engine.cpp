@@ -1,3 +1,4 @@
+// The thread that carries frames: wait for the start, fill, wait for the end, deliver.
 #include "simulator/producer/frame_engine.h"
 
 #include <algorithm>
@@ -166,12 +167,20 @@ Filling FrameEngine::waitForBuffer(const FramePlan& plan)
     return queues_.startFilling();
 }
 
+FrameEngine::Stop FrameEngine::waitUntil(std::uint64_t cameraNs)
+{
+    const auto time = hostTime(cameraNs);
+    std::unique_lock lock(queues_.waitPoint()->mutex);
+    queues_.engineWake().wait_until(lock, time, [this] { return stop_ >= Stop::Kill; });
+    return stop_;
+}
+
 FrameEngine::Stop FrameEngine::waitUntilReady(const FramePlan& plan)
 {
-    const auto ready = hostTime(plan.readyNs);
-    std::unique_lock lock(queues_.waitPoint()->mutex);
-    queues_.engineWake().wait_until(lock, ready, [this] { return stop_ >= Stop::Kill; });
-    return stop_;
+    if (waitUntil(plan.exposureEndNs) < Stop::Kill) {
+        camera_.exposureEnded(plan);
+    }
+    return waitUntil(plan.readyNs);
 }
 
 void FrameEngine::carry(const FramePlan& plan)

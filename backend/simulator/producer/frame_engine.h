@@ -64,6 +64,7 @@ private:
     void waitForFrame();
     bool waitForStart(const FramePlan& plan);
     Filling waitForBuffer(const FramePlan& plan);
+    Stop waitUntil(std::uint64_t cameraNs);
     Stop waitUntilReady(const FramePlan& plan);
     Clock::time_point hostTime(std::uint64_t cameraNs) const;
 

@@ -1,3 +1,4 @@
+// Numbers instead of pointers.
 #include "simulator/producer/handle_registry.h"
 
 #include <atomic>

@@ -1,3 +1,4 @@
+// Typed answers and their sizes.
 #include "simulator/producer/info_value.h"
 
 #include "simulator/producer/failure.h"

@@ -1,3 +1,4 @@
+// Features, device list and open devices of an interface.
 #include "simulator/producer/interface_module.h"
 
 #include "simulator/producer/failure.h"

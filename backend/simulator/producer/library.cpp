@@ -1,3 +1,4 @@
+// Start, end, fork and exit of the producer.
 #include "simulator/producer/library.h"
 
 #include "simulator/producer/failure.h"
@@ -82,10 +83,11 @@ gentl::Handle Library::openSystem()
 void Library::closeSystem(SystemModule& system)
 {
     const std::lock_guard lock(tree_);
-    system.close();
-    if (system_.get() == &system) {
-        system_.reset();
+    if (system_.get() != &system) {
+        throw Failure(gentl::err::kInvalidHandle, "the system was closed");
     }
+    system.close();
+    system_.reset();
 }
 
 void Library::haltStreams()

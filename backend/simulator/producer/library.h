@@ -29,8 +29,10 @@ public:
     std::mutex& tree() { return tree_; }
     HandleRegistry& handles() { return handles_; }
 
-    /// Throw Failure -1004 when the system is open. They take the tree lock.
+    // These two take the tree lock.
+    /// Throws Failure -1004 when the system is open.
     gentl::Handle openSystem();
+    /// Throws Failure -1006 when another thread closed it.
     void closeSystem(SystemModule& system);
 
     /// Ends the threads of all streams.

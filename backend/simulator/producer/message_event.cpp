@@ -1,3 +1,4 @@
+// Messages as bytes, and their queue.
 #include "simulator/producer/message_event.h"
 
 #include "simulator/producer/failure.h"

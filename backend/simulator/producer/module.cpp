@@ -1,3 +1,4 @@
+// Registers, description and end of a module.
 #include "simulator/producer/module.h"
 
 #include "simulator/producer/failure.h"

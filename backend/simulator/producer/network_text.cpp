@@ -1,3 +1,4 @@
+// Hardware addresses as numbers.
 #include "simulator/producer/network_text.h"
 
 #include <cstdio>

@@ -1,3 +1,4 @@
+// Fetching from the output queue.
 #include "simulator/producer/new_buffer_event.h"
 
 #include <cstring>

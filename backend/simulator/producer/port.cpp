@@ -1,3 +1,4 @@
+// Answers about a port and its description.
 #include "simulator/producer/port.h"
 
 #include "simulator/producer/failure.h"

@@ -1,3 +1,4 @@
+// Register access to the camera while its device is open and alive.
 #include "simulator/producer/remote_port.h"
 
 #include "simulator/producer/failure.h"

@@ -1,3 +1,4 @@
+// SHA-1 as FIPS 180-4 describes it.
 #include "simulator/producer/sha1.h"
 
 #include <string>

@@ -1,3 +1,4 @@
+// Features, counters, start and stop of a data stream.
 #include "simulator/producer/stream_module.h"
 
 #include "simulator/producer/buffer_info.h"

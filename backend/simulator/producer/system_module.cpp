@@ -1,3 +1,4 @@
+// Features and interfaces of the system.
 #include "simulator/producer/system_module.h"
 
 #include "simulator/producer/failure.h"

@@ -1,3 +1,4 @@
+// One table of transport layer types.
 #include "simulator/producer/transport_type.h"
 
 #include <array>

@@ -1,3 +1,4 @@
+// Registers by name, and the small cameras of the tests.
 #include "producer_harness.h"
 
 #include "simulator/function_table.h"
