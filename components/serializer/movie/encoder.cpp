@@ -82,7 +82,9 @@ void setTo63(AVCodecContext& context, const Settings& settings, Options& options
 void setSpeed(const Compressor& compressor, AVCodecContext& context, Options& options)
 {
     context.thread_count = 0;
-    if (compressor.name == "mjpeg" || compressor.name == "mpeg4") {
+    if (compressor.name == "mjpeg") {
+        context.thread_type = FF_THREAD_FRAME;
+    } else if (compressor.name == "mpeg4") {
         context.thread_type = FF_THREAD_SLICE;
     } else if (compressor.name == "h265") {
         options.set("x265-params", "log-level=none");
