@@ -1,0 +1,89 @@
+// The GenTL consumer over a producer that lies: whatever it answers, we go on, and come to an end.
+#include "hostile_producer.h"
+#include "scripted_producer.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace gentl_test
+{
+namespace
+{
+
+void useEverything(core::SystemImpl& system)
+{
+    ZelCam::InterfaceList* const interfaces = system.GetInterfaceList(255);
+    if (interfaces == nullptr) {
+        return;
+    }
+    ZelCam::Interface* const interface = interfaces->GetFirst();
+    interfaces->Release();
+    if (interface == nullptr) {
+        return;
+    }
+    bool changed = false;
+    interface->ReEnumerateDevices(&changed, 100);
+    interface->GetDescription();
+    ZelCam::DeviceInfo* const info = interface->GetFirstDeviceInfo();
+    if (info == nullptr) {
+        return;
+    }
+    info->GetAccessStatus();
+    info->GetIPAddress();
+    ZelCamErr code = ZelErr::kOk;
+    ZelCam::Device* const device = system.openDevice(info, 2, &code);
+    EXPECT_EQ(device == nullptr, code != ZelErr::kOk);
+    EXPECT_LE(code, ZelErr::kOk);
+    if (device == nullptr) {
+        return;
+    }
+    device->RegisterEvent(
+        1, [](const void*, std::uint64_t, void*) {}, nullptr);
+    if (ZelGenParam::Array* const camera = device->GetCameraParameters(&code)) {
+        camera->SetIntegerValue("Width", 64);
+        camera->SetIntegerValue("Height", 32);
+        camera->SetBooleanValue("ChunkModeActive", true);
+        camera->ExecuteCommand("TestEventGenerate");
+    }
+    if (ZelCam::Stream* const stream = device->GetStreamByIndex(0)) {
+        stream->AllocBufferQueue(nullptr, 3);
+        stream->StartAcquisition(ZelCam::kInfinite, 0);
+        for (int i = 0; i < 10; ++i) {
+            ZelCam::Buffer* const buffer = stream->GetBuffer(20, &code);
+            if (buffer == nullptr) {
+                continue;
+            }
+            // The bytes that are told lie in memory that is there.
+            const auto* bytes = static_cast<const unsigned char*>(buffer->GetBufferPtr());
+            std::string copy(reinterpret_cast<const char*>(bytes + buffer->GetImageOffset()),
+                             buffer->GetBufferSize());
+            buffer->GetImage();
+            stream->QueueBuffer(buffer);
+        }
+        stream->FlushBuffers(4);
+        stream->StopAcquisition(0);
+        stream->ReleaseBufferQueue();
+    }
+    device->Release();
+}
+
+TEST(HostileTest, NoAnswerCrashesUsAndAnHonestProducerWorksAfterwards)
+{
+    core::SystemImpl& system = systemOver(hostileTable(sharedTable()));
+    constexpr std::uint64_t kRounds = 24;
+    for (std::uint64_t seed = 1; seed <= kRounds; ++seed) {
+        const std::uint64_t before = spoiltCalls();
+        setHostility(seed % 4 == 0 ? 200 : 10, seed);
+        useEverything(system);
+        EXPECT_GT(spoiltCalls(), before) << seed;
+    }
+    setHostility(0, 1);
+    OpenDevice open(sharedTable());
+    ASSERT_TRUE(open.hasStream());
+    open.start();
+    EXPECT_NE(open.next(), nullptr);
+}
+
+} // namespace
+} // namespace gentl_test
