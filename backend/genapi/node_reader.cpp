@@ -261,6 +261,8 @@ bool NodeReader::readChild(NodeDescription* node, const xmlNode* child)
             {ReferenceKind::kAddress, inlineFormulas_.at(child), Aspect::kValue});
         return true;
     }
+    if ((tag == "Constant" || tag == "Expression") && attributeOf(child, "Name").empty())
+        return false;
     const std::string text = textOf(child);
     return readSimple(node, tag, text) && readNumber(node, tag, text);
 }
@@ -381,8 +383,12 @@ bool NodeReader::readReference(std::vector<Reference>* references, const xmlNode
     const ReferenceKind kind = referenceKindOf(tagOf(element));
     if (!addReference(references, kind, textOf(element)))
         return false;
-    if (kind == ReferenceKind::kVariable)
-        references->back().aspect = aspectOf(attributeOf(element, "Name"));
+    if (kind == ReferenceKind::kVariable) {
+        const std::string variable = attributeOf(element, "Name");
+        if (variable.empty())
+            return false;
+        references->back().aspect = aspectOf(variable);
+    }
     const std::string offset = attributeOf(element, "pOffset");
     return kind != ReferenceKind::kIndex || offset.empty() ||
            addReference(references, kind, offset);

@@ -243,9 +243,10 @@ void silenceAravis()
     static std::once_flag once;
     std::call_once(once, [] {
         const auto drop = [](const char*, GLogLevelFlags, const char*, void*) {};
-        g_log_set_handler("Aravis",
-                          static_cast<GLogLevelFlags>(G_LOG_LEVEL_MASK & ~G_LOG_FLAG_FATAL), drop,
-                          nullptr);
+        const auto levels = static_cast<GLogLevelFlags>(G_LOG_LEVEL_MASK & ~G_LOG_FLAG_FATAL);
+        // Aravis names no domain; what has another one belongs to somebody else.
+        g_log_set_handler(nullptr, levels, drop, nullptr);
+        g_log_set_handler("Aravis", levels, drop, nullptr);
     });
 }
 

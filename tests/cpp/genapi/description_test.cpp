@@ -113,6 +113,12 @@ std::vector<BrokenCase> brokenDescriptions()
          "depends on"},
         {"minimum is no number",
          describe("<Integer Name=\"A\"><Value>1</Value><Min>few</Min></Integer>", {"A"}), "Min"},
+        {"variable without a name",
+         describe("<IntSwissKnife Name=\"A\"><pVariable>B</pVariable><Formula>1</Formula>"
+                  "</IntSwissKnife>" +
+                      intReg("B", "0"),
+                  {"A"}),
+         "pVariable"},
         {"entry without value",
          describe("<Enumeration Name=\"E\"><EnumEntry Name=\"One\"/><Value>1</Value>"
                   "</Enumeration>",
