@@ -1,5 +1,6 @@
 #include "frame_kernels.h"
 
+#include <cmath>
 #include <cstring>
 
 // Compiled once per instruction set: this file includes itself.
@@ -237,13 +238,13 @@ constexpr double kRed = 0.299;
 constexpr double kGreen = 0.587;
 constexpr double kBlue = 0.114;
 
-constexpr std::uint16_t fraction(double value)
+std::uint16_t fraction(double value)
 {
-    return static_cast<std::uint16_t>(value * 65536.0 + 0.5);
+    return static_cast<std::uint16_t>(std::lround(value * 65536.0));
 }
 
 // `lumaScale` and `chromaScale`: output steps per input step over the whole range.
-constexpr ColourWeights weightsFor(double lumaScale, double chromaScale, std::uint16_t black)
+ColourWeights weightsFor(double lumaScale, double chromaScale, std::uint16_t black)
 {
     constexpr std::uint16_t kHalf = 128;
     constexpr std::uint16_t kMiddle = 128 * 256 + kHalf;
@@ -262,8 +263,8 @@ constexpr ColourWeights weightsFor(double lumaScale, double chromaScale, std::ui
             lumaScale < 1.0 ? fraction(lumaScale) : std::uint16_t{0}};
 }
 
-constexpr ColourWeights kFull = weightsFor(1.0, 1.0, 0);
-constexpr ColourWeights kLimited = weightsFor(219.0 / 255.0, 224.0 / 255.0, 16);
+const ColourWeights kFull = weightsFor(1.0, 1.0, 0);
+const ColourWeights kLimited = weightsFor(219.0 / 255.0, 224.0 / 255.0, 16);
 
 } // namespace
 

@@ -46,7 +46,7 @@ void fillPalette(unsigned char* palette)
 {
     for (unsigned gray = 0; gray < kPaletteSize; ++gray) {
         const std::uint32_t entry = 0xFF000000U | gray * 0x010101U;
-        std::memcpy(palette + 4 * gray, &entry, sizeof entry);
+        std::memcpy(palette + std::size_t{4} * gray, &entry, sizeof entry);
     }
 }
 
