@@ -174,7 +174,7 @@ constexpr bool rowsAgreeWithTheirCodes()
             return false;
         }
         for (std::uint32_t j = 0; isRgb && j < row.components; ++j) {
-            if (row.indexOf(row.layout[2 * j]) != static_cast<std::int32_t>(j)) {
+            if (row.indexOf(row.layout[std::size_t{2} * j]) != static_cast<std::int32_t>(j)) {
                 return false;
             }
         }
