@@ -19,11 +19,13 @@
 extern "C" __attribute__((visibility("default"))) const char* __lsan_default_suppressions();
 extern "C" const char* __lsan_default_suppressions() { return "leak:libx265.so"; }
 
-// Encoders that were not built for this look bring their own locks, which it cannot see.
+// Encoders that were not built for this look count references and wait on each other in ways that
+// it cannot see.
 extern "C" __attribute__((visibility("default"))) const char* __tsan_default_suppressions();
 extern "C" const char* __tsan_default_suppressions()
 {
-    return "race:libx265.so\nrace:libx264.so\nrace:libSvtAv1Enc.so\nrace:libvpx.so";
+    return "race:libavcodec.so\nrace:libx265.so\nrace:libx264.so\nrace:libSvtAv1Enc.so\nrace:"
+           "libvpx.so";
 }
 
 namespace
