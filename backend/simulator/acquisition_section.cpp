@@ -24,6 +24,7 @@ enum Status : std::int64_t {
 
 constexpr double kDefaultFrameRate = 50.0;
 constexpr double kLowestFrameRate = 0.01;
+constexpr std::uint64_t kPatienceNs = 500000000;
 
 } // namespace
 
@@ -323,8 +324,9 @@ FramePlan AcquisitionSection::next()
         exposureNs() + std::max(timing_.readoutNs(), timing_.transferNs());
     const std::uint64_t period = periodNs();
     const std::uint64_t now = context_.now();
-    // A host that cannot keep up gets fewer frames, not a burst of late ones.
-    if (startNs + latency + period < now) {
+    // A host that was held up gets the frames of that time late, and the rate stays exact; one that
+    // cannot keep up at all gets fewer frames.
+    if (startNs + latency + std::max(period, kPatienceNs) < now) {
         startNs = now - latency;
     }
     plan.expose = true;
