@@ -31,7 +31,9 @@ ZEL_API ZelCamErr ZelImageSerializer_Save(ZelImageSerializer* serializer, const 
                                           const char* fileName);
 
 /// Starts a movie for images like `image` (Mono8, RGB8 or BGR8), container chosen by the extension
-/// (avi, mkv, mp4, mov, webm), `framesPerSecond` above 0. An unfinished movie is finished first.
+/// (avi, mkv, mp4, mov, webm), `framesPerSecond` from 0.001 to 1000 (mp4, mov: 65535). An
+/// unfinished movie is finished first. The file can be played up to its last frames even if the
+/// process dies; a failed start leaves no file.
 /// Codes as for Save; -40007 also for a compressor that is unknown or does not fit the container.
 ZEL_API ZelCamErr ZelImageSerializer_StartMovieRecord(ZelImageSerializer* serializer,
                                                       const ZelImage* image, const char* fileName,
