@@ -50,15 +50,26 @@ GentlInterface::GentlInterface(const Api& api, Handle system, std::string interf
     type_ = interfaceType(interfaceText(kInterfaceInfoTlType).value_or(""));
 }
 
+void GentlInterface::refresh()
+{
+    const std::string text = interfaceText(kInterfaceInfoDisplayName).value_or("");
+    const std::lock_guard<std::mutex> guard(descriptionMutex_);
+    description_ = text.empty() ? interfaceId_ : text;
+}
+
 std::string GentlInterface::id() { return api_.name() + "/" + interfaceId_; }
 
 std::string GentlInterface::description()
 {
-    const std::string text = interfaceText(kInterfaceInfoDisplayName).value_or("");
-    return text.empty() ? interfaceId_ : text;
+    const std::lock_guard<std::mutex> guard(descriptionMutex_);
+    return description_;
 }
 
-std::int32_t GentlInterface::type() { return type_ != 0 ? type_ : ZelCam::kHdSdi; }
+std::int32_t GentlInterface::type()
+{
+    const std::int32_t known = type_;
+    return known != 0 ? known : ZelCam::kHdSdi;
+}
 
 genapi::FeatureSource* GentlInterface::features()
 {

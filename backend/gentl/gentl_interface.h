@@ -6,9 +6,11 @@
 #include "gentl/ip_features.h"
 #include "gentl/port.h"
 
+#include <atomic>
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
@@ -21,6 +23,10 @@ class GentlInterface final : public core::TransportInterface
 {
 public:
     GentlInterface(const Api& api, Handle system, std::string interfaceId, bool simulated);
+
+    /// Reads again what the system tells of the interface. Serialised by the provider, because the
+    /// producer's list must not be updated meanwhile.
+    void refresh();
 
     std::string id() override;
     std::string description() override;
@@ -45,7 +51,9 @@ private:
     const Handle system_;
     const std::string interfaceId_;
     const bool simulated_;
-    std::int32_t type_ = 0; ///< 0 until it is known.
+    std::atomic<std::int32_t> type_{0}; ///< 0 until it is known.
+    std::mutex descriptionMutex_;
+    std::string description_;
     Handle handle_ = nullptr;
     std::unique_ptr<Port> port_;
     std::unique_ptr<IpFeatures> ip_;

@@ -56,6 +56,7 @@ std::vector<core::TransportInterface*> GentlProvider::updateInterfaces()
         if (interface == nullptr) {
             interface = std::make_unique<GentlInterface>(*api_, system_, *id, simulated_);
         }
+        interface->refresh();
         if (std::find(present.begin(), present.end(), interface.get()) == present.end()) {
             present.push_back(interface.get());
         }
