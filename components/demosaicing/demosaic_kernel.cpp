@@ -223,7 +223,7 @@ HWY_INLINE ByteVector pack(SampleVector low, SampleVector high)
 {
 #if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX2
     return ByteVector{_mm256_packus_epi16(low.raw, high.raw)};
-#elif HWY_ARCH_X86
+#elif HWY_ARCH_X86 && HWY_TARGET <= HWY_SSSE3
     return ByteVector{_mm_packus_epi16(low.raw, high.raw)};
 #else
     const hn::Half<Bytes> half;

@@ -17,9 +17,9 @@ namespace
 
 using namespace ZelComponents;
 
-constexpr std::size_t kMaxThreads = 8;               // More only wait for memory.
-constexpr std::size_t kPixelsPerThread = 256 * 1024; // Less is done before another thread wakes up.
-constexpr std::size_t kBandRows = 64;                // Even, as rows are made in pairs.
+constexpr std::size_t kMaxThreads = 8;           // More only wait for memory.
+constexpr std::size_t kPixelsPerThread = 262144; // Less is done before another thread wakes up.
+constexpr std::size_t kBandRows = 64;            // Even, as rows are made in pairs.
 
 struct Task {
     SourcePlane source;
@@ -30,7 +30,7 @@ struct Task {
 
 bool isBeyondCaches(const TargetPlane& target)
 {
-    constexpr std::size_t kCacheBytes = 8 * 1024 * 1024;
+    constexpr std::size_t kCacheBytes = std::size_t{8} * 1024 * 1024;
     return target.rowBytes() * target.height > kCacheBytes;
 }
 

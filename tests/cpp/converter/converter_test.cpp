@@ -117,7 +117,7 @@ TEST_F(Converter, WeighsColoursIntoLuma)
                       return std::abs(target.row(y)[x] - lumaOf(source, x, y)) <= 0.51;
                   });
         GuardedImage greys(from, 256, 1);
-        for (std::size_t i = 0; i < 3 * 256; ++i) {
+        for (std::size_t i = 0; i < 768; ++i) {
             greys.row(0)[i] = static_cast<std::uint8_t>(i / 3);
         }
         GuardedImage target(ZelPixel::kMono8, 256, 1);

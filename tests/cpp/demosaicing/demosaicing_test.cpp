@@ -22,21 +22,24 @@ protected:
         return ZelBayer_ConvertImage(bayer_.get(), &mosaic.image, &target.image);
     }
 
-    void check(const GuardedImage& mosaic, const std::string& order, GuardedImage& target)
+    void check(const GuardedImage& mosaic, const std::string& order, GuardedImage& target,
+               std::size_t rowStep = 1)
     {
+        const Reference reference(mosaic, order);
         ASSERT_EQ(convert(mosaic, target), ZelErr::kOk);
         ASSERT_TRUE(target.isIntact());
         const std::size_t red = target.image.pixelType == ZelPixel::kRGB8 ? 0 : 2;
-        for (std::size_t y = 0; y < mosaic.image.size.height; ++y) {
+        for (std::size_t y = 0; y < mosaic.image.size.height; y += rowStep) {
             for (std::size_t x = 0; x < mosaic.image.size.width; ++x) {
                 const std::uint8_t* const pixel = target.row(y) + 3 * x;
                 const std::array<std::uint8_t, 3> rgb = {pixel[red], pixel[1], pixel[2 - red]};
-                ASSERT_EQ(rgb, referencePixel(mosaic, order, x, y)) << "at " << x << ", " << y;
+                ASSERT_EQ(rgb, reference.pixel(x, y)) << "at " << x << ", " << y;
             }
         }
     }
 
-    void checkRandom(std::size_t order, unsigned depth, ZelSize size, std::size_t padding)
+    void checkRandom(std::size_t order, unsigned depth, ZelSize size, std::size_t padding,
+                     std::size_t rowStep = 1)
     {
         SCOPED_TRACE(testing::Message() << kOrders[order] << depth << ", " << size.width << " x "
                                         << size.height << ", padding " << padding);
@@ -46,7 +49,7 @@ protected:
         mosaic.fillWithSamples(random_);
         const ZelPixelType type = random_() % 2 == 0 ? ZelPixel::kRGB8 : ZelPixel::kBGR8;
         GuardedImage target(type, size.width, size.height, padding, placement);
-        check(mosaic, kOrders[order], target);
+        check(mosaic, kOrders[order], target, rowStep);
     }
 
     std::unique_ptr<ZelBayer, Delete> bayer_{ZelBayer_CreateComponent()};
@@ -77,15 +80,15 @@ TEST_F(Demosaicing, EqualsThePlainFiltersOnEveryInstructionSet)
 TEST_F(Demosaicing, SharesLargeImagesBetweenThreads)
 {
     for (const unsigned depth : {8U, 12U}) {
-        checkRandom(1, depth, ZelSize{1283, 517}, 0);
-        checkRandom(2, depth, ZelSize{516, 1284}, 1);
+        checkRandom(1, depth, ZelSize{1283, 517}, 0, 3);
+        checkRandom(2, depth, ZelSize{516, 1284}, 1, 3);
     }
 }
 
 TEST_F(Demosaicing, TakesAMonoImageWithAMosaic)
 {
     GuardedImage mosaic(ZelPixel::kMono12, 33, 7);
-    for (std::size_t i = 0; i < 33 * 7; ++i) {
+    for (std::size_t i = 0; i < 231; ++i) {
         mosaic.setWord(i % 33, i / 33, random_() % 1024);
     }
     GuardedImage target(ZelPixel::kBGR8, 33, 7);
@@ -105,7 +108,7 @@ TEST_F(Demosaicing, LimitsWordsAboveTheirDepth)
         SCOPED_TRACE(name);
         for (const unsigned depth : {10U, 12U, 14U, 16U}) {
             GuardedImage mosaic(bayerType(0, depth), 70, 5);
-            for (std::size_t i = 0; i < 70 * 5; ++i) {
+            for (std::size_t i = 0; i < 350; ++i) {
                 mosaic.setWord(i % 70, i / 70, random_() % 2 == 0 ? 0xFFFF : 0);
             }
             GuardedImage target(ZelPixel::kRGB8, 70, 5);

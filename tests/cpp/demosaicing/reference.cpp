@@ -1,5 +1,7 @@
 #include "reference.h"
 
+#include <utility>
+
 namespace ImageTests
 {
 
@@ -54,36 +56,40 @@ ZelPixelType bayerType(std::size_t order, unsigned depth)
     return kFirst[(depth - 8) / 2] + static_cast<ZelPixelType>(order);
 }
 
-int reflectedSample(const GuardedImage& mosaic, std::ptrdiff_t x, std::ptrdiff_t y)
-{
-    const std::size_t column = reflect(x, mosaic.image.size.width);
-    const std::size_t row = reflect(y, mosaic.image.size.height);
-    return mosaic.image.bitsPerComponent == 8 ? mosaic.row(row)[column]
-                                              : static_cast<int>(mosaic.word(column, row));
-}
-
-std::array<std::uint8_t, 3> referencePixel(const GuardedImage& mosaic, const std::string& order,
-                                           std::size_t x, std::size_t y)
+Reference::Reference(const GuardedImage& mosaic, std::string order)
+    : order_(std::move(order)), toEight_(mosaic.image.bitsPerComponent == 8 ? 4 : 6),
+      stride_(mosaic.image.size.width + 4)
 {
     const int depth = static_cast<int>(mosaic.image.bitsPerComponent);
     const int toTen = std::max(depth - 10, 0);
-    const int toEight = depth == 8 ? 4 : 6; // From sixteenths of 8 or 10 bits.
+    const ZelSize size = mosaic.image.size;
+    for (std::size_t row = 0; row < size.height + 4U; ++row) {
+        const std::size_t y = reflect(static_cast<std::ptrdiff_t>(row) - 2, size.height);
+        for (std::size_t column = 0; column < stride_; ++column) {
+            const std::size_t x = reflect(static_cast<std::ptrdiff_t>(column) - 2, size.width);
+            const int sample =
+                depth == 8
+                    ? int{mosaic.row(y)[x]}
+                    : std::min((static_cast<int>(mosaic.word(x, y)) + (1 << toTen) / 2) >> toTen,
+                               1023);
+            samples_.push_back(sample);
+        }
+    }
+}
+
+std::array<std::uint8_t, 3> Reference::pixel(std::size_t x, std::size_t y) const
+{
     std::array<std::uint8_t, 3> pixel{};
     for (std::size_t i = 0; i < 3; ++i) {
-        const Filter& filter = filterFor("RGB"[i], order, x, y);
+        const Filter& filter = filterFor("RGB"[i], order_, x, y);
         int sum = 0;
-        for (int dy = -2; dy <= 2; ++dy) {
-            for (int dx = -2; dx <= 2; ++dx) {
-                int sample = reflectedSample(mosaic, static_cast<std::ptrdiff_t>(x) + dx,
-                                             static_cast<std::ptrdiff_t>(y) + dy);
-                if (depth > 8) {
-                    sample = std::min((sample + (1 << toTen) / 2) >> toTen, 1023);
-                }
-                sum += filter[static_cast<std::size_t>(dy + 2)][static_cast<std::size_t>(dx + 2)] *
-                       sample;
+        for (std::size_t row = 0; row < 5; ++row) {
+            const int* const samples = &samples_[(y + row) * stride_ + x];
+            for (std::size_t column = 0; column < 5; ++column) {
+                sum += filter[row][column] * samples[column];
             }
         }
-        const int rounded = (sum + (1 << (toEight - 1))) >> toEight;
+        const int rounded = (sum + (1 << (toEight_ - 1))) >> toEight_;
         pixel[i] = static_cast<std::uint8_t>(std::clamp(rounded, 0, 255));
     }
     return pixel;
