@@ -36,8 +36,8 @@ public:
     bool receive(Clock::time_point deadline, gvcp::Bytes* buffer, gvcp::Packet* packet,
                  std::uint32_t* from = nullptr, std::uint16_t* fromPort = nullptr);
 
-    /// Asks every device that the adapter reaches, twice because a packet may get lost, and collects
-    /// the answers for `wait`.
+    /// Asks every device that the adapter reaches, twice because a packet may get lost, and
+    /// collects the answers for `wait`.
     std::vector<gvcp::DiscoveryRecord> discover(std::uint32_t broadcast,
                                                 std::chrono::milliseconds wait);
     /// Reads a register of a device; false: no answer or refused.
