@@ -1,5 +1,7 @@
 #include "converter/convert_kernel.h"
 
+#include "common/vector_targets.h"
+
 #include <algorithm>
 #include <cstring>
 

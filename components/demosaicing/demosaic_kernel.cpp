@@ -1,5 +1,7 @@
 #include "demosaicing/demosaic_kernel.h"
 
+#include "common/vector_targets.h"
+
 #include <algorithm>
 #include <cstring>
 
@@ -114,26 +116,21 @@ struct CentreSums : RowSums {
 
 HWY_INLINE RowSums rowSums(const SplitRow& row, std::size_t k)
 {
-    RowSums sums;
-    sums.even = load(row.even + k);
-    sums.odd = load(row.odd + k);
-    sums.besideEven = hn::Add(load(row.odd + k - 1), sums.odd);
-    sums.besideOdd = hn::Add(sums.even, load(row.even + k + 1));
-    return sums;
+    const SampleVector even = load(row.even + k);
+    const SampleVector odd = load(row.odd + k);
+    return RowSums{even, odd, hn::Add(load(row.odd + k - 1), odd),
+                   hn::Add(even, load(row.even + k + 1))};
 }
 
 HWY_INLINE CentreSums centreSums(const SplitRow& row, std::size_t k)
 {
-    CentreSums sums;
-    sums.even = load(row.even + k);
-    sums.odd = load(row.odd + k);
+    const SampleVector even = load(row.even + k);
+    const SampleVector odd = load(row.odd + k);
     const SampleVector evenAfter = load(row.even + k + 1);
     const SampleVector oddBefore = load(row.odd + k - 1);
-    sums.besideEven = hn::Add(oddBefore, sums.odd);
-    sums.besideOdd = hn::Add(sums.even, evenAfter);
-    sums.twoBesideEven = hn::Add(load(row.even + k - 1), evenAfter);
-    sums.twoBesideOdd = hn::Add(oddBefore, load(row.odd + k + 1));
-    return sums;
+    return CentreSums{{even, odd, hn::Add(oddBefore, odd), hn::Add(even, evenAfter)},
+                      hn::Add(load(row.even + k - 1), evenAfter),
+                      hn::Add(oddBefore, load(row.odd + k + 1))};
 }
 
 // What surrounds the pixels of one parity.

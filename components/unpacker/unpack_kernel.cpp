@@ -1,5 +1,7 @@
 #include "unpacker/unpack_kernel.h"
 
+#include "common/vector_targets.h"
+
 #include <cstring>
 
 #undef HWY_TARGET_INCLUDE
