@@ -127,11 +127,11 @@ std::vector<InterfaceConfig> defaultInterfaces()
     return {gige, usb, cameraLink, coaxPress, sdi};
 }
 
-std::vector<InterfaceConfig> interfacesFromEnvironment(std::string* error)
+std::vector<InterfaceConfig> interfacesFromEnvironment(std::string* error, bool offHides)
 {
     const char* setting = std::getenv("ZELCAM_SIMULATOR");
     const std::string text = setting == nullptr ? "" : setting;
-    if (text.empty() || text == "on") {
+    if (text.empty() || text == "on" || (text == "off" && !offHides)) {
         return defaultInterfaces();
     }
     if (text == "off") {

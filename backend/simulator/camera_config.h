@@ -55,10 +55,11 @@ std::vector<std::string> defaultPixelFormats(SensorKind sensor);
 /// 1920x1080 colour one.
 std::vector<InterfaceConfig> defaultInterfaces();
 
-/// What ZELCAM_SIMULATOR asks for: unset or "on": the built-in interfaces; "off": none; a file
-/// name: the JSON description in it. A file that cannot be read or has a mistake gives no
-/// interfaces and a text in `*error` that names file, place and mistake.
-std::vector<InterfaceConfig> interfacesFromEnvironment(std::string* error);
+/// What ZELCAM_SIMULATOR asks for: unset or "on": the built-in interfaces; "off": none, or the
+/// built-in ones unless `offHides`; a file name: the JSON description in it. A file that cannot be
+/// read or has a mistake gives no interfaces and a text in `*error` that names file, place and
+/// mistake.
+std::vector<InterfaceConfig> interfacesFromEnvironment(std::string* error, bool offHides = true);
 
 /// Reads a JSON description (see docs/simulator.md).
 std::vector<InterfaceConfig> interfacesFromFile(const std::string& fileName, std::string* error);

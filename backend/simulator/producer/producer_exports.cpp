@@ -1,5 +1,6 @@
 // The producer's functions as the C symbols of a loadable file.
 #include "simulator/producer/producer_functions.h"
+#include "simulator/producer/system_module.h"
 #include "zel_export.h"
 
 using namespace gentl; // NOLINT: the C names of a foreign interface
@@ -7,7 +8,11 @@ namespace api = simulator::producer::api;
 
 extern "C" {
 
-ZEL_API Error GCInitLib() { return api::GCInitLib(); }
+ZEL_API Error GCInitLib()
+{
+    simulator::producer::showCamerasWhenOff();
+    return api::GCInitLib();
+}
 
 ZEL_API Error GCCloseLib() { return api::GCCloseLib(); }
 

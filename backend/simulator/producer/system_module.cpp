@@ -7,6 +7,7 @@
 
 #include <dlfcn.h>
 
+#include <atomic>
 #include <cstdio>
 #include <set>
 #include <utility>
@@ -16,6 +17,8 @@ namespace simulator::producer
 
 namespace
 {
+
+std::atomic<bool> offHides{true};
 
 ModuleIdentity identity()
 {
@@ -41,7 +44,7 @@ std::string uniqueId(const std::string& wanted, std::set<std::string>* taken)
 std::vector<std::shared_ptr<const SimulatedInterface>> plugTogether()
 {
     std::string error;
-    const std::vector<InterfaceConfig> configs = interfacesFromEnvironment(&error);
+    const std::vector<InterfaceConfig> configs = interfacesFromEnvironment(&error, offHides.load());
     if (!error.empty()) {
         std::fprintf(stderr, "simulated cameras: %s\n", error.c_str());
     }
@@ -74,6 +77,8 @@ std::string ownPath()
 }
 
 } // namespace
+
+void showCamerasWhenOff() { offHides = false; }
 
 InfoValue producerInfo(std::int32_t command)
 {

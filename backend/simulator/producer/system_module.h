@@ -49,6 +49,10 @@ private:
     std::map<std::string, std::shared_ptr<InterfaceModule>> open_; ///< Under the tree lock.
 };
 
+/// For the producer as a file: whoever loads it by name wants cameras, so ZELCAM_SIMULATOR=off
+/// means the built-in ones there. To be called before the system opens.
+void showCamerasWhenOff();
+
 /// Answers GCGetInfo and TLGetInfo. Throws Failure -1009 for unknown commands.
 InfoValue producerInfo(std::int32_t command);
 
