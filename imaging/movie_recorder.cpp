@@ -130,42 +130,39 @@ bool MovieRecorder::append(const ZelImage& source, ZelCamErr& lastError)
         }
         image = unpacked_.get();
     }
-    if (!bringIntoFrame(source, *image, lastError)) {
+    if (!bringIntoFrame(source, *image)) {
         return false;
     }
-    lastError = ZelImageSerializer_Save(serializer, frame_.get(), nullptr);
+    // What does not fit left the frame image as it was: it is not recorded a second time.
+    lastError = fits(source) ? ZelImageSerializer_Save(serializer, frame_.get(), nullptr)
+                             : ZelErr::kInvalidArgument;
     if (lastError != ZelErr::kOk) {
         binding::reportComponentFailure("ZelImageSerializer_Save failed.  error code", lastError);
     }
     return lastError == ZelErr::kOk;
 }
 
-bool MovieRecorder::bringIntoFrame(const ZelImage& source, const ZelImage& image,
-                                   ZelCamErr& lastError)
+bool MovieRecorder::fits(const ZelImage& source) const
 {
-    ZelCamErr code = ZelErr::kOk;
+    return source.size.width == frame_->size.width && source.size.height == frame_->size.height &&
+           frame_->pixelType == frameTypeFor(source.pixelType);
+}
+
+bool MovieRecorder::bringIntoFrame(const ZelImage& source, const ZelImage& image)
+{
     if (ZelPixel::family(source.pixelType) == ZelPixel::kFamilyBayer) {
-        code = ZelBayer_ConvertImage(components_.bayer(), &image, frame_.get());
+        const ZelCamErr code = ZelBayer_ConvertImage(components_.bayer(), &image, frame_.get());
         if (code != ZelErr::kOk) {
             binding::reportComponentFailure("ZelBayer_ConvertImage failed, error code", code);
         }
     } else if (isMono(source.pixelType)) {
-        code = ZelImageConverter_ConvertImage(components_.converter(), &image, frame_.get());
-        if (code != ZelErr::kOk) {
-            binding::reportComponentFailure("ZelImageConverter_ConvertImage failed, error code",
-                                            code);
-        }
+        // As for pictures, only the writer's code decides.
+        ZelImageConverter_ConvertImage(components_.converter(), &image, frame_.get());
     } else {
         binding::report("Error, not supported pixel type\n");
         return false;
     }
-    const bool fits = source.size.width == frame_->size.width &&
-                      source.size.height == frame_->size.height &&
-                      frame_->pixelType == frameTypeFor(source.pixelType);
-    if (code != ZelErr::kOk) {
-        lastError = code;
-    }
-    return code == ZelErr::kOk || fits;
+    return true;
 }
 
 bool MovieRecorder::finish(ZelCamErr& lastError)

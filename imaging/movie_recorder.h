@@ -37,7 +37,8 @@ public:
     bool finish(ZelCamErr& lastError);
 
 private:
-    bool bringIntoFrame(const ZelImage& source, const ZelImage& image, ZelCamErr& lastError);
+    bool bringIntoFrame(const ZelImage& source, const ZelImage& image);
+    bool fits(const ZelImage& source) const;
 
     Components& components_;
     OwnedImage frame_;    ///< What the serializer gets; null when no movie is open.

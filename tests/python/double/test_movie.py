@@ -186,7 +186,7 @@ def test_failures_of_a_frame(double, fetched, messages):
     frame(double, 0x030C1322)
     start(fetched)
     double.answer("ZelBayer_ConvertImage", -40007)
-    zel.PySaveMovieFrame(fetched)
+    assert zel.PySaveMovieFrame(fetched) is True and zel.GetLastError() == 0, "recorded all the same"
     assert messages() == b"ZelBayer_ConvertImage failed, error code: 0xFFFF63B9\n"
     double.answer("ZelBayer_ConvertImage", 0)
     double.answer("ZelImageSerializer_Save", -40003)
@@ -204,6 +204,13 @@ def test_failures_of_a_frame(double, fetched, messages):
     zel.PyFinishRecord()
     assert sorted(story(double)) == [("FinishRecord",), ("ReleaseImage", "image1"),
                                      ("ReleaseImage", "image2")]
+
+
+def test_only_the_writer_decides_for_mono(double, fetched, messages):
+    frame(double, MONO12)
+    start(fetched)
+    double.answer("ZelImageConverter_ConvertImage", -40007)
+    assert zel.PySaveMovieFrame(fetched) is True and zel.GetLastError() == 0
 
 
 @pytest.mark.parametrize("pixel_type", [RGB8, BGR8, 0x010C2307, 0x05100180, *NONSENSE])
