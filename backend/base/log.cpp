@@ -77,7 +77,7 @@ const char* nameOf(LogChannel channel)
 void writeLine(LogChannel channel, const char* format, std::va_list arguments)
 {
     char text[2048];
-    std::vsnprintf(text, sizeof text, format, arguments);
+    std::vsnprintf(text, sizeof text, format, arguments); // NOLINT(clang-analyzer-valist.*)
     std::timespec now{};
     std::timespec_get(&now, TIME_UTC);
     std::tm calendar{};

@@ -18,7 +18,7 @@ using Guard = std::lock_guard<std::mutex>;
 namespace
 {
 // Large transfers go in pieces, so that `written` tells how far a failing one came.
-constexpr std::int64_t kPiece = 64 * 1024;
+constexpr std::int64_t kPiece = 65'536;
 } // namespace
 
 DeviceImpl::DeviceImpl(DeviceInfoImpl& info)

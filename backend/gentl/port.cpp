@@ -15,7 +15,7 @@ namespace gentl
 namespace
 {
 
-constexpr std::size_t kPiece = 64 * 1024; // Some transports take no more in one call.
+constexpr std::size_t kPiece = 65'536; // Some transports take no more in one call.
 constexpr std::uint64_t kMaxDescription = 64ULL << 20U;
 constexpr std::uint32_t kMaxUrls = 16;
 
