@@ -6,69 +6,89 @@
 namespace simulator
 {
 
+namespace
+{
+
+void addLibrary(gentl::FunctionTable* table)
+{
+    table->GCInitLib = &producer::api::GCInitLib;
+    table->GCCloseLib = &producer::api::GCCloseLib;
+    table->GCGetInfo = &producer::api::GCGetInfo;
+    table->GCGetLastError = &producer::api::GCGetLastError;
+    table->GCReadPort = &producer::api::GCReadPort;
+    table->GCWritePort = &producer::api::GCWritePort;
+    table->GCGetPortURL = &producer::api::GCGetPortURL;
+    table->GCGetPortInfo = &producer::api::GCGetPortInfo;
+    table->GCRegisterEvent = &producer::api::GCRegisterEvent;
+    table->GCUnregisterEvent = &producer::api::GCUnregisterEvent;
+    table->EventGetData = &producer::api::EventGetData;
+    table->EventGetDataInfo = &producer::api::EventGetDataInfo;
+    table->EventGetInfo = &producer::api::EventGetInfo;
+    table->EventFlush = &producer::api::EventFlush;
+    table->EventKill = &producer::api::EventKill;
+    table->GCGetNumPortURLs = &producer::api::GCGetNumPortURLs;
+    table->GCGetPortURLInfo = &producer::api::GCGetPortURLInfo;
+    table->GCReadPortStacked = &producer::api::GCReadPortStacked;
+    table->GCWritePortStacked = &producer::api::GCWritePortStacked;
+}
+
+void addModules(gentl::FunctionTable* table)
+{
+    table->TLOpen = &producer::api::TLOpen;
+    table->TLClose = &producer::api::TLClose;
+    table->TLGetInfo = &producer::api::TLGetInfo;
+    table->TLGetNumInterfaces = &producer::api::TLGetNumInterfaces;
+    table->TLGetInterfaceID = &producer::api::TLGetInterfaceID;
+    table->TLGetInterfaceInfo = &producer::api::TLGetInterfaceInfo;
+    table->TLOpenInterface = &producer::api::TLOpenInterface;
+    table->TLUpdateInterfaceList = &producer::api::TLUpdateInterfaceList;
+    table->IFClose = &producer::api::IFClose;
+    table->IFGetInfo = &producer::api::IFGetInfo;
+    table->IFGetNumDevices = &producer::api::IFGetNumDevices;
+    table->IFGetDeviceID = &producer::api::IFGetDeviceID;
+    table->IFUpdateDeviceList = &producer::api::IFUpdateDeviceList;
+    table->IFGetDeviceInfo = &producer::api::IFGetDeviceInfo;
+    table->IFOpenDevice = &producer::api::IFOpenDevice;
+    table->DevGetPort = &producer::api::DevGetPort;
+    table->DevGetNumDataStreams = &producer::api::DevGetNumDataStreams;
+    table->DevGetDataStreamID = &producer::api::DevGetDataStreamID;
+    table->DevOpenDataStream = &producer::api::DevOpenDataStream;
+    table->DevGetInfo = &producer::api::DevGetInfo;
+    table->DevClose = &producer::api::DevClose;
+    table->IFGetParentTL = &producer::api::IFGetParentTL;
+    table->DevGetParentIF = &producer::api::DevGetParentIF;
+}
+
+void addStream(gentl::FunctionTable* table)
+{
+    table->DSAnnounceBuffer = &producer::api::DSAnnounceBuffer;
+    table->DSAllocAndAnnounceBuffer = &producer::api::DSAllocAndAnnounceBuffer;
+    table->DSFlushQueue = &producer::api::DSFlushQueue;
+    table->DSStartAcquisition = &producer::api::DSStartAcquisition;
+    table->DSStopAcquisition = &producer::api::DSStopAcquisition;
+    table->DSGetInfo = &producer::api::DSGetInfo;
+    table->DSGetBufferID = &producer::api::DSGetBufferID;
+    table->DSClose = &producer::api::DSClose;
+    table->DSRevokeBuffer = &producer::api::DSRevokeBuffer;
+    table->DSQueueBuffer = &producer::api::DSQueueBuffer;
+    table->DSGetBufferInfo = &producer::api::DSGetBufferInfo;
+    table->DSGetBufferChunkData = &producer::api::DSGetBufferChunkData;
+    table->DSGetParentDev = &producer::api::DSGetParentDev;
+    table->DSGetNumBufferParts = &producer::api::DSGetNumBufferParts;
+    table->DSGetBufferPartInfo = &producer::api::DSGetBufferPartInfo;
+    table->DSGetBufferInfoStacked = &producer::api::DSGetBufferInfoStacked;
+    table->DSGetBufferPartInfoStacked = &producer::api::DSGetBufferPartInfoStacked;
+}
+
+} // namespace
+
 const gentl::FunctionTable& functionTable()
 {
     static const gentl::FunctionTable table = [] {
         gentl::FunctionTable functions;
-        functions.GCInitLib = &producer::api::GCInitLib;
-        functions.GCCloseLib = &producer::api::GCCloseLib;
-        functions.GCGetInfo = &producer::api::GCGetInfo;
-        functions.GCGetLastError = &producer::api::GCGetLastError;
-        functions.GCReadPort = &producer::api::GCReadPort;
-        functions.GCWritePort = &producer::api::GCWritePort;
-        functions.GCGetPortURL = &producer::api::GCGetPortURL;
-        functions.GCGetPortInfo = &producer::api::GCGetPortInfo;
-        functions.GCRegisterEvent = &producer::api::GCRegisterEvent;
-        functions.GCUnregisterEvent = &producer::api::GCUnregisterEvent;
-        functions.EventGetData = &producer::api::EventGetData;
-        functions.EventGetDataInfo = &producer::api::EventGetDataInfo;
-        functions.EventGetInfo = &producer::api::EventGetInfo;
-        functions.EventFlush = &producer::api::EventFlush;
-        functions.EventKill = &producer::api::EventKill;
-        functions.TLOpen = &producer::api::TLOpen;
-        functions.TLClose = &producer::api::TLClose;
-        functions.TLGetInfo = &producer::api::TLGetInfo;
-        functions.TLGetNumInterfaces = &producer::api::TLGetNumInterfaces;
-        functions.TLGetInterfaceID = &producer::api::TLGetInterfaceID;
-        functions.TLGetInterfaceInfo = &producer::api::TLGetInterfaceInfo;
-        functions.TLOpenInterface = &producer::api::TLOpenInterface;
-        functions.TLUpdateInterfaceList = &producer::api::TLUpdateInterfaceList;
-        functions.IFClose = &producer::api::IFClose;
-        functions.IFGetInfo = &producer::api::IFGetInfo;
-        functions.IFGetNumDevices = &producer::api::IFGetNumDevices;
-        functions.IFGetDeviceID = &producer::api::IFGetDeviceID;
-        functions.IFUpdateDeviceList = &producer::api::IFUpdateDeviceList;
-        functions.IFGetDeviceInfo = &producer::api::IFGetDeviceInfo;
-        functions.IFOpenDevice = &producer::api::IFOpenDevice;
-        functions.DevGetPort = &producer::api::DevGetPort;
-        functions.DevGetNumDataStreams = &producer::api::DevGetNumDataStreams;
-        functions.DevGetDataStreamID = &producer::api::DevGetDataStreamID;
-        functions.DevOpenDataStream = &producer::api::DevOpenDataStream;
-        functions.DevGetInfo = &producer::api::DevGetInfo;
-        functions.DevClose = &producer::api::DevClose;
-        functions.DSAnnounceBuffer = &producer::api::DSAnnounceBuffer;
-        functions.DSAllocAndAnnounceBuffer = &producer::api::DSAllocAndAnnounceBuffer;
-        functions.DSFlushQueue = &producer::api::DSFlushQueue;
-        functions.DSStartAcquisition = &producer::api::DSStartAcquisition;
-        functions.DSStopAcquisition = &producer::api::DSStopAcquisition;
-        functions.DSGetInfo = &producer::api::DSGetInfo;
-        functions.DSGetBufferID = &producer::api::DSGetBufferID;
-        functions.DSClose = &producer::api::DSClose;
-        functions.DSRevokeBuffer = &producer::api::DSRevokeBuffer;
-        functions.DSQueueBuffer = &producer::api::DSQueueBuffer;
-        functions.DSGetBufferInfo = &producer::api::DSGetBufferInfo;
-        functions.GCGetNumPortURLs = &producer::api::GCGetNumPortURLs;
-        functions.GCGetPortURLInfo = &producer::api::GCGetPortURLInfo;
-        functions.GCReadPortStacked = &producer::api::GCReadPortStacked;
-        functions.GCWritePortStacked = &producer::api::GCWritePortStacked;
-        functions.DSGetBufferChunkData = &producer::api::DSGetBufferChunkData;
-        functions.IFGetParentTL = &producer::api::IFGetParentTL;
-        functions.DevGetParentIF = &producer::api::DevGetParentIF;
-        functions.DSGetParentDev = &producer::api::DSGetParentDev;
-        functions.DSGetNumBufferParts = &producer::api::DSGetNumBufferParts;
-        functions.DSGetBufferPartInfo = &producer::api::DSGetBufferPartInfo;
-        functions.DSGetBufferInfoStacked = &producer::api::DSGetBufferInfoStacked;
-        functions.DSGetBufferPartInfoStacked = &producer::api::DSGetBufferPartInfoStacked;
+        addLibrary(&functions);
+        addModules(&functions);
+        addStream(&functions);
         return functions;
     }();
     return table;

@@ -16,7 +16,7 @@ BufferQueues::BufferQueues(HandleRegistry& handles)
 
 BufferQueues::~BufferQueues() = default;
 
-gentl::Handle BufferQueues::announce(std::shared_ptr<AnnouncedBuffer> buffer)
+gentl::Handle BufferQueues::announce(const Buffer& buffer)
 {
     const std::lock_guard lock(waitPoint_->mutex);
     if (closed_) {

@@ -49,7 +49,7 @@ public:
     // The consumer's side.
     /// Gives the buffer its handle. Throws Failure -1004 when the memory is announced already, or
     /// when buffers of the other kind (own or foreign memory) are, -1006 after clear().
-    gentl::Handle announce(std::shared_ptr<AnnouncedBuffer> buffer);
+    gentl::Handle announce(const std::shared_ptr<AnnouncedBuffer>& buffer);
     /// Throws Failure -1022 unless the buffer is announced only or delivered, -1006 when it is not
     /// of this stream.
     void revoke(const std::shared_ptr<AnnouncedBuffer>& buffer);

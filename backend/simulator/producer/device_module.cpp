@@ -77,8 +77,7 @@ std::shared_ptr<DeviceModule> DeviceModule::open(HandleRegistry& handles, gentl:
                                                  std::shared_ptr<CameraEndpoint> camera,
                                                  gentl::DeviceAccess access)
 {
-    const std::shared_ptr<DeviceModule> device(
-        new DeviceModule(handles, interface, camera, access));
+    std::shared_ptr<DeviceModule> device(new DeviceModule(handles, interface, camera, access));
     camera->attach(device, access);
     try {
         device->publish();

@@ -55,8 +55,7 @@ std::shared_ptr<InterfaceModule>
 InterfaceModule::open(HandleRegistry& handles, gentl::Handle system,
                       std::shared_ptr<const SimulatedInterface> plugs)
 {
-    const std::shared_ptr<InterfaceModule> opened(
-        new InterfaceModule(handles, system, std::move(plugs)));
+    std::shared_ptr<InterfaceModule> opened(new InterfaceModule(handles, system, std::move(plugs)));
     opened->publish();
     return opened;
 }

@@ -54,8 +54,8 @@ std::shared_ptr<StreamModule> StreamModule::open(HandleRegistry& handles,
                                                  const std::shared_ptr<DeviceModule>& device,
                                                  std::shared_ptr<CameraEndpoint> camera)
 {
-    const std::shared_ptr<StreamModule> stream(new StreamModule(
-        handles, device, std::move(camera), std::make_shared<BufferQueues>(handles)));
+    std::shared_ptr<StreamModule> stream(new StreamModule(handles, device, std::move(camera),
+                                                          std::make_shared<BufferQueues>(handles)));
     stream->publish();
     return stream;
 }

@@ -123,7 +123,7 @@ SystemModule::SystemModule(HandleRegistry& handles)
 
 std::shared_ptr<SystemModule> SystemModule::open(HandleRegistry& handles)
 {
-    const std::shared_ptr<SystemModule> system(new SystemModule(handles));
+    std::shared_ptr<SystemModule> system(new SystemModule(handles));
     system->publish();
     return system;
 }
