@@ -44,14 +44,4 @@ struct MosaicLayout {
 /// Writes three bytes for every pixel of both rows.
 void interpolateRows(const RowPair& pair, const MosaicLayout& layout);
 
-/// How samples lie in the source and become those of a SplitRow.
-struct SampleFormat {
-    std::size_t bytes; ///< 1, or 2 for little-endian words.
-    unsigned excess;   ///< Low bits of a word to be rounded away (0 to 6).
-};
-
-/// Splits `width` samples, which need no alignment. Words are limited to 10 bits.
-void splitRow(const std::uint8_t* source, std::size_t width, const SampleFormat& format,
-              std::int16_t* even, std::int16_t* odd);
-
 } // namespace ZelComponents

@@ -3,6 +3,7 @@
 
 #include "common/image_plane.h"
 #include "demosaicing/demosaic_kernel.h"
+#include "demosaicing/split_row.h"
 
 #include <array>
 #include <cstddef>
@@ -40,7 +41,8 @@ private:
 
 /// A window of six rows that moves down a mosaic. Beyond its borders the mosaic is reflected about
 /// the outermost samples (row -1 is row 1), which keeps the positions of the colours. A mosaic one
-/// sample wide or high is repeated instead.
+/// sample wide or high is repeated instead: it lacks a colour or two, and the colours that it has
+/// stand in for them, so that grey stays grey.
 class MosaicRows
 {
 public:
