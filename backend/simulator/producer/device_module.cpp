@@ -227,6 +227,13 @@ void DeviceModule::closeStream(StreamModule& stream)
     }
 }
 
+void DeviceModule::endSoon()
+{
+    if (const auto open = stream()) {
+        open->endSoon();
+    }
+}
+
 void DeviceModule::closeChildren()
 {
     if (const auto open = stream()) {

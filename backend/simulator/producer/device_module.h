@@ -44,6 +44,9 @@ public:
     /// The tree lock is held.
     void closeStream(StreamModule& stream);
 
+    /// Signals the stream to end: many are closed faster when all know it first.
+    void endSoon();
+
     // CameraSession
     void frameDue() override;
     void acquisitionStopped() override;

@@ -304,8 +304,16 @@ void InterfaceModule::closeDevice(DeviceModule& device)
     open_.erase(device.handle());
 }
 
+void InterfaceModule::endSoon()
+{
+    for (const auto& [deviceHandle, device] : open_) {
+        device->endSoon();
+    }
+}
+
 void InterfaceModule::closeChildren()
 {
+    endSoon();
     for (const auto& [deviceHandle, device] : open_) {
         device->close();
     }

@@ -53,6 +53,8 @@ public:
     gentl::Handle openDevice(const std::string& id, std::int32_t access);
     /// The tree lock is held.
     void closeDevice(DeviceModule& device);
+    /// As DeviceModule::endSoon(), for all open devices. The tree lock is held.
+    void endSoon();
 
 private:
     InterfaceModule(HandleRegistry& handles, gentl::Handle system,

@@ -7,6 +7,8 @@
 #include <pthread.h>
 
 #include <cstdlib>
+#include <utility>
+#include <vector>
 
 namespace simulator::producer
 {
@@ -92,10 +94,15 @@ void Library::closeSystem(SystemModule& system)
 
 void Library::haltStreams()
 {
+    std::vector<std::shared_ptr<StreamModule>> streams;
     for (const auto& object : handles_.all()) {
-        if (const auto stream = std::dynamic_pointer_cast<StreamModule>(object)) {
-            stream->halt();
+        if (auto stream = std::dynamic_pointer_cast<StreamModule>(object)) {
+            stream->endSoon();
+            streams.push_back(std::move(stream));
         }
+    }
+    for (const auto& stream : streams) {
+        stream->halt();
     }
 }
 

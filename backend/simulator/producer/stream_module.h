@@ -45,6 +45,8 @@ public:
     void start(std::int32_t flags, std::uint64_t frames);
     /// Throws Failure -1009 for unknown flags, -1004 when not started.
     void stop(std::int32_t flags);
+    /// Signals the engine to end, without waiting for it.
+    void endSoon() { engine_.requestStop(true); }
     /// Ends the engine before the process goes; nothing starts after it.
     void halt();
 

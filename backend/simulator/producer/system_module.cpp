@@ -265,6 +265,9 @@ void SystemModule::closeInterface(InterfaceModule& interface)
 void SystemModule::closeChildren()
 {
     for (const auto& [id, interface] : open_) {
+        interface->endSoon();
+    }
+    for (const auto& [id, interface] : open_) {
         interface->close();
     }
     open_.clear();
