@@ -50,6 +50,9 @@ ZelCamErr Loader::loadFile(const std::string& path, Providers* providers)
         return ZelErr::kFileRead;
     }
     // Never closed again, not even after a failure: producers leave threads behind.
+    if (libraries_.count(library) != 0) {
+        return ZelErr::kOk; // The same file under a second name, such as a hard link.
+    }
     FunctionTable table;
     if (const char* const missing = resolve(library, &table)) {
         base::warn(base::LogChannel::GenTL, "%s is no GenTL producer: it lacks %s", path.c_str(),
@@ -63,6 +66,7 @@ ZelCamErr Loader::loadFile(const std::string& path, Providers* providers)
         return code;
     }
     loaded_.insert(path);
+    libraries_.insert(library);
     providers->push_back(std::move(provider));
     return ZelErr::kOk;
 }

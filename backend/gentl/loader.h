@@ -14,8 +14,9 @@ namespace gentl
 
 using Providers = std::vector<std::unique_ptr<core::TransportProvider>>;
 
-/// Remembers what was loaded, by real path, and never unloads. Not thread safe. Failures are told
-/// on standard error, with the loader's own words, for the code alone says little.
+/// Remembers what was loaded, by real path and library, and never unloads. Not thread safe.
+/// Failures are told on standard error, with the loader's own words, for the code alone says
+/// little.
 class Loader
 {
 public:
@@ -33,6 +34,7 @@ private:
     ZelCamErr loadFolder(const std::string& path, Providers* providers);
 
     std::set<std::string> loaded_;
+    std::set<void*> libraries_;
 };
 
 /// Fills the table from a loaded library. Null when the mandatory functions are there, else the

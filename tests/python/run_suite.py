@@ -1,8 +1,9 @@
 """Runs the Python tests of a build: python run_suite.py --build DIR [--python PY] [--long] [...]
 
 Every folder here with tests is a suite. "double" runs over scripted libraries, which stand in front
-of the real ones; the others, such as "simulator", run over the real ones. Further arguments go to
-pytest. The exit code is 0 only if every suite ran and passed.
+of the real ones; the others, such as "simulator", run over the real ones. Some folders run again as
+another suite, in another environment: "producer" is "simulator" with the cameras of a producer
+that is loaded from a file instead of the compiled-in ones. Further arguments go to pytest. The exit code is 0 only if every suite ran and passed.
 """
 
 import argparse
@@ -16,6 +17,12 @@ DEBIAN_PACKAGES = pathlib.Path("/usr/lib/python3/dist-packages")
 # Debian's pytest is pure Python and runs under every CPython when only these are on the path.
 PYTEST_PARTS = ["pytest", "_pytest", "pluggy", "iniconfig", "packaging", "attr", "attrs", "py",
                 "exceptiongroup", "tomli", "typing_extensions.py"]
+
+# Suites that run a folder again: name -> folder, environment; {python} is the folder of the build.
+AGAIN = {
+    "producer": ("simulator", {"ZELCAM_SIMULATOR": "off",
+                               "GENICAM_GENTL64_PATH": "{python}/zelcam_simulator.cti"}),
+}
 
 
 def cache_value(build, name, default):
@@ -59,7 +66,7 @@ def main():
     build = options.build.resolve()
     python = options.python or cache_value(build, "ZEL_PYTHON", sys.executable)
 
-    suites = options.suite or sorted({path.parent.name for path in HERE.glob("*/test_*.py")})
+    suites = options.suite or sorted({path.parent.name for path in HERE.glob("*/test_*.py")} | set(AGAIN))
     status = 0
     for suite in suites:
         environment = dict(os.environ, PYTHONDONTWRITEBYTECODE="1", ZELCAM_TEST_BUILD=str(build))
@@ -67,6 +74,9 @@ def main():
         environment["PYTHONPATH"] = os.pathsep.join([str(build / "python"), str(pytest_links(build))])
         environment["ZELCAM_LONG_TESTS"] = "1" if options.long else ""
         environment.pop("LD_LIBRARY_PATH", None)
+        folder, extra = AGAIN.get(suite, (suite, {}))
+        environment.update((name, value.format(python=build / "python"))
+                           for name, value in extra.items())
         if suite == "double":
             environment["LD_LIBRARY_PATH"] = str(build / "double")
         # Errors of threads and destructors go to standard error, which every test watches.
@@ -75,7 +85,7 @@ def main():
         command = [python, "-X", "faulthandler", "-m", "pytest", "-q", "-rs", *plugins,
                    # Debian's pytest is older than the newest interpreters.
                    "-Wignore::DeprecationWarning:_pytest.assertion.rewrite",
-                   "--rootdir", str(HERE), str(HERE / suite)]
+                   "--rootdir", str(HERE), str(HERE / folder)]
         print("== %s suite" % suite, flush=True)
         status |= subprocess.run(command + pytest_arguments, env=environment, cwd=str(build)).returncode
     return 1 if status or not suites else 0
