@@ -1,0 +1,89 @@
+"""Random calls in random order from four threads: nothing may crash, hang or grow."""
+
+import pytest
+
+PROGRAM = """
+import random, sys, threading, time
+import libZelCameraApiPy as zel
+
+SECONDS, SEED = %f, %d
+infos = []
+for interface in zel.PyZelSystem().GetInterfaceList():
+    interface.ReEnumerateDevices(500)
+    infos += interface.GetDeviceInfoList()
+known = {"devices": [], "streams": [], "buffers": [], "parameters": []}
+calls = [0] * 4
+
+
+def arguments(dice):
+    plain = [0, 1, -1, 5, 100, 1 << 40, "Width", "Height", "TriggerSoftware", "PixelFormat", "Mono8",
+             "x", None, 3.5, True, b"z", "soak.png", "soak.txt"]
+    return tuple(dice.choice(plain + known["buffers"][-3:] + known["devices"][-2:])
+                 for _ in range(dice.randint(0, 3)))
+
+
+def keep(value):
+    name = type(value).__name__
+    if isinstance(value, tuple):
+        for item in value:
+            keep(item)
+    elif name == "PyBuffer":
+        known["buffers"].append(value)
+    elif name.startswith("PyGenParam"):
+        known["parameters"].append(value)
+
+
+def one(dice):
+    kind = dice.random()
+    if kind < 0.02 or not known["devices"]:
+        known["devices"].append(zel.PyZelCreateDevice(dice.choice(infos)))
+        keep(known["devices"][-1].GetCameraParameters())
+        keep(known["devices"][-1].GetTransportParameters())
+    elif kind < 0.05:
+        stream = dice.choice(known["devices"]).GetStreamByIndex(0)
+        if stream is not None:
+            known["streams"].append(stream)
+            stream.AllocBufferQueue(3)
+            stream.StartAcquisition()
+    elif kind < 0.06:
+        dice.choice(known["devices"]).Release()
+    else:
+        thing = dice.choice([item for kept in known.values() for item in kept[-6:]] + [zel])
+        name = dice.choice([name for name in dir(thing) if not name.startswith("_")])
+        limited = {"GetBuffer": (dice.choice([0, 1, 5]),), "AllocBufferQueue": (dice.randint(0, 4),),
+                   "CreateBuffer": (dice.choice([0, 100, 4096]),),
+                   "ReadMem": (dice.choice([0, 0x01000000]), dice.choice([0, 4, 100]))}
+        member = getattr(thing, name)
+        if callable(member):
+            keep(member(*limited.get(name, arguments(dice))))
+    for kept in known.values():
+        del kept[:-12]
+
+
+def work(number):
+    dice, end = random.Random(SEED * 10 + number), time.monotonic() + SECONDS
+    while time.monotonic() < end:
+        calls[number] += 1
+        try:
+            one(dice)
+        except (TypeError, ValueError, OverflowError, AttributeError, IndexError):
+            pass
+
+
+threads = [threading.Thread(target=work, args=(number,)) for number in range(4)]
+for thread in threads:
+    thread.start()
+for thread in threads:
+    thread.join()
+assert sum(calls) > 1000 * SECONDS, calls
+"""
+
+
+def test_random_calls(run_program):
+    run_program(PROGRAM % (3, 1), ZELCAM_VISION="off")
+
+
+@pytest.mark.long
+@pytest.mark.parametrize("seed", range(2, 6))
+def test_a_million_random_calls(run_program, seed):
+    run_program(PROGRAM % (30, seed), timeout=120, ZELCAM_VISION="off")
