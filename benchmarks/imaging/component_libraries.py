@@ -63,16 +63,19 @@ def packed_image(array, pixel_type, width, height):
 
 
 def paired(ours, rival, rounds=41, clock=time.perf_counter):
-    """Median seconds of both and the median of their ratios, rival by ours, taken in turn."""
-    start = clock()
-    ours()
-    rival()
-    once = max(clock() - start, 1e-7)
-    repeats = max(1, int(LEAST_SECONDS / once))
+    """Median seconds of both and the median of their ratios, rival by ours, taken in turn. Either
+    is repeated for the same time, so that neither runs on caches that the other has filled."""
+    def repeats_of(function):
+        function()
+        start = clock()
+        function()
+        return max(1, int(LEAST_SECONDS / max(clock() - start, 1e-7)))
+
+    runs = [(function, repeats_of(function)) for function in (ours, rival)]
     times = []
     for _ in range(rounds):
         pair = []
-        for function in (ours, rival):
+        for function, repeats in runs:
             start = clock()
             for _ in range(repeats):
                 function()
