@@ -3,7 +3,9 @@
 
 #include "gentl/info.h"
 
+#include <chrono>
 #include <cstring>
+#include <thread>
 
 namespace gentl
 {
@@ -14,6 +16,8 @@ namespace
 {
 // A larger step is no loss but another way of counting.
 constexpr std::uint64_t kMaxGap = 1U << 15U;
+constexpr std::chrono::milliseconds kPatience{200};
+constexpr std::chrono::microseconds kGlance{200};
 } // namespace
 
 GentlStream::GentlStream(const Api& api, Handle stream, std::uint64_t tickFrequency,
@@ -154,7 +158,22 @@ ZelCamErr GentlStream::stop(bool kill)
         code = stopWith(kAcqStopDefault);
     }
     grabbing_ = false;
+    if (code == err::kSuccess && pump_ != nullptr) {
+        bringHome();
+    }
     return code;
+}
+
+// Frames that the producer finished, up to the one in the pump's hand: what is flushed after the
+// stop must not appear after the flush.
+void GentlStream::bringHome()
+{
+    const auto end = std::chrono::steady_clock::now() + kPatience;
+    while (info(kStreamInfoNumAwaitDelivery, 0) > 0 && std::chrono::steady_clock::now() < end) {
+        std::this_thread::sleep_for(kGlance);
+    }
+    static_cast<void>(pump_->park());
+    pump_->resume();
 }
 
 // Some producers count underruns from the start on, others for ever.

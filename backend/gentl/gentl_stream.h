@@ -54,6 +54,7 @@ private:
     Handle handleOf(core::BufferToken token);
     bool newBuffer(const void* data, std::size_t size);
     void countGap(std::uint64_t frameId);
+    void bringHome();
 
     const Api& api_;
     const Handle stream_;

@@ -84,6 +84,25 @@ TEST(ConsumerTest, FramesWithoutABufferAreUnderruns)
     EXPECT_GT(open.counter("StreamUnderrunFrameCount"), 0);
 }
 
+TEST(ConsumerTest, NoFrameComesAfterStopAndFlush)
+{
+    gentl::FunctionTable table = sharedTable();
+    // A thread that loses the processor while it has a frame in its hand.
+    table.EventGetData = [](Handle event, void* data, std::size_t* size, std::uint64_t timeoutMs) {
+        const Error code = real().EventGetData(event, data, size, timeoutMs);
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        return code;
+    };
+    OpenDevice open(table);
+    open.start();
+    ASSERT_NE(open.next(), nullptr);
+    EXPECT_EQ(open.stream().StopAcquisition(0), ZelErr::kOk);
+    EXPECT_EQ(open.stream().FlushBuffers(ZelCam::kFlushAllToInput), ZelErr::kOk);
+    ZelCamErr code = ZelErr::kUnknown;
+    EXPECT_EQ(open.stream().GetBuffer(100, &code), nullptr);
+    EXPECT_EQ(code, ZelErr::kGenTLTimeout);
+}
+
 TEST(ConsumerTest, ChunksBelongToTheFrameThatWasFetched)
 {
     OpenDevice open(sharedTable());
