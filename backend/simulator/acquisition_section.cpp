@@ -312,6 +312,8 @@ bool AcquisitionSection::takeTrigger(std::uint64_t* startNs)
     return true;
 }
 
+void AcquisitionSection::hostStarted() { earliestNs_ = std::max(earliestNs_, context_.now()); }
+
 FramePlan AcquisitionSection::next()
 {
     FramePlan plan;

@@ -33,6 +33,8 @@ public:
     /// The frame arrived or was lost; the last one of a run ends the acquisition.
     void finished(const FramePlan& plan);
     void stop();
+    /// The host begins to take frames: those before are nobody's.
+    void hostStarted();
     double exposureUs() const { return exposure_->real(); }
 
 private:

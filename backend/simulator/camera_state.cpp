@@ -310,7 +310,12 @@ std::uint64_t CameraState::payloadSize()
 
 void CameraState::setTransportLocked(bool locked)
 {
-    run([&] { transport_.setLocked(locked); });
+    run([&] {
+        transport_.setLocked(locked);
+        if (locked) {
+            acquisition_.hostStarted();
+        }
+    });
 }
 
 void CameraState::sessionClosed()

@@ -141,18 +141,24 @@ TEST_F(ProducerStream, FaultsLoseAndDelayFramesInOrder)
 {
     const Session session = openStream("One", 4);
     EXPECT_EQ(session.camera.write("SimulatorDropFrames", 2), err::kSuccess);
-    ASSERT_EQ(start(session), err::kSuccess);
+    ASSERT_EQ(start(session, 1), err::kSuccess);
     Handle buffer = nextBuffer(session);
     EXPECT_EQ(frameId(session, buffer), 2U);
     EXPECT_EQ(Registers(f, session.stream).read("StreamLostFrameCount"), 2U);
     EXPECT_EQ(streamCount(session, kStreamInfoNumUnderrun), 0U);
     ASSERT_EQ(f.DSQueueBuffer(session.stream, buffer), err::kSuccess);
+    ASSERT_EQ(f.DSStopAcquisition(session.stream, 0), err::kSuccess);
     EXPECT_EQ(session.camera.write("SimulatorDelayTime", 150), err::kSuccess);
     EXPECT_EQ(session.camera.write("SimulatorDelayFrames", 1), err::kSuccess);
+    // What the running camera exposed while nobody listened is not delivered afterwards.
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    const auto begin = Clock::now();
+    ASSERT_EQ(f.DSStartAcquisition(session.stream, 0, kInfinite), err::kSuccess);
     std::uint64_t before = 2;
     for (int i = 0; i < 8; ++i) {
         buffer = nextBuffer(session);
         EXPECT_GT(frameId(session, buffer), before);
+        EXPECT_GE(Clock::now() - begin, std::chrono::milliseconds(150));
         before = frameId(session, buffer);
         ASSERT_EQ(f.DSQueueBuffer(session.stream, buffer), err::kSuccess);
     }
