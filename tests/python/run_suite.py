@@ -23,6 +23,9 @@ AGAIN = {
     "producer": ("simulator", {"ZELCAM_SIMULATOR": "off",
                                "GENICAM_GENTL64_PATH": "{python}/zelcam_simulator.cti"}),
 }
+# Suites that read files back with the usual imaging libraries, which are Debian's interpreter's.
+DEBIAN_PYTHON = "/usr/bin/python3"
+WITH_IMAGING_LIBRARIES = {"strangers"}
 
 
 def cache_value(build, name, default):
@@ -82,7 +85,10 @@ def main():
         # Errors of threads and destructors go to standard error, which every test watches.
         plugins = ["-pno:" + name for name in ("cacheprovider", "unraisableexception",
                                                "threadexception")]
-        command = [python, "-X", "faulthandler", "-m", "pytest", "-q", "-rs", *plugins,
+        interpreter = python
+        if suite in WITH_IMAGING_LIBRARIES and os.path.exists(DEBIAN_PYTHON):
+            interpreter = DEBIAN_PYTHON
+        command = [interpreter, "-X", "faulthandler", "-m", "pytest", "-q", "-rs", *plugins,
                    # Debian's pytest is older than the newest interpreters.
                    "-Wignore::DeprecationWarning:_pytest.assertion.rewrite",
                    "--rootdir", str(HERE), str(HERE / folder)]

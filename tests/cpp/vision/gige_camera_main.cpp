@@ -17,7 +17,7 @@ int main(int argc, char** argv)
         return 1;
     }
     if (argc > 3) {
-        g_object_set(camera, "gvsp-lost-ratio", std::atoi(argv[3]), nullptr);
+        g_object_set(camera, "gvsp-lost-ratio", std::atof(argv[3]) / 1000.0, nullptr);
     }
     std::puts("ready");
     std::fflush(stdout);

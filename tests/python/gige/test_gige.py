@@ -102,8 +102,12 @@ cameras = [subprocess.Popen([sys.argv[1], address, serial], stdin=subprocess.PIP
 assert [camera.stdout.readline() for camera in cameras] == [b"ready\\n"] * 2
 import libZelCameraApiPy as zel
 interface = zel.PyZelSystem().GetInterfaceList()[0]
-interface.ReEnumerateDevices(1000)
-infos = interface.GetDeviceInfoList()
+infos = []
+for _ in range(10):  # a busy machine answers late
+    interface.ReEnumerateDevices(1000)
+    infos = interface.GetDeviceInfoList()
+    if len(infos) == 2:
+        break
 assert sorted((i.GetSerialNumber(), i.GetIPAddress()) for i in infos) == [
     ("G4", "127.0.0.1"), ("G5", "127.0.0.2")]
 devices = [zel.PyZelCreateDevice(info) for info in infos]
