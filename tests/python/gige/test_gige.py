@@ -145,8 +145,8 @@ def test_lost_packets_are_never_passed_off_as_whole(start_camera, open_by_serial
     start_camera("G6", lost=10)
     device = open_by_serial("G6")
     transport = device.GetTransportParameters()
-    assert transport.SetBooleanValue("StreamPacketResend", False)
     stream = device.GetStreamByIndex(0)
+    assert transport.SetBooleanValue("StreamPacketResend", False)
     assert stream.AllocBufferQueue(8) and stream.StartAcquisition()
     seen = [(number, incomplete) for number, incomplete, _ in frames(stream, 60)]
     incomplete = sum(flag for _, flag in seen)
