@@ -143,7 +143,7 @@ ZelCamErr VisionStream::announce(core::BufferToken token, void* memory, std::siz
     ArvPtr<ArvBuffer> buffer(arv_buffer_new_full(
         size, memory, reinterpret_cast<void*>(static_cast<std::uintptr_t>(token)), nullptr));
     const std::lock_guard<std::mutex> lock(mutex_);
-    announced_[token] = std::move(buffer);
+    announced_[token] = {std::move(buffer), size};
     return ZelErr::kOk;
 }
 
@@ -177,7 +177,7 @@ void VisionStream::push(ArvStream* receiver, core::BufferToken token)
         if (entry == announced_.end()) {
             return;
         }
-        buffer = entry->second.get();
+        buffer = entry->second.buffer.get();
         g_object_ref(buffer);
     }
     // A frame whose leader is lost leaves these as they were: 0 tells that it did not come.
@@ -359,7 +359,14 @@ core::FrameInfo VisionStream::describe(ArvBuffer* buffer, bool complete)
                        payload == ARV_BUFFER_PAYLOAD_TYPE_EXTENDED_CHUNK_DATA ||
                        payload == ARV_BUFFER_PAYLOAD_TYPE_MULTIPART;
     if (!complete || !image) {
-        return info; // The getters of the image speak only of whole images.
+        // The getters of the image speak only of whole images, and how much of a frame with holes
+        // arrived is not told: its memory is handed out as it is.
+        if (received == 0) {
+            const std::lock_guard<std::mutex> lock(mutex_);
+            const auto entry = announced_.find(tokenOf(buffer));
+            info.deliveredSize = entry != announced_.end() ? entry->second.size : 0;
+        }
+        return info;
     }
     gint x = 0;
     gint y = 0;

@@ -38,6 +38,12 @@ public:
     std::vector<genapi::FeatureSource*> features() override { return {&features_}; }
 
 private:
+    /// Memory of core's, wrapped.
+    struct Announced {
+        ArvPtr<ArvBuffer> buffer;
+        std::size_t size = 0;
+    };
+
     static void onNewBuffer(ArvStream* stream, void* self);
     void take(ArvStream* receiver, ArvBuffer* buffer);
     core::FrameInfo describe(ArvBuffer* buffer, bool complete);
@@ -55,7 +61,7 @@ private:
     const std::function<void()> closed_;
 
     std::mutex mutex_; ///< Guards announced_ and queued_; never held while a thread is joined.
-    std::unordered_map<core::BufferToken, ArvPtr<ArvBuffer>> announced_;
+    std::unordered_map<core::BufferToken, Announced> announced_;
     std::unordered_set<core::BufferToken> queued_;
 
     std::mutex receiverMutex_; ///< Guards receiver_ for those who read counters beside us.
