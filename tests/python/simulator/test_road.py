@@ -177,17 +177,21 @@ def test_opening_for_ever_does_not_grow(zel, infos):
             return int(text.read().split()[1]) * 4096
     info = next(iter(infos.values()))
 
-    def rounds(count):
-        for _ in range(count):
+    def lowest(rounds):
+        """The least memory after any of the rounds: the allocator keeps some for a while."""
+        seen = []
+        for _ in range(rounds):
             device = zel.PyZelCreateDevice(info)
             stream = device.GetStreamByIndex(0)
             assert stream.AllocBufferQueue(2)
             device.GetCameraParameters().GetIntegerValue("Width")
             device.Release()
-    rounds(30)
-    before = resident()
-    rounds(150)
-    assert resident() - before < 2 << 20
+            seen.append(resident())
+        return min(seen)
+    lowest(30)
+    before = lowest(50)
+    lowest(50)
+    assert lowest(50) - before < 1 << 20
 
 
 def test_readme_shows_the_example_and_it_runs(run_program, tmp_path):
