@@ -104,7 +104,8 @@ TEST_F(DeviceTest, MemoryIsReadAndWrittenInItsLimits)
     EXPECT_EQ(value, 16U);
     std::int64_t written = -1;
     value = 77;
-    EXPECT_EQ(device->WriteMem(FakeCamera::kOffsetX * 8, &value, 8, &written), ZelErr::kOk);
+    EXPECT_EQ(device->WriteMem(std::int64_t{FakeCamera::kOffsetX} * 8, &value, 8, &written),
+              ZelErr::kOk);
     EXPECT_EQ(written, 8);
     EXPECT_EQ(far.camera.value(FakeCamera::kOffsetX), 77U);
     EXPECT_EQ(device->ReadMem(1 << 20, &value, 8), ZelErr::kGenTLInvalidAddress);

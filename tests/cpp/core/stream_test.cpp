@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 #include <pthread.h>
 
+#include <array>
 #include <chrono>
 #include <csignal>
 #include <functional>
@@ -140,9 +141,9 @@ TEST_F(StreamTest, AWaitEndsWithEveryReasonToEndIt)
         device->Release();
         SetUp();
         startWith(2);
-        std::vector<std::future<ZelCamErr>> waits;
-        for (int i = 0; i < 3; ++i) {
-            waits.push_back(std::async(std::launch::async, [&] { return fetchCode(~0ULL); }));
+        std::array<std::future<ZelCamErr>, 3> waits;
+        for (auto& wait : waits) {
+            wait = std::async(std::launch::async, [&] { return fetchCode(~0ULL); });
         }
         letWait();
         c.end();
@@ -449,7 +450,8 @@ TEST_F(StreamTest, RandomCallsFromManyThreads)
                 stream->FlushBuffers(static_cast<std::int64_t>(random() % 6));
                 break;
             case 5:
-                buffer = stream->CreateBuffer(64 + random() % 128, nullptr, nullptr);
+                buffer = stream->CreateBuffer(static_cast<std::int64_t>(64 + random() % 128),
+                                              nullptr, nullptr);
                 break;
             case 6:
                 stream->RevokeBuffer(buffer);

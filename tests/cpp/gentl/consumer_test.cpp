@@ -254,7 +254,7 @@ TEST(ConsumerTest, DescriptionsAreFoundThroughEveryKindOfUrl)
         list += realUrl(port);
         list += '\0';
         list += '\0';
-        std::memcpy(text, list.data(), list.size());
+        list.copy(text, list.size());
         *size = list.size();
         return err::kSuccess;
     };
