@@ -10,6 +10,7 @@
 #include <chrono>
 #include <cstring>
 #include <fstream>
+#include <iterator>
 #include <thread>
 
 namespace gentl_test
@@ -284,6 +285,42 @@ TEST(ConsumerTest, DescriptionsAreFoundThroughEveryKindOfUrl)
         ZelCamErr code = ZelErr::kUnknown;
         EXPECT_EQ(open.camera().GetIntegerValue("Width", &code), 64);
     }
+}
+
+TEST(ConsumerTest, AFileOpensTheDeviceThatItNamesOrNone)
+{
+    core::SystemImpl& system = systemOver(sharedTable());
+    const std::string path = ::testing::TempDir() + "settings" + std::to_string(getpid());
+    ZelCamErr code = ZelErr::kUnknown;
+    ZelCam::Device* device = system.openDevice(nullptr, 2, &code);
+    ASSERT_NE(device, nullptr);
+    ZelCam::DeviceInfo* const info = device->GetInfo();
+    EXPECT_EQ(device->SaveConfiguration(path.c_str()), ZelErr::kOk);
+    std::ifstream file(path);
+    const std::string text(std::istreambuf_iterator<char>(file), {});
+    device->Release();
+
+    const auto open = [&](const std::string& content) {
+        std::ofstream(path) << content;
+        device = system.CreateDeviceFromConfig(path.c_str(), &code);
+        return code;
+    };
+    EXPECT_EQ(open(text), ZelErr::kOk);
+    ASSERT_NE(device, nullptr);
+    EXPECT_EQ(device->GetInfo(), info);
+    EXPECT_EQ(open(text), ZelErr::kGenTLResourceInUse);
+    EXPECT_EQ(device, nullptr);
+    EXPECT_EQ(info->GetAccessStatus(), 5);
+    static_cast<core::DeviceInfoImpl*>(info)->device().Release();
+
+    EXPECT_EQ(open(text + "NoSuchFeature\t1\n"), ZelErr::kWrongConfiguration);
+    EXPECT_EQ(info->GetAccessStatus(), 1) << "a device whose file is refused is closed again";
+    std::string other = text;
+    const std::string serial = info->GetSerialNumber();
+    for (std::size_t at = other.find(serial); at != std::string::npos; at = other.find(serial)) {
+        other.replace(at, serial.size(), "elsewhere");
+    }
+    EXPECT_EQ(open(other), ZelErr::kNoDevice);
 }
 
 TEST(PortUrlTest, FormsAndNonsense)
