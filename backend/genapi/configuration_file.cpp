@@ -69,8 +69,7 @@ private:
         if (setting->slot == nullptr)
             return false;
         const Feature& feature = ParamArrayState::featureOf(*setting->slot);
-        if (!hasValue(feature) || !feature.node().isStreamable ||
-            !parseValue(feature, line.value, &setting->value))
+        if (!isSetting(*setting->slot) || !parseValue(feature, line.value, &setting->value))
             return false;
         std::size_t used = 0;
         for (Slot* const selector : walk_.selectorsOf(setting->slot)) {

@@ -130,9 +130,10 @@ struct Description {
     std::vector<NodeDescription> nodes;
     std::unordered_map<std::string_view, std::int32_t> byName; ///< Views of the nodes' names.
     std::vector<Overlay> overlays;
-    std::int32_t root = -1;   ///< The category "Root".
-    bool isOldSchema = false; ///< Below 1.1: byte order rules of old GigE Vision cameras.
-    std::string evaluated;    ///< The same as plain XML for ArvGc, reduced to what has a value.
+    std::int32_t root = -1;       ///< The category "Root".
+    bool marksStreamable = false; ///< Some node says whether it is streamable.
+    bool isOldSchema = false;     ///< Below 1.1: byte order rules of old GigE Vision cameras.
+    std::string evaluated;        ///< The same as plain XML for ArvGc, reduced to what has a value.
 };
 
 /// Names of nodes that exist only in Description::evaluated begin like this.

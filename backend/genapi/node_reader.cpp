@@ -286,6 +286,7 @@ bool NodeReader::readSimple(NodeDescription* node, std::string_view tag, const s
         node->imposedAccess = imposed != 0 ? imposed : node->imposedAccess;
     } else if (tag == "Streamable") {
         node->isStreamable = text == "Yes";
+        description_->marksStreamable = true;
     } else if (tag == "Cachable") {
         node->isCachable = text != "NoCache";
     } else if (tag == "PollingTime") {

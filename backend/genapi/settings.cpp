@@ -23,6 +23,14 @@ bool isTransportFailure(ZelCamErr code)
     return (code < 0 && code > -2000) || code == ZelErr::kParamRuntime || code == ZelErr::kNoDevice;
 }
 
+bool isSetting(Slot& slot)
+{
+    const Description& description = slot.map->description();
+    const auto& node = description.nodes[static_cast<std::size_t>(slot.node)];
+    const bool isMeant = description.marksStreamable ? node.isStreamable : node.isFeature;
+    return isMeant && hasValue(ParamArrayState::featureOf(slot));
+}
+
 SettingWalk::SettingWalk(ParamArrayState& state) : state_(state)
 {
     for (Slot* const slot : state.features()) {
@@ -147,8 +155,7 @@ ZelCamErr SettingWalk::collectOne(Slot* slot, const std::vector<Slot*>& selector
 ZelCamErr SettingWalk::collect(std::vector<Setting>* settings)
 {
     for (Slot* const slot : state_.features()) {
-        const Feature& feature = ParamArrayState::featureOf(*slot);
-        if (!hasValue(feature) || !feature.node().isStreamable)
+        if (!isSetting(*slot))
             continue;
         Selection selection;
         const ZelCamErr result = collectOne(slot, selectorsOf(slot), &selection, settings);

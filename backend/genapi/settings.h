@@ -24,6 +24,11 @@ struct Setting {
 /// True for codes of the transport: trying again in another order will not help.
 bool isTransportFailure(ZelCamErr code);
 
+/// True for values that belong into configuration files: those marked as streamable. A description
+/// that marks none either way is older than the mark; all its features with a value belong then
+/// (their IsStreamable stays false, as described).
+bool isSetting(ParamArrayState::Slot& slot);
+
 /// Which features select which, and walks over all their combinations. Used inside an Entry, while
 /// the same maps are attached.
 class SettingWalk
@@ -35,7 +40,7 @@ public:
     std::vector<ParamArrayState::Slot*> selectorsOf(ParamArrayState::Slot* slot) const;
     bool isSelector(ParamArrayState::Slot* slot) const { return selecting_.count(slot) != 0; }
 
-    /// All streamable features that can be read and written now, for all entries of their
+    /// All features with isSetting() that can be read and written now, for all entries of their
     /// selectors, in the order of the tree. Selectors have their old values afterwards.
     ZelCamErr collect(std::vector<Setting>* settings);
 

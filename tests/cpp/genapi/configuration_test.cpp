@@ -314,4 +314,33 @@ TEST_F(Configuration, DamagedFilesLoadWholeOrNotAtAll)
     EXPECT_GT(loaded, 0) << "a changed digit is still a configuration";
 }
 
+TEST_F(Configuration, DescriptionOlderThanTheMarkSavesAllThatCanBeWritten)
+{
+    const std::string nodes = intReg("Width", "0") + intReg("Hidden", "4") +
+                              intReg("Sensor", "8", "<AccessMode>RO</AccessMode>") +
+                              "<Command Name=\"Go\"><pValue>Hidden</pValue>"
+                              "<CommandValue>1</CommandValue></Command>";
+    MemorySource old(describe(nodes, {"Width", "Sensor", "Go"}));
+    old.setWord(0, 640);
+    genapi::ParamArray oldArray;
+    ASSERT_EQ(oldArray.attach({&old}), 0);
+    ASSERT_EQ(genapi::saveConfiguration(oldArray, {}, path("old").c_str()), 0);
+    EXPECT_NE(get(path("old")).find("Width\t640\n"), std::string::npos);
+    for (const char* absent : {"Sensor", "Hidden", "Go\t"})
+        EXPECT_EQ(get(path("old")).find(absent), std::string::npos) << absent;
+    old.setWord(0, 16);
+    EXPECT_EQ(genapi::loadConfiguration(oldArray, path("old").c_str()), 0);
+    EXPECT_EQ(old.word(0), 640U);
+
+    // One mark, even a No, and the others are not meant.
+    MemorySource marked(describe(nodes + intReg("Other", "12",
+                                                "<AccessMode>RW</AccessMode>"
+                                                "<Streamable>No</Streamable>"),
+                                 {"Width", "Other"}));
+    genapi::ParamArray markedArray;
+    ASSERT_EQ(markedArray.attach({&marked}), 0);
+    EXPECT_EQ(genapi::loadConfiguration(markedArray, path("old").c_str()),
+              ZelErr::kWrongConfiguration);
+}
+
 } // namespace
