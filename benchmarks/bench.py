@@ -1,6 +1,7 @@
 """Speed of frames, calls and parameters as ratios against a named rival, in one run."""
 import argparse
 import importlib
+import importlib.util
 import os
 import platform
 import sys
