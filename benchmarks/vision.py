@@ -46,7 +46,7 @@ def ours(width, height):
     camera.SetIntegerValue("Width", width)
     camera.SetIntegerValue("Height", height)
     camera.SetFloatValue("ExposureTimeAbs", 10.0)
-    camera.SetFloatValue("AcquisitionFrameRate", 5000.0)
+    camera.SetFloatValue("AcquisitionFrameRate", camera.GetFloat("AcquisitionFrameRate").GetMax()[1])
     stream = device.GetStreamByIndex(0)
     stream.AllocBufferQueue(16)
     stream.StartAcquisition()
