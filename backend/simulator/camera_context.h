@@ -54,6 +54,7 @@ struct CameraContext {
     bool transportLocked = false;
     bool pictureIsStale = true;
     std::vector<Message> messages;
+    std::function<void()> linkChanged; ///< The rate that the link gives the camera is another one.
 };
 
 } // namespace simulator

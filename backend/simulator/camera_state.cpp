@@ -54,6 +54,7 @@ CameraState::CameraState(const CameraConfig& config)
       transport_(context_, [this] { return payload(); }), memory_(context_),
       faults_(context_, events_, [this] { powerLoss(); })
 {
+    context_.linkChanged = [this] { image_.fitFormat(); };
     table_.finish();
     acquisition_.setFaults(&faults_);
     userSets_.keepFactorySettings();

@@ -101,18 +101,20 @@ void DeviceSection::declareLink()
                       .streamable()
                       .entry("Off", 0, "As fast as the link.")
                       .entry("On", 1, "DeviceLinkThroughputLimit.")
-                      .lockedIf(context_.whileStreaming());
+                      .lockedIf(context_.whileStreaming())
+                      .onChange([this](std::size_t) { context_.linkChanged(); });
     limit_ =
         &table.integer("DeviceLinkThroughputLimit", "Largest data rate of the camera.")
              .describe(
                  "Largest data rate of the camera. Below half of the link speed, formats of more "
-                 "than 12 bits are not available.")
+                 "than 12 bits are not available, and the camera leaves them.")
              .unit("Bps")
              .expert()
              .streamable()
              .range(kLowestLimit, linkSpeed_)
              .value(linkSpeed_)
-             .lockedIf(context_.whileStreaming());
+             .lockedIf(context_.whileStreaming())
+             .onChange([this](std::size_t) { context_.linkChanged(); });
 }
 
 void DeviceSection::declareTemperature()

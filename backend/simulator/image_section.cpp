@@ -1,6 +1,8 @@
 // Geometry, pixel format and test pattern of a simulated camera.
 #include "simulator/image_section.h"
 
+#include "gentl/gentl_abi.h"
+
 #include <algorithm>
 #include <stdexcept>
 #include <string>
@@ -273,6 +275,21 @@ void ImageSection::fitWindow()
 {
     x_.fit();
     y_.fit();
+}
+
+void ImageSection::fitFormat()
+{
+    if (format_->check(format_->integer(), 0) == gentl::err::kSuccess) {
+        return;
+    }
+    for (const std::string& name : context_.config.pixelFormats) {
+        const FeatureValue value(std::int64_t{findPixelFormat(name)->code});
+        if (format_->check(value, 0) == gentl::err::kSuccess) {
+            format_->set(value);
+            context_.pictureChanged();
+            return;
+        }
+    }
 }
 
 void ImageSection::fill(PictureSettings& settings) const

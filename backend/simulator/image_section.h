@@ -24,6 +24,8 @@ public:
     std::uint64_t linesRead() const;
     /// Moves and shrinks the window until it lies in the picture; after other settings changed.
     void fitWindow();
+    /// Takes the first format that is available when the present one is not any more.
+    void fitFormat();
 
 private:
     /// One direction of the geometry.
