@@ -1,6 +1,7 @@
 #include "vision/gige_interface.h"
 
 #include "base/log.h"
+#include "gentl/gentl_abi.h"
 #include "vision/gige_device.h"
 #include "vision/gvcp_socket.h"
 #include "zel_camera_api.h"
@@ -18,12 +19,6 @@ namespace
 constexpr std::chrono::milliseconds kDiscoveryWait{100};
 constexpr std::chrono::milliseconds kLoopbackWait{50};
 constexpr std::chrono::milliseconds kForceIpWait{500};
-
-// GenTL access status.
-constexpr std::int32_t kStatusUnknown = 0;
-constexpr std::int32_t kStatusReadWrite = 1;
-constexpr std::int32_t kStatusNoAccess = 3;
-constexpr std::int32_t kStatusBusy = 4;
 
 // Bits of the control channel privilege register: control and exclusive access are held.
 constexpr std::uint32_t kPrivilegeTaken = 0x3;
@@ -166,18 +161,19 @@ std::int32_t GigeInterface::accessStatus(const std::string& id)
 {
     gvcp::DiscoveryRecord record;
     if (!find(id, &record)) {
-        return kStatusNoAccess;
+        return gentl::kStatusNoAccess;
     }
     const NetworkAdapter adapter = this->adapter();
     if ((record.address & adapter.mask) != (adapter.address & adapter.mask)) {
-        return kStatusUnknown; // Another subnet: it can be found and given an address, not opened.
+        return gentl::kStatusUnknown; // Another subnet: it can be found and given an address, not
+                                      // opened.
     }
     GvcpSocket socket(adapter.address);
     std::uint32_t privilege = 0;
     if (!socket.readRegister(record.address, gvcp::kControlChannelPrivilege, &privilege)) {
-        return kStatusNoAccess;
+        return gentl::kStatusNoAccess;
     }
-    return (privilege & kPrivilegeTaken) != 0 ? kStatusBusy : kStatusReadWrite;
+    return (privilege & kPrivilegeTaken) != 0 ? gentl::kStatusBusy : gentl::kStatusReadWrite;
 }
 
 ZelCamErr GigeInterface::ipSettings(const std::string& id, core::IpSettings* settings)

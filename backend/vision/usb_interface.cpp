@@ -1,6 +1,7 @@
 #include "vision/usb_interface.h"
 
 #include "base/text.h"
+#include "gentl/gentl_abi.h"
 #include "vision/vision_device.h"
 #include "zel_camera_api.h"
 
@@ -11,9 +12,6 @@ namespace vision
 
 namespace
 {
-
-constexpr std::int32_t kStatusReadWrite = 1;
-constexpr std::int32_t kStatusNoAccess = 3;
 
 std::string text(const char* raw) { return base::toUtf8(raw != nullptr ? raw : ""); }
 
@@ -65,8 +63,8 @@ std::int32_t UsbInterface::accessStatus(const std::string& id)
 {
     const std::lock_guard<std::mutex> lock(mutex_);
     // Whether another process holds the device shows only when it is opened.
-    return std::find(ids_.begin(), ids_.end(), id) != ids_.end() ? kStatusReadWrite
-                                                                 : kStatusNoAccess;
+    return std::find(ids_.begin(), ids_.end(), id) != ids_.end() ? gentl::kStatusReadWrite
+                                                                 : gentl::kStatusNoAccess;
 }
 
 ZelCamErr UsbInterface::openDevice(const std::string& id,
