@@ -1,9 +1,9 @@
 // What the sections of a camera share: features, clock, locks, messages to the host side.
 #pragma once
 
+#include "features/feature_table.h"
 #include "simulator/camera_config.h"
 #include "simulator/camera_model.h"
-#include "simulator/feature_table.h"
 
 #include <chrono>
 #include <cstdint>
@@ -13,6 +13,13 @@
 
 namespace simulator
 {
+
+using features::Feature;
+using features::FeatureTable;
+using features::FeatureValue;
+using features::FloatLimits;
+using features::IntLimits;
+using features::ModuleIdentity;
 
 /// Used under the camera's lock, except `config` and now().
 struct CameraContext {

@@ -13,7 +13,7 @@ namespace vision
 namespace
 {
 
-using simulator::FeatureValue;
+using features::FeatureValue;
 
 constexpr std::chrono::milliseconds kWatchPeriod{1000};
 
@@ -95,8 +95,8 @@ GigeDevice::~GigeDevice()
     watcher_.join();
 }
 
-simulator::Feature& GigeDevice::registerFeature(const char* name, const char* toolTip,
-                                                std::uint64_t address)
+features::Feature& GigeDevice::registerFeature(const char* name, const char* toolTip,
+                                               std::uint64_t address)
 {
     ArvDevice* device = arv();
     return features_.table()
@@ -115,7 +115,7 @@ simulator::Feature& GigeDevice::registerFeature(const char* name, const char* to
 
 void GigeDevice::declareFeatures()
 {
-    simulator::FeatureTable& table = features_.table();
+    features::FeatureTable& table = features_.table();
     ArvDevice* device = arv();
     table.category("GigEVisionTransport", "The connection to the camera.");
     table.string("GevDeviceIPAddress", "IPv4 address of the camera.", 16)

@@ -33,8 +33,8 @@ public:
 private:
     void declareFeatures();
     void declarePersistentIp();
-    simulator::Feature& registerFeature(const char* name, const char* toolTip,
-                                        std::uint64_t address);
+    features::Feature& registerFeature(const char* name, const char* toolTip,
+                                       std::uint64_t address);
     void watch();
 
     const NetworkAdapter adapter_;

@@ -55,7 +55,7 @@ GigeInterface::GigeInterface(NetworkAdapter adapter)
 
 void GigeInterface::declareFeatures()
 {
-    simulator::FeatureTable& table = features_.table();
+    features::FeatureTable& table = features_.table();
     table.category("InterfaceInformation", "The network adapter.");
     table.string("InterfaceID", "Name of the adapter.", 64).readOnly().value(name_);
     table.enumeration("InterfaceType", "Transport of the interface.")
@@ -70,31 +70,31 @@ void GigeInterface::declareFeatures()
             for (const std::uint8_t byte : this->adapter().mac) {
                 mac = mac << 8 | byte;
             }
-            return simulator::FeatureValue(mac);
+            return features::FeatureValue(mac);
         });
     table.integer("GevInterfaceSubnetIPAddress", "IPv4 address of the adapter.")
         .representation("IPV4Address")
         .readOnly()
         .onRead([this](std::size_t) {
-            return simulator::FeatureValue(std::int64_t{this->adapter().address});
+            return features::FeatureValue(std::int64_t{this->adapter().address});
         });
     table.integer("GevInterfaceSubnetMask", "IPv4 subnet mask of the adapter.")
         .representation("IPV4Address")
         .readOnly()
         .onRead([this](std::size_t) {
-            return simulator::FeatureValue(std::int64_t{this->adapter().mask});
+            return features::FeatureValue(std::int64_t{this->adapter().mask});
         });
     table.integer("GevInterfaceMTU", "Largest packet that the adapter carries.")
         .unit("B")
         .expert()
         .readOnly()
         .onRead([this](std::size_t) {
-            return simulator::FeatureValue(std::int64_t{this->adapter().mtu});
+            return features::FeatureValue(std::int64_t{this->adapter().mtu});
         });
     table.category("DeviceEnumeration", "Devices found by the last enumeration.");
     table.integer("DeviceCount", "Number of devices.").readOnly().onRead([this](std::size_t) {
         const std::lock_guard<std::mutex> lock(mutex_);
-        return simulator::FeatureValue(static_cast<std::int64_t>(devices_.size()));
+        return features::FeatureValue(static_cast<std::int64_t>(devices_.size()));
     });
     table.finish();
 }

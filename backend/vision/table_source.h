@@ -1,8 +1,8 @@
 // Features that we declare ourselves, as a source of a node map.
 #pragma once
 
+#include "features/feature_table.h"
 #include "genapi/feature_source.h"
-#include "simulator/feature_table.h"
 
 #include <mutex>
 #include <string>
@@ -20,7 +20,7 @@ public:
     {
     }
 
-    simulator::FeatureTable& table() { return table_; }
+    features::FeatureTable& table() { return table_; }
 
     ZelCamErr description(std::string* document) override
     {
@@ -39,9 +39,9 @@ public:
     }
 
 private:
-    static simulator::ModuleIdentity identity(const std::string& model, const std::string& toolTip)
+    static features::ModuleIdentity identity(const std::string& model, const std::string& toolTip)
     {
-        simulator::ModuleIdentity identity;
+        features::ModuleIdentity identity;
         identity.vendor = "Zelcam";
         identity.model = model;
         identity.toolTip = toolTip;
@@ -49,7 +49,7 @@ private:
     }
 
     std::mutex mutex_;
-    simulator::FeatureTable table_;
+    features::FeatureTable table_;
 };
 
 } // namespace vision

@@ -25,13 +25,13 @@ ArvInterface* instance()
 
 UsbInterface::UsbInterface() : interface_(instance()), features_("UsbInterface", "USB3 Vision")
 {
-    simulator::FeatureTable& table = features_.table();
+    features::FeatureTable& table = features_.table();
     table.category("InterfaceInformation", "The USB host controllers of this machine.");
     table.string("InterfaceID", "Name of the interface.", 64).readOnly().value(std::string("usb"));
     table.category("DeviceEnumeration", "Devices found by the last enumeration.");
     table.integer("DeviceCount", "Number of devices.").readOnly().onRead([this](std::size_t) {
         const std::lock_guard<std::mutex> lock(mutex_);
-        return simulator::FeatureValue(static_cast<std::int64_t>(ids_.size()));
+        return features::FeatureValue(static_cast<std::int64_t>(ids_.size()));
     });
     table.finish();
 }

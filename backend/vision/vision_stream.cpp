@@ -12,7 +12,7 @@ namespace vision
 namespace
 {
 
-using simulator::FeatureValue;
+using features::FeatureValue;
 
 // Frames wait here while the script is busy; asked for before the first packet comes.
 constexpr std::int64_t kSocketBuffer = 16 << 20;
@@ -48,7 +48,7 @@ VisionStream::~VisionStream()
 
 void VisionStream::declareFeatures()
 {
-    simulator::FeatureTable& table = features_.table();
+    features::FeatureTable& table = features_.table();
     const auto flag = [this](std::atomic<bool>* option) {
         return [this, option](std::size_t, const FeatureValue& value) {
             *option = std::get<std::int64_t>(value) != 0;
@@ -100,7 +100,7 @@ void VisionStream::declareFeatures()
 
 void VisionStream::declareCounters()
 {
-    simulator::FeatureTable& table = features_.table();
+    features::FeatureTable& table = features_.table();
     table.category("StreamReceiverStatistics", "Counters of the receiver.");
     struct Counter {
         const char* feature;

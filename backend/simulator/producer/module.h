@@ -1,7 +1,7 @@
 // What the modules of the producer share: a handle, features in registers, events, an end.
 #pragma once
 
-#include "simulator/feature_table.h"
+#include "features/feature_table.h"
 #include "simulator/producer/event_source.h"
 #include "simulator/producer/port.h"
 
@@ -13,6 +13,12 @@
 
 namespace simulator::producer
 {
+
+using features::Feature;
+using features::FeatureTable;
+using features::FeatureValue;
+using features::IntLimits;
+using features::ModuleIdentity;
 
 /// System, interface, device or data stream. A module is made with open() of its class, which gives
 /// it its handle, and ends with close(); calls that found it before see isClosed(). Opening and

@@ -28,7 +28,7 @@ constexpr std::array kTypes{
 
 } // namespace
 
-Feature& addTransportTypes(Feature& feature, bool withMixed)
+features::Feature& addTransportTypes(features::Feature& feature, bool withMixed)
 {
     for (const TransportType& type : kTypes) {
         if (withMixed || type.value != 0) {

@@ -1,7 +1,7 @@
 // The types of transport layers, as module features and their entries name them.
 #pragma once
 
-#include "simulator/feature.h"
+#include "features/feature.h"
 
 #include <cstdint>
 #include <string>
@@ -10,7 +10,7 @@ namespace simulator::producer
 {
 
 /// Gives `feature` (an enumeration) the standard's entries for a transport layer type.
-Feature& addTransportTypes(Feature& feature, bool withMixed);
+features::Feature& addTransportTypes(features::Feature& feature, bool withMixed);
 /// Value of the entry for a GenTL type string; "Custom" for an unknown one.
 std::int64_t transportTypeValue(const std::string& tlType);
 

@@ -1,11 +1,11 @@
 // The GenICam description of a table of features.
-#include "simulator/feature_xml.h"
+#include "features/feature_xml.h"
 
 #include <array>
 #include <cinttypes>
 #include <cstdio>
 
-namespace simulator
+namespace features
 {
 
 namespace
@@ -374,4 +374,4 @@ void FeatureXml::entryBits(const Feature& feature, std::uint64_t offset)
     }
 }
 
-} // namespace simulator
+} // namespace features

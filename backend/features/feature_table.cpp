@@ -1,8 +1,8 @@
 // Register layout of a table of features, and access to the registers.
-#include "simulator/feature_table.h"
+#include "features/feature_table.h"
 
+#include "features/feature_xml.h"
 #include "gentl/gentl_abi.h"
-#include "simulator/feature_xml.h"
 
 #include <algorithm>
 #include <array>
@@ -10,7 +10,7 @@
 #include <cstring>
 #include <stdexcept>
 
-namespace simulator
+namespace features
 {
 
 namespace
@@ -349,4 +349,4 @@ std::int32_t FeatureTable::write(std::uint64_t address, const void* data, std::s
     return gentl::err::kSuccess;
 }
 
-} // namespace simulator
+} // namespace features

@@ -1,7 +1,7 @@
 // The features of one module: declared once, they give its description and its registers.
 #pragma once
 
-#include "simulator/feature.h"
+#include "features/feature.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-namespace simulator
+namespace features
 {
 
 /// What the head of a GenICam description says of the module.
@@ -104,4 +104,4 @@ private:
     std::string xml_;
 };
 
-} // namespace simulator
+} // namespace features

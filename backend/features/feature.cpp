@@ -1,5 +1,5 @@
 // Values and ranges of a feature.
-#include "simulator/feature.h"
+#include "features/feature.h"
 
 #include "gentl/gentl_abi.h"
 
@@ -7,7 +7,7 @@
 #include <cmath>
 #include <limits>
 
-namespace simulator
+namespace features
 {
 
 namespace
@@ -211,4 +211,4 @@ std::int32_t Feature::check(const FeatureValue& value, std::size_t index) const
     return good ? gentl::err::kSuccess : gentl::err::kInvalidValue;
 }
 
-} // namespace simulator
+} // namespace features

@@ -1,12 +1,12 @@
 // Writes the GenICam description of a table of features.
 #pragma once
 
-#include "simulator/feature_table.h"
+#include "features/feature_table.h"
 
 #include <cstdint>
 #include <string>
 
-namespace simulator
+namespace features
 {
 
 /// The description of a laid-out table; every feature node is accompanied by the register nodes
@@ -42,4 +42,4 @@ private:
     std::string text_;
 };
 
-} // namespace simulator
+} // namespace features

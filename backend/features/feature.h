@@ -9,7 +9,7 @@
 #include <variant>
 #include <vector>
 
-namespace simulator
+namespace features
 {
 
 /// Value of a feature: integers, booleans (0, 1), enumerations (entry value) and commands (1 while
@@ -173,4 +173,4 @@ private:
     std::function<bool()> busy_;
 };
 
-} // namespace simulator
+} // namespace features
