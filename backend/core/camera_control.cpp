@@ -10,6 +10,8 @@ namespace core
 void CameraControl::lockTransport(bool locked)
 {
     static_cast<void>(parameters_.SetIntegerValue("TLParamsLocked", locked ? 1 : 0));
+    // A camera without that feature may follow what the host does all the same.
+    genapi::ParamArray::invalidate();
 }
 
 ZelCamErr CameraControl::start() { return execute("AcquisitionStart"); }

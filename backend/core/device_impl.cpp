@@ -170,9 +170,8 @@ ZelCamErr DeviceImpl::WriteMem(std::int64_t address, const void* data, std::int6
         }
         return ZelErr::kOk;
     });
-    if (done > 0) {
-        camera_.invalidate("");
-    }
+    // Refused writes too may have changed something.
+    genapi::ParamArray::invalidate();
     if (written != nullptr) {
         *written = done;
     }
@@ -265,11 +264,7 @@ void DeviceImpl::event(std::uint64_t eventId, const void* data, std::size_t size
     }
 }
 
-void DeviceImpl::featureInvalidated(const std::string& name)
-{
-    camera_.invalidate(name);
-    transportParameters_.invalidate(name);
-}
+void DeviceImpl::featuresInvalidated() { genapi::ParamArray::invalidate(); }
 
 void DeviceImpl::deviceLost(ZelCamErr reason)
 {

@@ -55,7 +55,7 @@ public:
 
 private:
     void event(std::uint64_t eventId, const void* data, std::size_t size) override;
-    void featureInvalidated(const std::string& name) override;
+    void featuresInvalidated() override;
     void deviceLost(ZelCamErr reason) override;
 
     template <class Body> ZelCamErr whileOpen(Body&& body);

@@ -164,9 +164,7 @@ ZelCamErr InterfaceImpl::enumerate(std::uint64_t timeoutMs, bool* changed)
         return code;
     }
     *changed = takeOver(found);
-    if (attached_) {
-        parameters_.invalidate("");
-    }
+    genapi::ParamArray::invalidate();
     return code;
 }
 

@@ -122,8 +122,8 @@ public:
     virtual ~DeviceSink() = default;
     /// An event of the camera or of a module. `data`: offset 0 is address 0 of the event's port.
     virtual void event(std::uint64_t eventId, const void* data, std::size_t size) = 0;
-    /// Features changed behind our back; empty name: any.
-    virtual void featureInvalidated(const std::string& name) = 0;
+    /// Features changed behind our back.
+    virtual void featuresInvalidated() = 0;
     /// The device is gone (unplugged, control lost): everything answers with `reason` from now on.
     virtual void deviceLost(ZelCamErr reason) = 0;
 };

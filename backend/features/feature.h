@@ -106,6 +106,9 @@ public:
     Feature& onChange(std::function<void(std::size_t index)> hook);
     /// Runs a command; its code is the result of the register write.
     Feature& onExecute(std::function<std::int32_t(std::size_t index)> hook);
+    /// The value changes without being written: a counter that runs, say. Those with onRead() do so
+    /// anyway; values of all others may be kept by readers until something is written.
+    Feature& changesByItself() { return changing_ = true, *this; }
     /// A command that is still executing after its write returned. Without it commands are done at
     /// once.
     Feature& busyWhile(std::function<bool()> test) { return busy_ = std::move(test), *this; }
@@ -170,6 +173,7 @@ private:
     std::function<std::int32_t(std::size_t, const FeatureValue&)> onWrite_;
     std::function<void(std::size_t)> onChange_;
     std::function<std::int32_t(std::size_t)> onExecute_;
+    bool changing_ = false;
     std::function<bool()> busy_;
 };
 

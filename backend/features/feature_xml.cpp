@@ -252,8 +252,13 @@ void FeatureXml::enumeration(const Feature& feature)
 
 void FeatureXml::string(const Feature& feature)
 {
-    place(feature, 0, feature.length_, accessName(feature.access_),
-          feature.access_ == Access::ReadOnly && !feature.onRead_);
+    place(feature, 0, feature.length_, accessName(feature.access_), mayBeKept(feature));
+}
+
+bool FeatureXml::mayBeKept(const Feature& feature)
+{
+    return feature.type_ != FeatureType::Command && !feature.onRead_ && !feature.changing_ &&
+           feature.port_.empty();
 }
 
 void FeatureXml::selected(const Feature& feature)
@@ -283,13 +288,12 @@ void FeatureXml::valueRegister(const Feature& feature)
 {
     const bool isFloatRegister = feature.type_ == FeatureType::Float && feature.scale_ == 0.0;
     const std::string tag = isFloatRegister ? "FloatReg" : "IntReg";
-    const bool constant =
-        feature.access_ == Access::ReadOnly && !feature.onRead_ && feature.port_.empty();
     open(tag, feature.name_ + "Reg");
     element("Visibility", "Invisible");
     // Commands are read to see whether they are done.
     place(feature, 0, feature.length_,
-          feature.type_ == FeatureType::Command ? "RW" : accessName(feature.access_), constant);
+          feature.type_ == FeatureType::Command ? "RW" : accessName(feature.access_),
+          mayBeKept(feature));
     if (!isFloatRegister) {
         element("Sign", feature.length_ == 8 ? "Signed" : "Unsigned");
     }

@@ -29,6 +29,8 @@ private:
     void selected(const Feature& feature);
     void registers(const Feature& feature);
     void valueRegister(const Feature& feature);
+    /// Whether the value changes only when something is written.
+    static bool mayBeKept(const Feature& feature);
     /// Address, index, length, access mode, port and caching of a register node.
     void place(const Feature& feature, std::uint64_t offset, std::uint32_t length,
                const std::string& accessMode, bool cached);

@@ -1,6 +1,7 @@
 #include "genapi/configuration_file.h"
 
 #include "genapi/configuration_text.h"
+#include "genapi/kept_value.h"
 #include "genapi/param_array.h"
 #include "genapi/param_array_state.h"
 #include "genapi/setting_writer.h"
@@ -119,6 +120,8 @@ ZelCamErr saveConfiguration(ParamArray& array, const DeviceIdentity& identity, c
         const ParamArrayState::Entry entry(state);
         if (state.reason() != ZelErr::kOk)
             return state.reason();
+        // A file tells what the camera has, not what it had when it was asked last.
+        ChangeCount::advance();
         std::vector<Setting> settings;
         const ZelCamErr result = SettingWalk(state).collect(&settings);
         if (result != ZelErr::kOk)
@@ -146,6 +149,8 @@ ZelCamErr loadConfiguration(ParamArray& array, const char* file)
     const ParamArrayState::Entry entry(state);
     if (state.reason() != ZelErr::kOk)
         return state.reason();
+    // The values that would be put back are those that the camera has now.
+    ChangeCount::advance();
     std::vector<Setting> settings;
     LineReader reader(state);
     if (!reader.read(configuration.lines, &settings))

@@ -105,6 +105,7 @@ struct NodeDescription {
     std::optional<Number> min;
     std::optional<Number> max;
     std::optional<Number> increment;
+    std::vector<Number> validValues; ///< Empty: all in the range.
     std::optional<Number> commandValue;
     Number onValue{1, 1.0};
     Number offValue{0, 0.0};

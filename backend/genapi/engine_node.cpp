@@ -1,5 +1,6 @@
 #include "genapi/engine_node.h"
 
+#include "genapi/kept_value.h"
 #include "genapi/port_device.h"
 
 #include <cmath>
@@ -26,6 +27,17 @@ public:
 
 private:
     GError* error_ = nullptr;
+};
+
+/// A write counts when it is over, whether it was accepted or not: a refused one may have changed
+/// something on its way.
+class Write
+{
+public:
+    Write() = default;
+    ~Write() { ChangeCount::advance(); }
+    Write(const Write&) = delete;
+    Write& operator=(const Write&) = delete;
 };
 
 std::int64_t nearest(double value)
@@ -75,6 +87,7 @@ ZelCamErr EngineNode::readInteger(std::int64_t* value) const
 
 ZelCamErr EngineNode::writeInteger(std::int64_t value) const
 {
+    const Write write;
     Failure failure;
     switch (form_) {
     case Form::kInteger:
@@ -110,6 +123,7 @@ ZelCamErr EngineNode::writeReal(double value) const
 {
     if (form_ != Form::kReal)
         return writeInteger(nearest(value));
+    const Write write;
     Failure failure;
     arv_gc_float_set_value(reinterpret_cast<ArvGcFloat*>(node_), value, failure.out());
     return failure.code();
@@ -131,6 +145,7 @@ ZelCamErr EngineNode::readText(std::string* value) const
 
 ZelCamErr EngineNode::writeText(const char* value) const
 {
+    const Write write;
     if (form_ != Form::kText)
         return ZelErr::kParamTree;
     Failure failure;

@@ -1,5 +1,6 @@
 #include "genapi/feature.h"
 
+#include "genapi/cachable.h"
 #include "genapi/feature_map.h"
 #include "zel_gen_param_api.h"
 
@@ -47,6 +48,8 @@ std::int32_t paramTypeOf(NodeKind kind)
 Feature::Feature(FeatureMap& map, std::int32_t index)
     : map_(map), node_(nodeAt(map, index)), type_(paramTypeOf(node_.kind)),
       engine_(map.engine(index)), access_(map, index), range_(map, index),
+      isKept_(type_ != ZelGenParam::kTypeCommand && type_ != ZelGenParam::kTypeUnknown &&
+              isCachable(map.description(), index)),
       entries_(node_.entries.size())
 {
     // ArvGc writes only the first register of a value that several ones hold.
@@ -60,15 +63,31 @@ Feature::Feature(FeatureMap& map, std::int32_t index)
     }
 }
 
-bool Feature::isValueCached() const
-{
-    return type_ != ZelGenParam::kTypeCommand && type_ != ZelGenParam::kTypeUnknown &&
-           access_.isCachable();
-}
-
 ZelCamErr Feature::checkType(std::int32_t wanted) const
 {
     return type_ == wanted ? ZelErr::kOk : ZelErr::kParamType;
+}
+
+template <class Value, class Read>
+ZelCamErr Feature::readKept(std::int32_t wanted, KeptValue<Value>* kept, Value* value, Read read)
+{
+    if (const ZelCamErr result = checkType(wanted); result != ZelErr::kOk)
+        return result;
+    if (const Value* const known = kept->get()) {
+        *value = *known;
+        return ZelErr::kOk;
+    }
+    // What changes while the camera is asked makes the answer old.
+    const std::uint64_t seen = ChangeCount::now();
+    if (const ZelCamErr result = access_.checkReadable(); result != ZelErr::kOk)
+        return result;
+    Value fresh{};
+    if (const ZelCamErr result = read(&fresh); result != ZelErr::kOk)
+        return result;
+    if (isKept_)
+        kept->keep(fresh, seen);
+    *value = std::move(fresh);
+    return ZelErr::kOk;
 }
 
 const NodeDescription* Feature::valueNode() const
@@ -81,11 +100,8 @@ const NodeDescription* Feature::valueNode() const
 
 ZelCamErr Feature::readInteger(std::int64_t* value)
 {
-    if (const ZelCamErr result = checkType(ZelGenParam::kTypeInt); result != ZelErr::kOk)
-        return result;
-    if (const ZelCamErr result = access_.checkReadable(); result != ZelErr::kOk)
-        return result;
-    return engine_.readInteger(value);
+    return readKept(ZelGenParam::kTypeInt, &keptInteger_, value,
+                    [this](std::int64_t* fresh) { return engine_.readInteger(fresh); });
 }
 
 ZelCamErr Feature::writeWhole(std::int64_t value)
@@ -102,16 +118,8 @@ ZelCamErr Feature::writeInteger(std::int64_t value)
         return result;
     if (const ZelCamErr result = access_.checkWritable(); result != ZelErr::kOk)
         return result;
-    IntegerRange range{};
-    if (const ZelCamErr result = range_.integer(&range); result != ZelErr::kOk)
+    if (const ZelCamErr result = range_.check(value); result != ZelErr::kOk)
         return result;
-    if (value < range.min || value > range.max)
-        return ZelErr::kParamOutOfRange;
-    // The distance may need all 64 bits.
-    const std::uint64_t distance =
-        static_cast<std::uint64_t>(value) - static_cast<std::uint64_t>(range.min);
-    if (distance % static_cast<std::uint64_t>(range.increment) != 0)
-        return ZelErr::kParamOutOfRange;
     return writeWhole(value);
 }
 
@@ -124,11 +132,8 @@ ZelCamErr Feature::integerRange(IntegerRange* range)
 
 ZelCamErr Feature::readFloat(double* value)
 {
-    if (const ZelCamErr result = checkType(ZelGenParam::kTypeFloat); result != ZelErr::kOk)
-        return result;
-    if (const ZelCamErr result = access_.checkReadable(); result != ZelErr::kOk)
-        return result;
-    return engine_.readReal(value);
+    return readKept(ZelGenParam::kTypeFloat, &keptReal_, value,
+                    [this](double* fresh) { return engine_.readReal(fresh); });
 }
 
 bool Feature::isStoredWhole() const
@@ -145,11 +150,8 @@ ZelCamErr Feature::writeFloat(double value)
         return result;
     if (const ZelCamErr result = access_.checkWritable(); result != ZelErr::kOk)
         return result;
-    FloatRange range{};
-    if (const ZelCamErr result = range_.real(&range); result != ZelErr::kOk)
+    if (const ZelCamErr result = range_.check(value); result != ZelErr::kOk)
         return result;
-    if (std::isnan(value) || value < range.min || value > range.max)
-        return ZelErr::kParamOutOfRange;
     // ArvGc would cut the fraction off.
     const double stored = isStoredWhole() ? std::round(value) : value;
     ZelCamErr result = engine_.writeReal(stored);
@@ -175,12 +177,10 @@ const std::string& Feature::unit() const
 
 ZelCamErr Feature::readBoolean(bool* value)
 {
-    if (const ZelCamErr result = checkType(ZelGenParam::kTypeBoolean); result != ZelErr::kOk)
-        return result;
-    if (const ZelCamErr result = access_.checkReadable(); result != ZelErr::kOk)
-        return result;
     std::int64_t whole = 0;
-    const ZelCamErr result = engine_.readInteger(&whole);
+    const ZelCamErr result =
+        readKept(ZelGenParam::kTypeBoolean, &keptInteger_, &whole,
+                 [this](std::int64_t* fresh) { return engine_.readInteger(fresh); });
     if (result == ZelErr::kOk)
         *value = whole != 0;
     return result;
@@ -197,15 +197,8 @@ ZelCamErr Feature::writeBoolean(bool value)
 
 ZelCamErr Feature::readString(std::string* value)
 {
-    if (const ZelCamErr result = checkType(ZelGenParam::kTypeString); result != ZelErr::kOk)
-        return result;
-    if (const ZelCamErr result = access_.checkReadable(); result != ZelErr::kOk)
-        return result;
-    std::string text;
-    const ZelCamErr result = engine_.readText(&text);
-    if (result == ZelErr::kOk)
-        *value = std::move(text);
-    return result;
+    return readKept(ZelGenParam::kTypeString, &keptText_, value,
+                    [this](std::string* fresh) { return engine_.readText(fresh); });
 }
 
 ZelCamErr Feature::maxLength(std::int32_t* length)
@@ -295,10 +288,12 @@ FeatureAccess& Feature::entryAccess(std::size_t entry)
 
 ZelCamErr Feature::readEntry(std::size_t* entry)
 {
-    if (const ZelCamErr result = checkType(ZelGenParam::kTypeEnum); result != ZelErr::kOk)
-        return result;
-    if (const ZelCamErr result = access_.checkReadable(); result != ZelErr::kOk)
-        return result;
+    return readKept(ZelGenParam::kTypeEnum, &keptEntry_, entry,
+                    [this](std::size_t* fresh) { return findEntry(fresh); });
+}
+
+ZelCamErr Feature::findEntry(std::size_t* entry)
+{
     std::int64_t value = 0;
     if (const ZelCamErr result = engine_.readInteger(&value); result != ZelErr::kOk)
         return result;

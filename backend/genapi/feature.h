@@ -5,6 +5,7 @@
 #include "genapi/engine_node.h"
 #include "genapi/feature_access.h"
 #include "genapi/feature_range.h"
+#include "genapi/kept_value.h"
 #include "zel_err.h"
 
 #include <cstdint>
@@ -35,7 +36,9 @@ public:
 
     /// One of ZelGenParam::kType...
     std::int32_t type() const { return type_; }
-    bool isValueCached() const;
+    /// Reads may answer with the value of the last read as long as nothing was written, executed or
+    /// reported by the module since.
+    bool isValueCached() const { return isKept_; }
 
     ZelCamErr readInteger(std::int64_t* value);
     ZelCamErr writeInteger(std::int64_t value);
@@ -67,6 +70,10 @@ public:
 
 private:
     ZelCamErr checkType(std::int32_t wanted) const;
+    /// The kept value, else what `read` gives after the checks of type and access.
+    template <class Value, class Read>
+    ZelCamErr readKept(std::int32_t wanted, KeptValue<Value>* kept, Value* value, Read read);
+    ZelCamErr findEntry(std::size_t* entry);
     ZelCamErr writeWhole(std::int64_t value);
     ZelCamErr writeEntry(std::size_t entry);
     bool isStoredWhole() const;
@@ -78,6 +85,11 @@ private:
     EngineNode engine_;
     FeatureAccess access_;
     FeatureRange range_;
+    bool isKept_;
+    KeptValue<std::int64_t> keptInteger_;
+    KeptValue<double> keptReal_;
+    KeptValue<std::string> keptText_;
+    KeptValue<std::size_t> keptEntry_;
     std::vector<EngineNode> copies_;
     std::vector<std::unique_ptr<FeatureAccess>> entries_;
 };

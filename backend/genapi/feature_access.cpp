@@ -29,11 +29,8 @@ void FeatureAccess::add(std::int32_t index, bool withLocks)
     const NodeDescription& node = map_.description().nodes[static_cast<std::size_t>(index)];
     addConditions(node.references, withLocks);
     mode_ &= node.imposedAccess;
-    if (node.isRegister) {
+    if (node.isRegister)
         mode_ &= node.accessMode != 0 ? node.accessMode : kReadable;
-        isCachable_ = isCachable_ && node.isCachable;
-    }
-    isCachable_ = isCachable_ && !node.isPolled;
     switch (node.kind) {
     case NodeKind::kIntSwissKnife:
     case NodeKind::kSwissKnife:
@@ -73,8 +70,6 @@ void FeatureAccess::add(std::int32_t index, bool withLocks)
             break;
         }
     }
-    if (!overlays_.empty())
-        isCachable_ = false;
 }
 
 void FeatureAccess::addStructEntry(const NodeDescription& node, bool withLocks)

@@ -35,8 +35,6 @@ public:
     ZelCamErr checkReadable();
     ZelCamErr checkWritable();
 
-    /// Whether values may be kept: every register behind it says so.
-    bool isCachable() const { return isCachable_; }
     bool hasReadableMode() const { return (mode_ & 1U) != 0; }
 
 private:
@@ -47,7 +45,6 @@ private:
 
     FeatureMap& map_;
     unsigned mode_;
-    bool isCachable_ = true;
     std::vector<EngineNode> implemented_;
     std::vector<EngineNode> available_;
     std::vector<EngineNode> locked_;

@@ -41,6 +41,8 @@ void FeatureRange::add(FeatureMap& map, std::int32_t index)
         addBound(map, node.max ? &*node.max : nullptr, node.target(ReferenceKind::kMax), &upper_);
         addBound(map, node.increment ? &*node.increment : nullptr,
                  node.target(ReferenceKind::kIncrement), &increments_);
+        if (validValues_.empty())
+            validValues_ = node.validValues;
         if (node.kind == NodeKind::kConverter || node.kind == NodeKind::kIntConverter) {
             converters_.push_back(map.engine(next));
             return;
@@ -77,7 +79,6 @@ ZelCamErr FeatureRange::integer(IntegerRange* range) const
             return result;
         range->max = std::min(range->max, value);
     }
-    // The nearest one counts: what lies behind may have another scale.
     if (!increments_.empty()) {
         if (const ZelCamErr result = valueOf(increments_[0], &value); result != ZelErr::kOk)
             return result;
@@ -95,6 +96,50 @@ ZelCamErr FeatureRange::integer(IntegerRange* range) const
         }
     }
     return ZelErr::kOk;
+}
+
+ZelCamErr FeatureRange::check(std::int64_t value) const
+{
+    IntegerRange range{};
+    if (const ZelCamErr result = integer(&range); result != ZelErr::kOk)
+        return result;
+    if (value < range.min || value > range.max)
+        return ZelErr::kParamOutOfRange;
+    // The distance may need all 64 bits.
+    const std::uint64_t distance =
+        static_cast<std::uint64_t>(value) - static_cast<std::uint64_t>(range.min);
+    const bool isStep = distance % static_cast<std::uint64_t>(range.increment) == 0;
+    return isStep && isListed([value](const Number& each) { return each.integer == value; })
+               ? ZelErr::kOk
+               : ZelErr::kParamOutOfRange;
+}
+
+ZelCamErr FeatureRange::check(double value) const
+{
+    constexpr double kTolerance = 1e-6;
+    FloatRange range{};
+    if (const ZelCamErr result = real(&range); result != ZelErr::kOk)
+        return result;
+    if (std::isnan(value) || value < range.min || value > range.max)
+        return ZelErr::kParamOutOfRange;
+    double increment = 0.0;
+    if (!increments_.empty()) {
+        increment = increments_[0].number;
+        if (increments_[0].source == Source::kValue) {
+            if (const ZelCamErr result = increments_[0].engine.readReal(&increment);
+                result != ZelErr::kOk)
+                return result;
+        }
+    }
+    // Steps count from the minimum; without one there is nothing to count from.
+    if (increment > 0.0 && range.min > -DBL_MAX) {
+        const double steps = (value - range.min) / increment;
+        if (std::abs(steps - std::round(steps)) > std::max(kTolerance, steps * DBL_EPSILON * 4))
+            return ZelErr::kParamOutOfRange;
+    }
+    return isListed([value](const Number& each) { return each.real == value; })
+               ? ZelErr::kOk
+               : ZelErr::kParamOutOfRange;
 }
 
 ZelCamErr FeatureRange::real(FloatRange* range) const

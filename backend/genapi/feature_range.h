@@ -1,9 +1,11 @@
 // The present range of a number.
 #pragma once
 
+#include "genapi/description.h"
 #include "genapi/engine_node.h"
 #include "zel_err.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <vector>
 
@@ -11,8 +13,6 @@ namespace genapi
 {
 
 class FeatureMap;
-struct NodeDescription;
-struct Number;
 
 struct IntegerRange {
     std::int64_t min;
@@ -35,6 +35,11 @@ public:
     ZelCamErr integer(IntegerRange* range) const;
     ZelCamErr real(FloatRange* range) const;
 
+    /// 0, or -40204 for a value outside, off the increment or not in the list of valid ones. Floats
+    /// may miss the increment by a millionth of it: most steps have no exact binary form.
+    ZelCamErr check(std::int64_t value) const;
+    ZelCamErr check(double value) const;
+
 private:
     enum class Source : std::uint8_t { kConstant, kValue };
 
@@ -49,9 +54,16 @@ private:
     static void addBound(FeatureMap& map, const Number* constant, std::int32_t reference,
                          std::vector<Bound>* bounds);
 
+    template <class Matches> bool isListed(Matches matches) const
+    {
+        return validValues_.empty() ||
+               std::any_of(validValues_.begin(), validValues_.end(), matches);
+    }
+
     std::vector<Bound> lower_;
     std::vector<Bound> upper_;
-    std::vector<Bound> increments_;
+    std::vector<Bound> increments_; ///< The nearest one counts: others may have another scale.
+    std::vector<Number> validValues_;
     std::vector<EngineNode> converters_;
 };
 

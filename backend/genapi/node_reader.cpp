@@ -2,6 +2,7 @@
 
 #include "genapi/xml_element.h"
 
+#include <algorithm>
 #include <cctype>
 #include <charconv>
 #include <utility>
@@ -306,8 +307,28 @@ bool NodeReader::readSimple(NodeDescription* node, std::string_view tag, const s
     return true;
 }
 
+/// Numbers between semicolons.
+bool NodeReader::readValidValues(NodeDescription* node, std::string_view text)
+{
+    while (!text.empty()) {
+        const std::size_t end = std::min(text.find(';'), text.size());
+        const std::string_view item = trim(text.substr(0, end));
+        text.remove_prefix(std::min(end + 1, text.size()));
+        if (item.empty())
+            continue;
+        const auto integer = parseInteger(item);
+        const auto real = parseReal(item);
+        if (!real || (!integer && !isFloatKind(node->kind)))
+            return false;
+        node->validValues.push_back({integer.value_or(0), *real});
+    }
+    return true;
+}
+
 bool NodeReader::readNumber(NodeDescription* node, std::string_view tag, const std::string& text)
 {
+    if (tag == "ValidValueSet")
+        return readValidValues(node, text);
     const bool isFloat = isFloatKind(node->kind);
     const bool isBound = tag == "Min" || tag == "Max" || tag == "Inc";
     const bool isWhole = tag == "CommandValue" || tag == "OnValue" || tag == "OffValue" ||

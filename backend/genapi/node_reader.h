@@ -33,6 +33,7 @@ private:
     bool readNode(std::size_t index);
     bool readChild(NodeDescription* node, const xmlNode* child);
     bool readSimple(NodeDescription* node, std::string_view tag, const std::string& text);
+    static bool readValidValues(NodeDescription* node, std::string_view text);
     bool readNumber(NodeDescription* node, std::string_view tag, const std::string& text);
     bool readEntry(NodeDescription* node, const xmlNode* element);
     bool readReference(std::vector<Reference>* references, const xmlNode* element);

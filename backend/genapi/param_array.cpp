@@ -1,6 +1,7 @@
 #include "genapi/param_array.h"
 
 #include "genapi/enum_params.h"
+#include "genapi/kept_value.h"
 #include "genapi/param_array_state.h"
 #include "genapi/param_object.h"
 #include "genapi/params.h"
@@ -56,6 +57,8 @@ void ParamArray::setEventData(std::uint64_t eventId, const void* data, std::size
     const Entry entry(*state_);
     for (const auto& map : state_->maps())
         map->router().setData(true, eventId, data, size);
+    // What the event reports may have changed more than its own data.
+    invalidate();
 }
 
 void ParamArray::setChunkData(std::uint64_t chunkId, const void* data, std::size_t size)
@@ -65,7 +68,7 @@ void ParamArray::setChunkData(std::uint64_t chunkId, const void* data, std::size
         map->router().setData(false, chunkId, data, size);
 }
 
-void ParamArray::invalidate(const std::string& feature) { (void)feature; }
+void ParamArray::invalidate() { ChangeCount::advance(); }
 
 ZelGenParam::Param* ParamArray::GetParam(const char* name, ZelCamErr* err)
 {

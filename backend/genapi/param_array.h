@@ -43,9 +43,9 @@ public:
     void setEventData(std::uint64_t eventId, const void* data, std::size_t size);
     void setChunkData(std::uint64_t chunkId, const void* data, std::size_t size);
 
-    /// Tells that the module changed features behind our back ("" = all). Every value is read from
-    /// the module when it is asked for, so there is nothing to drop today.
-    void invalidate(const std::string& feature);
+    /// Tells that something changed features behind the back of the map: the next read of every
+    /// value asks the module. Never waits; from any thread.
+    static void invalidate();
 
     /// For the other files of this directory.
     ParamArrayState& state() { return *state_; }

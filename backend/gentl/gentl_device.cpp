@@ -129,7 +129,7 @@ bool GentlDevice::decode(EventType type, const InfoQuestionOf& ask)
         static_cast<void>(checkGone());
         return true;
     case kEventFeatureInvalidate:
-        sink_->featureInvalidated(askText(ask(kEventDataId)).value_or(""));
+        sink_->featuresInvalidated();
         return true;
     default:
         return decodeDeviceEvent(ask);

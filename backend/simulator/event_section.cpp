@@ -107,6 +107,7 @@ void EventSection::declareCounters()
     counterValue_ = &table.integer("CounterValue", "Events counted since the last reset.")
                          .expert()
                          .selectedBy("CounterSelector", kCounterCount)
+                         .changesByItself()
                          .range(std::int64_t{0}, std::int64_t{0xFFFFFFFF});
     table.command("CounterReset", "Sets the counter to 0.")
         .expert()

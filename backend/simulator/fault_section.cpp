@@ -40,6 +40,7 @@ void FaultSection::declareFrames()
     drop_ = &table.integer("SimulatorDropFrames", "Frames that vanish from now on.")
                  .describe("The next n frames are exposed and lost on their way. Counts down to 0.")
                  .guru()
+                 .changesByItself()
                  .range(none, kManyFrames);
     incomplete_ =
         &table.integer("SimulatorIncompleteFrames", "Frames that arrive incomplete.")
@@ -47,6 +48,7 @@ void FaultSection::declareFrames()
                  "Of the next n frames only SimulatorIncompleteLines lines arrive. Counts down to "
                  "0.")
              .guru()
+             .changesByItself()
              .range(none, kManyFrames);
     incompleteLines_ =
         &table.integer("SimulatorIncompleteLines", "Lines of incomplete frames.")
@@ -56,6 +58,7 @@ void FaultSection::declareFrames()
     delay_ = &table.integer("SimulatorDelayFrames", "Frames that arrive late.")
                   .describe("The next n frames arrive SimulatorDelayTime late. Counts down to 0.")
                   .guru()
+                  .changesByItself()
                   .range(none, kManyFrames);
     delayTime_ = &table.integer("SimulatorDelayTime", "Delay of late frames.")
                       .unit("ms")
@@ -97,6 +100,7 @@ void FaultSection::declareConnection()
                  "The next n reads and writes of registers fail with SimulatorRefuseCode. Counts "
                  "down to 0.")
              .guru()
+             .changesByItself()
              .range(std::int64_t{0}, kManyFrames);
     Feature& stop = table.boolean("SimulatorStopEvents", "No event leaves the camera.").guru();
     stop.onChange([this, &stop](std::size_t) { events_.setStopped(stop.integer() != 0); });

@@ -43,6 +43,7 @@ TransportSection::TransportSection(CameraContext& context,
              .describe(
                  "Set by the host: 1 locks the features that must not change while streaming.")
              .invisible()
+             .changesByItself() // The end of a session takes it back.
              .range(std::int64_t{0}, std::int64_t{1});
     locked_->onChange([this](std::size_t) { context_.transportLocked = locked_->integer() != 0; });
     if (context.config.hasNetwork) {

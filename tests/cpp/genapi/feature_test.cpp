@@ -74,6 +74,81 @@ TEST(Feature, IntegerKeepsToRangeAndIncrementFromTheMinimum)
     EXPECT_EQ(width->SetValue(15), -40204);
 }
 
+TEST(Feature, ValuesAreReadOnceUntilSomethingMayHaveChangedThem)
+{
+    const std::string fleeting = "<Cachable>NoCache</Cachable>";
+    const std::string polled = "<PollingTime>100</PollingTime>";
+    Module module(
+        kWidth + intReg("Other", "4") + intReg("Fleeting", "8", fleeting) +
+            intReg("Polled", "0xC", polled) +
+            "<Integer Name=\"OnFleeting\"><pValue>Fleeting</pValue></Integer>"
+            "<IntSwissKnife Name=\"Sum\"><pVariable Name=\"A\">Other</pVariable>"
+            "<pVariable Name=\"B\">Polled</pVariable><Formula>A+B</Formula>"
+            "</IntSwissKnife>" +
+            intReg("Chosen", "0x20", "<pIndex Offset=\"4\">Fleeting</pIndex>") +
+            intReg("Asking", "0x40", "<pIsAvailable>Fleeting</pIsAvailable>") +
+            intReg("Told", "0x44", "<pInvalidator>Polled</pInvalidator>"),
+        {"Width", "Other", "Fleeting", "Polled", "OnFleeting", "Sum", "Chosen", "Asking", "Told"});
+    const auto kept = [&](const char* name) {
+        module.source.setWord(8, 1);
+        module.array.GetIntegerValue(name, nullptr);
+        const int before = module.source.reads;
+        module.array.GetIntegerValue(name, nullptr);
+        const bool isKept = module.source.reads == before;
+        EXPECT_EQ(module.array.GetParam(name, nullptr)->IsValueCached(), isKept) << name;
+        return isKept;
+    };
+    EXPECT_TRUE(kept("Width"));
+    EXPECT_TRUE(kept("Other"));
+    for (const char* name : {"Fleeting", "Polled", "OnFleeting", "Sum", "Chosen", "Asking", "Told"})
+        EXPECT_FALSE(kept(name)) << name;
+
+    EXPECT_EQ(module.integer("Other"), 0);
+    module.source.setWord(4, 5);
+    EXPECT_EQ(module.integer("Other"), 0) << "nothing told that it changed";
+    EXPECT_EQ(module.array.SetIntegerValue("Width", 11), 0);
+    EXPECT_EQ(module.integer("Other"), 5) << "a write to one feature may change another";
+    module.source.setWord(4, 6);
+    Module elsewhere(intReg("Address", "0"), {"Address"});
+    EXPECT_EQ(elsewhere.array.SetIntegerValue("Address", 1), 0);
+    EXPECT_EQ(module.integer("Other"), 6) << "so may one to another module";
+    module.source.setWord(4, 7);
+    module.source.failure = -1010;
+    EXPECT_EQ(module.array.SetIntegerValue("Width", 15), -1010);
+    EXPECT_EQ(module.readError("Other"), -1010) << "a failure is told, not covered";
+    module.source.failure = 0;
+    EXPECT_EQ(module.integer("Other"), 7) << "and not kept";
+    module.source.setWord(4, 8);
+    module.array.setEventData(1, "", 0);
+    EXPECT_EQ(module.integer("Other"), 8);
+    module.array.detach(-1006);
+    EXPECT_EQ(module.readError("Other"), -1006);
+}
+
+TEST(Feature, StepsOfFloatsAndListsOfValidValues)
+{
+    Module module(
+        "<FloatReg Name=\"Reg\"><Address>0</Address><Length>8</Length>"
+        "<AccessMode>RW</AccessMode><pPort>Device</pPort><Endianess>LittleEndian"
+        "</Endianess></FloatReg><Float Name=\"Stepped\"><pValue>Reg</pValue><Min>0.1</Min>"
+        "<Max>9</Max><Inc>0.1</Inc></Float><Float Name=\"Listed\"><pValue>Reg</pValue>"
+        "<ValidValueSet>0.5; 1.5 ;3</ValidValueSet></Float>" +
+            intReg("Raw", "8") +
+            "<Integer Name=\"Powers\"><pValue>Raw</pValue><Min>1</Min><Max>16</Max>"
+            "<ValidValueSet>1;2;4;0x8;16</ValidValueSet></Integer>",
+        {"Stepped", "Listed", "Powers"});
+    for (int step = 1; step <= 90; ++step)
+        EXPECT_EQ(module.array.SetFloatValue("Stepped", step * 0.1), 0) << step;
+    for (const double value : {0.15, 0.1001, 8.99, 9.1})
+        EXPECT_EQ(module.array.SetFloatValue("Stepped", value), -40204) << value;
+    EXPECT_EQ(module.array.SetFloatValue("Listed", 1.5), 0);
+    EXPECT_EQ(module.array.SetFloatValue("Listed", 2.0), -40204);
+    for (const std::int64_t value : {1, 2, 4, 8, 16})
+        EXPECT_EQ(module.array.SetIntegerValue("Powers", value), 0) << value;
+    for (const std::int64_t value : {3, 5, 15, 32})
+        EXPECT_EQ(module.array.SetIntegerValue("Powers", value), -40204) << value;
+}
+
 TEST(Feature, RangesWithoutLimitsAreThoseOfTheRegister)
 {
     const std::string reg8 =
@@ -320,6 +395,7 @@ TEST(Feature, StringsKnowTheirLengthAndAreValidText)
     EXPECT_EQ(name->SetValue(""), 0);
     EXPECT_STREQ(module.array.GetStringValue("Name", &err), "");
     std::memcpy(module.source.memory.data() + 0x20, "a\xFF\xC3\xA4\xE2\x82", 7);
+    genapi::ParamArray::invalidate();
     EXPECT_STREQ(name->GetValue(&err), "a\xEF\xBF\xBD\xC3\xA4\xEF\xBF\xBD\xEF\xBF\xBD");
     EXPECT_STREQ(module.array.GetStringValue("Const", &err), "hello");
     EXPECT_EQ(module.array.GetString("Const", nullptr)->GetMaxLength(&err), 2147483647);

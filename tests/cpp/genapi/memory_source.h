@@ -23,6 +23,7 @@ public:
 
     ZelCamErr read(std::uint64_t address, void* data, std::size_t size) override
     {
+        ++reads;
         if (onAccess)
             onAccess();
         if (failure != ZelErr::kOk)
@@ -65,6 +66,7 @@ public:
 
     std::vector<std::uint8_t> memory = std::vector<std::uint8_t>(65536);
     ZelCamErr failure = ZelErr::kOk;
+    int reads = 0;
     int writes = 0;
     bool isNetworkOrder = false;
     ArvDevice* device = nullptr; ///< Borrowed.

@@ -34,7 +34,7 @@ public:
     }
     void streamBroken(ZelCamErr reason) override { note(&broken_, reason); }
     void event(std::uint64_t, const void*, std::size_t) override {}
-    void featureInvalidated(const std::string&) override {}
+    void featuresInvalidated() override {}
     void deviceLost(ZelCamErr reason) override { note(&lost_, reason); }
 
     bool next(std::pair<core::BufferToken, core::FrameInfo>* frame, std::chrono::milliseconds wait)
