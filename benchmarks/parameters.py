@@ -66,16 +66,21 @@ def run(table):
         "integer write by object": lambda: width.SetValue(current),
         "enumeration write": lambda: camera.SetEnumValueStr("PixelFormat", entry),
         "float read by name": lambda: camera.GetFloatValue("ExposureTime"),
+        # Calculated by the camera: every read goes to its registers.
+        "integer read, not kept": lambda: camera.GetIntegerValue("PayloadSize"),
     }
     for name, function in rows.items():
         ours = interleaved([many(function)], 9)[0] / LOOPS
-        other = rival.get(name) if rival else None
-        read = "read" in name
+        asks = name.endswith("not kept")
+        other = rival.get("integer read by name" if asks else name) if rival else None
+        read = "read" in name and not asks
         met = None
         if read:
             met = ours < 3e-6 and (other is None or other / ours >= 2)
+        elif asks:
+            met = ours < 3e-6
         table.add(name, micro(ours), "Aravis bindings " + (micro(other) if other else "absent"),
-                  "%.2f" % (other / ours) if other else "", "2x, under 3 us" if read else "", met)
+                  "%.2f" % (other / ours) if other else "", "under 3 us" if asks else "2x, under 3 us" if read else "", met)
     count = walk(camera, camera.GetRootCategory())
     ours = interleaved([lambda: walk(camera, camera.GetRootCategory())], 9)[0]
     other = rival.get("walk per feature") if rival else None
