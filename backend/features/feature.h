@@ -147,6 +147,7 @@ private:
     Visibility visibility_ = Visibility::Beginner;
     Access access_ = Access::ReadWrite;
     bool streamable_ = false;
+    bool changing_ = false;
     std::string selector_;
     std::vector<EnumEntry> entries_;
     std::vector<std::string> children_; ///< Categories: names of their features.
@@ -173,7 +174,6 @@ private:
     std::function<std::int32_t(std::size_t, const FeatureValue&)> onWrite_;
     std::function<void(std::size_t)> onChange_;
     std::function<std::int32_t(std::size_t)> onExecute_;
-    bool changing_ = false;
     std::function<bool()> busy_;
 };
 

@@ -28,10 +28,10 @@ public:
             return false;
         if (node.parent >= 0 && !allows(node.parent))
             return false;
-        return allowsAll(node.references) &&
-               std::all_of(
-                   node.entries.begin(), node.entries.end(),
-                   [this](const EntryDescription& entry) { return allowsEntry(entry.references); });
+        return allowsAll(node.references) && std::all_of(node.entries.begin(), node.entries.end(),
+                                                         [this](const EntryDescription& entry) {
+                                                             return allowsEntry(entry.references);
+                                                         });
     }
 
 private:

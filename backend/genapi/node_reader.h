@@ -32,9 +32,6 @@ private:
     bool addNode(const xmlNode* element, std::int32_t parent);
     bool readNode(std::size_t index);
     bool readChild(NodeDescription* node, const xmlNode* child);
-    bool readSimple(NodeDescription* node, std::string_view tag, const std::string& text);
-    static bool readValidValues(NodeDescription* node, std::string_view text);
-    bool readNumber(NodeDescription* node, std::string_view tag, const std::string& text);
     bool readEntry(NodeDescription* node, const xmlNode* element);
     bool readReference(std::vector<Reference>* references, const xmlNode* element);
     bool addReference(std::vector<Reference>* references, ReferenceKind kind,

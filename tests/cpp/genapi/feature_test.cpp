@@ -1,6 +1,6 @@
 // Values, access and ranges of single features, against registers in memory.
+#include "attached_module.h"
 #include "genapi/param_array.h"
-#include "memory_source.h"
 
 #include <arv.h>
 #include <gtest/gtest.h>
@@ -18,37 +18,6 @@ using ZelGenParam::Command;
 using ZelGenParam::Enum;
 using ZelGenParam::Float;
 using ZelGenParam::Int;
-
-/// One module with these nodes, attached.
-class Module
-{
-public:
-    Module(const std::string& nodes, const std::vector<std::string>& features,
-           const std::string& schemaMinor = "1", bool isNetworkOrder = false)
-        : source(describe(nodes, features, schemaMinor))
-    {
-        source.isNetworkOrder = isNetworkOrder;
-        EXPECT_EQ(array.attach({&source}), 0);
-    }
-
-    std::int64_t integer(const char* name)
-    {
-        ZelCamErr err = -1;
-        const std::int64_t value = array.GetIntegerValue(name, &err);
-        EXPECT_EQ(err, 0) << name;
-        return value;
-    }
-
-    ZelCamErr readError(const char* name)
-    {
-        ZelCamErr err = -1;
-        EXPECT_EQ(array.GetIntegerValue(name, &err), 0);
-        return err;
-    }
-
-    MemorySource source;
-    genapi::ParamArray array;
-};
 
 const std::string kWidth = intReg("WidthReg", "0x100") +
                            "<Integer Name=\"Width\"><pValue>WidthReg</pValue><Min>7</Min>"
@@ -72,57 +41,6 @@ TEST(Feature, IntegerKeepsToRangeAndIncrementFromTheMinimum)
     EXPECT_EQ(module.array.SetIntegerValue("Limit", 11), 0);
     EXPECT_EQ(width->GetMax(&err), 11) << "a maximum that is a feature moves";
     EXPECT_EQ(width->SetValue(15), -40204);
-}
-
-TEST(Feature, ValuesAreReadOnceUntilSomethingMayHaveChangedThem)
-{
-    const std::string fleeting = "<Cachable>NoCache</Cachable>";
-    const std::string polled = "<PollingTime>100</PollingTime>";
-    Module module(
-        kWidth + intReg("Other", "4") + intReg("Fleeting", "8", fleeting) +
-            intReg("Polled", "0xC", polled) +
-            "<Integer Name=\"OnFleeting\"><pValue>Fleeting</pValue></Integer>"
-            "<IntSwissKnife Name=\"Sum\"><pVariable Name=\"A\">Other</pVariable>"
-            "<pVariable Name=\"B\">Polled</pVariable><Formula>A+B</Formula>"
-            "</IntSwissKnife>" +
-            intReg("Chosen", "0x20", "<pIndex Offset=\"4\">Fleeting</pIndex>") +
-            intReg("Asking", "0x40", "<pIsAvailable>Fleeting</pIsAvailable>") +
-            intReg("Told", "0x44", "<pInvalidator>Polled</pInvalidator>"),
-        {"Width", "Other", "Fleeting", "Polled", "OnFleeting", "Sum", "Chosen", "Asking", "Told"});
-    const auto kept = [&](const char* name) {
-        module.source.setWord(8, 1);
-        module.array.GetIntegerValue(name, nullptr);
-        const int before = module.source.reads;
-        module.array.GetIntegerValue(name, nullptr);
-        const bool isKept = module.source.reads == before;
-        EXPECT_EQ(module.array.GetParam(name, nullptr)->IsValueCached(), isKept) << name;
-        return isKept;
-    };
-    EXPECT_TRUE(kept("Width"));
-    EXPECT_TRUE(kept("Other"));
-    for (const char* name : {"Fleeting", "Polled", "OnFleeting", "Sum", "Chosen", "Asking", "Told"})
-        EXPECT_FALSE(kept(name)) << name;
-
-    EXPECT_EQ(module.integer("Other"), 0);
-    module.source.setWord(4, 5);
-    EXPECT_EQ(module.integer("Other"), 0) << "nothing told that it changed";
-    EXPECT_EQ(module.array.SetIntegerValue("Width", 11), 0);
-    EXPECT_EQ(module.integer("Other"), 5) << "a write to one feature may change another";
-    module.source.setWord(4, 6);
-    Module elsewhere(intReg("Address", "0"), {"Address"});
-    EXPECT_EQ(elsewhere.array.SetIntegerValue("Address", 1), 0);
-    EXPECT_EQ(module.integer("Other"), 6) << "so may one to another module";
-    module.source.setWord(4, 7);
-    module.source.failure = -1010;
-    EXPECT_EQ(module.array.SetIntegerValue("Width", 15), -1010);
-    EXPECT_EQ(module.readError("Other"), -1010) << "a failure is told, not covered";
-    module.source.failure = 0;
-    EXPECT_EQ(module.integer("Other"), 7) << "and not kept";
-    module.source.setWord(4, 8);
-    module.array.setEventData(1, "", 0);
-    EXPECT_EQ(module.integer("Other"), 8);
-    module.array.detach(-1006);
-    EXPECT_EQ(module.readError("Other"), -1006);
 }
 
 TEST(Feature, StepsOfFloatsAndListsOfValidValues)
