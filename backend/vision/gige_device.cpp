@@ -3,6 +3,7 @@
 #include "base/fork_guard.h"
 #include "base/log.h"
 #include "base/thread.h"
+#include "vision/control_keeper.h"
 #include "vision/gvcp_socket.h"
 
 #include <string>
@@ -78,6 +79,7 @@ GigeDevice::GigeDevice(ArvPtr<ArvDevice> device, const NetworkAdapter& adapter,
       features_("GigEDevice", "GigE Vision control channel")
 {
     declareFeatures();
+    ControlKeeper::instance().add(arv());
     watcher_ = base::startThread("zel-gige-watch", [this] { watch(); });
 }
 
@@ -93,6 +95,7 @@ GigeDevice::~GigeDevice()
     }
     watchWake_.notify_all();
     watcher_.join();
+    ControlKeeper::instance().remove(arv());
 }
 
 features::Feature& GigeDevice::registerFeature(const char* name, const char* toolTip,
@@ -102,15 +105,20 @@ features::Feature& GigeDevice::registerFeature(const char* name, const char* too
     return features_.table()
         .integer(name, toolTip)
         .range(0, std::int64_t{0xFFFFFFFF})
-        .onRead([device, address](std::size_t) {
-            std::uint32_t value = 0;
-            readRegister(device, address, &value);
-            return FeatureValue(std::int64_t{value});
+        .onRead([this, address](std::size_t) {
+            return FeatureValue(std::int64_t{readForHook(address)});
         })
         .onWrite([device, address](std::size_t, const FeatureValue& value) {
             return writeRegister(device, address,
                                  static_cast<std::uint32_t>(std::get<std::int64_t>(value)));
         });
+}
+
+std::uint32_t GigeDevice::readForHook(std::uint64_t address)
+{
+    std::uint32_t value = 0;
+    features_.failRead(readRegister(arv(), address, &value));
+    return value;
 }
 
 void GigeDevice::declareFeatures()
@@ -128,10 +136,8 @@ void GigeDevice::declareFeatures()
         .unit("B")
         .expert()
         .range(std::int64_t{64}, std::int64_t{65535})
-        .onRead([device](std::size_t) {
-            std::uint32_t value = 0;
-            readRegister(device, kPacketSize, &value);
-            return FeatureValue(std::int64_t{value & kPacketSizeMask});
+        .onRead([this](std::size_t) {
+            return FeatureValue(std::int64_t{readForHook(kPacketSize) & kPacketSizeMask});
         })
         .onWrite([device](std::size_t, const FeatureValue& value) {
             std::uint32_t now = 0;
@@ -167,10 +173,9 @@ void GigeDevice::declarePersistentIp()
     features_.table().category("PersistentIP", "Network settings after the next power-up.");
     features_.table()
         .boolean("GevPersistentIPEnable", "The camera starts with its persistent settings.")
-        .onRead([device](std::size_t) {
-            std::uint32_t value = 0;
-            readRegister(device, kIpConfiguration, &value);
-            return FeatureValue(std::int64_t{(value & kPersistentBit) != 0});
+        .onRead([this](std::size_t) {
+            const bool on = (readForHook(kIpConfiguration) & kPersistentBit) != 0;
+            return FeatureValue(std::int64_t{on});
         })
         .onWrite([device](std::size_t, const FeatureValue& value) {
             std::uint32_t now = 0;
@@ -201,6 +206,7 @@ void GigeDevice::watch()
             socket.readRegister(address_, gvcp::kControlChannelPrivilege, &privilege);
         // A camera that was restarted answers, but nobody controls it any more.
         if (!answered || privilege == 0) {
+            ControlKeeper::instance().remove(arv());
             lost();
             return;
         }
@@ -212,7 +218,7 @@ void GigeDevice::startEvents(core::DeviceSink* sink)
 {
     VisionDevice::startEvents(sink);
     messages_ = std::make_unique<MessageChannel>(
-        arv(), adapter_.address,
+        arv(), adapter_.address, address_,
         [this](std::uint64_t id, const void* data, std::size_t size) { deliver(id, data, size); });
 }
 

@@ -35,6 +35,7 @@ private:
     void declarePersistentIp();
     features::Feature& registerFeature(const char* name, const char* toolTip,
                                        std::uint64_t address);
+    std::uint32_t readForHook(std::uint64_t address);
     void watch();
 
     const NetworkAdapter adapter_;

@@ -19,6 +19,7 @@ namespace
 constexpr std::chrono::milliseconds kDiscoveryWait{100};
 constexpr std::chrono::milliseconds kLoopbackWait{50};
 constexpr std::chrono::milliseconds kForceIpWait{500};
+constexpr std::chrono::milliseconds kChangeOverWait{3000};
 
 // Bits of the control channel privilege register: control and exclusive access are held.
 constexpr std::uint32_t kPrivilegeTaken = 0x3;
@@ -192,21 +193,30 @@ ZelCamErr GigeInterface::forceIp(const std::string& id, const core::IpSettings& 
     if (!find(id, &record)) {
         return ZelErr::kGenTLInvalidId;
     }
+    if (accessStatus(id) == gentl::kStatusBusy) {
+        return ZelErr::kGenTLAccessDenied; // It would pull the camera away from its user.
+    }
     const NetworkAdapter adapter = this->adapter();
     GvcpSocket socket(adapter.address);
-    if (!socket.forceIp(adapter.broadcast, record.mac, settings.address, settings.mask,
-                        settings.gateway, kForceIpWait)) {
-        return ZelErr::kGenTLTimeout;
+    const ZelCamErr answer = socket.forceIp(adapter.broadcast, record.mac, settings.address,
+                                            settings.mask, settings.gateway, kForceIpWait);
+    if (answer != ZelErr::kOk && answer != ZelErr::kGenTLTimeout) {
+        return answer;
     }
-    // The acknowledge only says that the packet was understood: look where the device is now.
-    for (const gvcp::DiscoveryRecord& now : socket.discover(adapter.broadcast, kForceIpWait)) {
-        if (now.mac == record.mac && now.address == settings.address) {
-            const std::lock_guard<std::mutex> lock(mutex_);
-            devices_[id] = now;
-            return ZelErr::kOk;
+    // The acknowledge only says that the packet was understood, and it may get lost between two
+    // subnets: look where the device is now. Some need seconds to change over.
+    const auto patience = answer == ZelErr::kOk ? kChangeOverWait : kForceIpWait;
+    const auto end = GvcpSocket::Clock::now() + patience;
+    do {
+        for (const gvcp::DiscoveryRecord& now : socket.discover(adapter.broadcast, kDiscoveryWait)) {
+            if (now.mac == record.mac && deviceId(now) == id && now.address == settings.address) {
+                const std::lock_guard<std::mutex> lock(mutex_);
+                devices_[id] = now;
+                return ZelErr::kOk;
+            }
         }
-    }
-    return ZelErr::kGenTLIo;
+    } while (GvcpSocket::Clock::now() < end);
+    return answer != ZelErr::kOk ? answer : ZelErr::kGenTLIo;
 }
 
 ZelCamErr GigeInterface::openDevice(const std::string& id,

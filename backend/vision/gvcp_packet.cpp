@@ -67,10 +67,10 @@ Bytes makeCommand(Command command, std::uint8_t flags, std::uint16_t id, const B
     return bytes;
 }
 
-Bytes makeAck(Command command, std::uint16_t id)
+Bytes makeAck(Command command, std::uint16_t id, std::uint16_t status)
 {
     Bytes bytes;
-    append16(&bytes, 0);
+    append16(&bytes, status);
     append16(&bytes, static_cast<std::uint16_t>(command));
     append16(&bytes, 0);
     append16(&bytes, id);
@@ -110,6 +110,35 @@ bool parse(const std::uint8_t* data, std::size_t size, Packet* packet)
     packet->payload = data + kHeaderSize;
     packet->size = payload;
     return true;
+}
+
+bool isCommand(const Packet& packet) { return packet.status >> 8U == kCommandKey; }
+
+std::uint8_t flagsOf(const Packet& packet)
+{
+    return static_cast<std::uint8_t>(packet.status & 0xFFU);
+}
+
+ZelCamErr codeOf(std::uint16_t status)
+{
+    switch (status) {
+    case kSuccess:
+        return ZelErr::kOk;
+    case 0x8001: // not implemented
+        return ZelErr::kGenTLNotImplemented;
+    case kInvalidParameter:
+        return ZelErr::kGenTLInvalidParameter;
+    case 0x8003: // invalid address
+    case 0x8005: // bad alignment
+        return ZelErr::kGenTLInvalidAddress;
+    case 0x8004: // write protected
+    case 0x8006: // access denied
+        return ZelErr::kGenTLAccessDenied;
+    case 0x8007:
+        return ZelErr::kGenTLBusy;
+    default:
+        return ZelErr::kGenTLIo;
+    }
 }
 
 bool parseDiscovery(const Packet& packet, DiscoveryRecord* record)

@@ -1,6 +1,8 @@
 // Packets of the GigE Vision control protocol: what we send and read ourselves.
 #pragma once
 
+#include "zel_err.h"
+
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -16,7 +18,8 @@ constexpr std::uint16_t kPort = 3956;
 constexpr std::uint32_t kControlChannelPrivilege = 0x0A00;
 constexpr std::uint32_t kMessageChannelPort = 0x0B00;
 constexpr std::uint32_t kMessageChannelDestination = 0x0B10;
-constexpr std::uint32_t kMessageChannelSourcePort = 0x0B1C;
+constexpr std::uint32_t kMessageChannelTimeout = 0x0B14; ///< Milliseconds; 0: no retries.
+constexpr std::uint32_t kMessageChannelRetries = 0x0B18;
 
 enum class Command : std::uint16_t {
     Discovery = 0x0002,
@@ -31,9 +34,15 @@ enum class Command : std::uint16_t {
     EventDataAck = 0x00C3,
 };
 
+/// Answers to commands; others are refusals.
+constexpr std::uint16_t kSuccess = 0x0000;
+constexpr std::uint16_t kInvalidParameter = 0x8002;
+
 constexpr std::uint8_t kFlagAckRequired = 0x01;
 /// Discovery: the answer may be a broadcast, which reaches us from a foreign subnet.
 constexpr std::uint8_t kFlagBroadcastAck = 0x10;
+/// Events: block ids have 64 bits.
+constexpr std::uint8_t kFlagExtendedId = 0x10;
 
 using MacAddress = std::array<std::uint8_t, 6>;
 
@@ -62,8 +71,8 @@ struct Packet {
 using Bytes = std::vector<std::uint8_t>;
 
 Bytes makeCommand(Command command, std::uint8_t flags, std::uint16_t id, const Bytes& payload = {});
-/// Acknowledge of a command that was received, with status 0.
-Bytes makeAck(Command command, std::uint16_t id);
+/// Acknowledge of a command that was received.
+Bytes makeAck(Command command, std::uint16_t id, std::uint16_t status = kSuccess);
 Bytes makeForceIp(std::uint16_t id, const MacAddress& mac, std::uint32_t address,
                   std::uint32_t mask, std::uint32_t gateway);
 Bytes makeReadRegister(std::uint16_t id, std::uint32_t address);
@@ -72,6 +81,12 @@ Bytes makeReadRegister(std::uint16_t id, std::uint32_t address);
 bool parse(const std::uint8_t* data, std::size_t size, Packet* packet);
 /// False when the payload is too short.
 bool parseDiscovery(const Packet& packet, DiscoveryRecord* record);
+
+/// Whether the packet has the key of commands; its flags then.
+bool isCommand(const Packet& packet);
+std::uint8_t flagsOf(const Packet& packet);
+/// What a status of an acknowledge says, as a GenTL code; 0 for success.
+ZelCamErr codeOf(std::uint16_t status);
 
 std::uint16_t load16(const std::uint8_t* bytes);
 std::uint32_t load32(const std::uint8_t* bytes);

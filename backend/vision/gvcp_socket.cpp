@@ -159,21 +159,24 @@ bool GvcpSocket::readRegister(std::uint32_t device, std::uint32_t address, std::
     return false;
 }
 
-bool GvcpSocket::forceIp(std::uint32_t broadcast, const gvcp::MacAddress& mac,
-                         std::uint32_t address, std::uint32_t mask, std::uint32_t gateway,
-                         std::chrono::milliseconds wait)
+ZelCamErr GvcpSocket::forceIp(std::uint32_t broadcast, const gvcp::MacAddress& mac,
+                              std::uint32_t address, std::uint32_t mask, std::uint32_t gateway,
+                              std::chrono::milliseconds wait)
 {
     const std::uint16_t id = nextId();
-    broadcastTo(broadcast, gvcp::makeForceIp(id, mac, address, mask, gateway));
-    const Clock::time_point deadline = Clock::now() + wait;
+    const gvcp::Bytes request = gvcp::makeForceIp(id, mac, address, mask, gateway);
+    const Clock::time_point start = Clock::now();
     gvcp::Bytes buffer;
     gvcp::Packet packet;
-    while (receive(deadline, &buffer, &packet)) {
-        if (packet.command == gvcp::Command::ForceIpAck && packet.id == id) {
-            return packet.status == 0;
+    for (const Clock::time_point deadline : {start + wait / 2, start + wait}) {
+        broadcastTo(broadcast, request);
+        while (receive(deadline, &buffer, &packet)) {
+            if (packet.command == gvcp::Command::ForceIpAck && packet.id == id) {
+                return gvcp::codeOf(packet.status);
+            }
         }
     }
-    return false;
+    return ZelErr::kGenTLTimeout;
 }
 
 } // namespace vision

@@ -42,9 +42,10 @@ public:
                                                 std::chrono::milliseconds wait);
     /// Reads a register of a device; false: no answer or refused.
     bool readRegister(std::uint32_t device, std::uint32_t address, std::uint32_t* value);
-    /// Sends FORCEIP as a broadcast. True when the device acknowledged within `wait`.
-    bool forceIp(std::uint32_t broadcast, const gvcp::MacAddress& mac, std::uint32_t address,
-                 std::uint32_t mask, std::uint32_t gateway, std::chrono::milliseconds wait);
+    /// Sends FORCEIP as a broadcast, twice when the first one is not answered. -1011 when the
+    /// device did not answer within `wait`, else what it answered.
+    ZelCamErr forceIp(std::uint32_t broadcast, const gvcp::MacAddress& mac, std::uint32_t address,
+                      std::uint32_t mask, std::uint32_t gateway, std::chrono::milliseconds wait);
 
 private:
     void broadcastTo(std::uint32_t broadcast, const gvcp::Bytes& packet);

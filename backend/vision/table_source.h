@@ -10,7 +10,8 @@
 namespace vision
 {
 
-/// A feature table behind one lock. Fill table(), finish() it, then hand the source out.
+/// A feature table behind one lock. Fill table(), finish() it, then hand the source out. Hooks that
+/// read from a camera tell a failure by failRead().
 class TableSource final : public genapi::FeatureSource
 {
 public:
@@ -30,12 +31,22 @@ public:
     ZelCamErr read(std::uint64_t address, void* data, std::size_t size) override
     {
         const std::lock_guard<std::mutex> lock(mutex_);
-        return table_.read(address, data, size);
+        failure_ = ZelErr::kOk;
+        const ZelCamErr code = table_.read(address, data, size);
+        return code == ZelErr::kOk ? failure_ : code;
     }
     ZelCamErr write(std::uint64_t address, const void* data, std::size_t size) override
     {
         const std::lock_guard<std::mutex> lock(mutex_);
         return table_.write(address, data, size);
+    }
+
+    /// For hooks that run inside read(): it answers with `code` unless that is 0.
+    void failRead(ZelCamErr code)
+    {
+        if (code != ZelErr::kOk) {
+            failure_ = code;
+        }
     }
 
 private:
@@ -48,7 +59,8 @@ private:
         return identity;
     }
 
-    std::mutex mutex_;
+    std::mutex mutex_; ///< Guards the values and failure_.
+    ZelCamErr failure_ = ZelErr::kOk;
     features::FeatureTable table_;
 };
 

@@ -5,70 +5,8 @@
 #include "base/thread.h"
 #include "vision/vision_stream.h"
 
-#include <algorithm>
-#include <vector>
-
 namespace vision
 {
-
-namespace
-{
-// One request of the control protocols carries little; the library splits it further.
-constexpr std::size_t kPiece = 4096;
-} // namespace
-
-ZelCamErr CameraSource::description(std::string* document)
-{
-    std::size_t size = 0;
-    const char* xml = arv_device_get_genicam_xml(device_, &size);
-    if (xml == nullptr || size == 0) {
-        return ZelErr::kGenTLNoData;
-    }
-    document->assign(xml, size);
-    return ZelErr::kOk;
-}
-
-ZelCamErr CameraSource::read(std::uint64_t address, void* data, std::size_t size)
-{
-    auto* bytes = static_cast<std::uint8_t*>(data);
-    while (size > 0) {
-        if (lost_) {
-            return ZelErr::kGenTLIo;
-        }
-        const std::size_t piece = std::min(size, kPiece);
-        ArvError error;
-        if (!arv_device_read_memory(device_, address, static_cast<guint32>(piece), bytes,
-                                    error.out())) {
-            return error.failed() ? error.code() : ZelErr::kGenTLIo;
-        }
-        address += piece;
-        bytes += piece;
-        size -= piece;
-    }
-    return ZelErr::kOk;
-}
-
-ZelCamErr CameraSource::write(std::uint64_t address, const void* data, std::size_t size)
-{
-    const auto* bytes = static_cast<const std::uint8_t*>(data);
-    while (size > 0) {
-        if (lost_) {
-            return ZelErr::kGenTLIo;
-        }
-        const std::size_t piece = std::min(size, kPiece);
-        // The library's declaration lacks the const; it does not write to the memory.
-        std::vector<std::uint8_t> copy(bytes, bytes + piece);
-        ArvError error;
-        if (!arv_device_write_memory(device_, address, static_cast<guint32>(piece), copy.data(),
-                                     error.out())) {
-            return error.failed() ? error.code() : ZelErr::kGenTLIo;
-        }
-        address += piece;
-        bytes += piece;
-        size -= piece;
-    }
-    return ZelErr::kOk;
-}
 
 VisionDevice::VisionDevice(ArvPtr<ArvDevice> device)
     : device_(std::move(device)), camera_(device_.get())

@@ -3,31 +3,12 @@
 
 #include "core/transport.h"
 #include "vision/arv_ptr.h"
+#include "vision/camera_source.h"
 
-#include <atomic>
 #include <mutex>
 
 namespace vision
 {
-
-/// The camera's register space. Once the device is lost every access answers at once instead of
-/// waiting for time-outs. Thread safe.
-class CameraSource final : public genapi::FeatureSource
-{
-public:
-    explicit CameraSource(ArvDevice* device) : device_(device) {}
-
-    ZelCamErr description(std::string* document) override;
-    ZelCamErr read(std::uint64_t address, void* data, std::size_t size) override;
-    ZelCamErr write(std::uint64_t address, const void* data, std::size_t size) override;
-
-    void setLost() { lost_ = true; }
-    bool isLost() const { return lost_; }
-
-private:
-    ArvDevice* const device_; ///< Borrowed from the VisionDevice.
-    std::atomic<bool> lost_{false};
-};
 
 /// What both families share. A device that is lost tells its sink once; closing a lost device goes
 /// on in the background, because the farewell to a camera that is gone takes seconds.

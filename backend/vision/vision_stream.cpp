@@ -16,6 +16,8 @@ using features::FeatureValue;
 
 // Frames wait here while the script is busy; asked for before the first packet comes.
 constexpr std::int64_t kSocketBuffer = 16 << 20;
+// The receiver's count of what found no free buffer.
+constexpr const char* kShortages = "n_underruns";
 
 core::BufferToken tokenOf(ArvBuffer* buffer)
 {
@@ -129,6 +131,7 @@ std::uint64_t VisionStream::receiverCounter(const char* name)
     if (receiver_ == nullptr) {
         return 0;
     }
+    // Asked by number: not every receiver has every counter, and by name it would complain.
     const guint count = arv_stream_get_n_infos(receiver_.get());
     for (guint i = 0; i < count; ++i) {
         if (g_strcmp0(arv_stream_get_info_name(receiver_.get(), i), name) == 0) {
@@ -267,7 +270,8 @@ ZelCamErr VisionStream::start(std::uint64_t frames)
 {
     remaining_ = frames;
     ids_.reset();
-    gaps_ = 0;
+    underruns_ = 0;
+    lost_ = 0;
     if (receiver_ != nullptr && optionsChanged_) {
         dropReceiver();
     }
@@ -285,11 +289,13 @@ ZelCamErr VisionStream::start(std::uint64_t frames)
         for (const core::BufferToken token : waiting) {
             push(receiver_.get(), token);
         }
-    } else {
-        runThread();
+    } else if (ARV_IS_GV_STREAM(receiver_.get())) {
+        // Its socket was open all the time: a camera that was started earlier has filled it.
+        discardReceived(arv_gv_stream_get_port(ARV_GV_STREAM(receiver_.get())));
     }
-    underrunsBefore_ = receiverCounter("n_underruns");
+    shortagesSeen_ = receiverCounter(kShortages);
     receiving_ = true;
+    runThread();
     return ZelErr::kOk;
 }
 
@@ -298,19 +304,32 @@ ZelCamErr VisionStream::stop(bool)
     if (!receiving_) {
         return ZelErr::kGenTLResourceInUse;
     }
+    haltThread(false); // A frame in its hand arrives before this returns, none comes after.
     receiving_ = false;
-    haltThread(false);
     return ZelErr::kOk;
 }
 
 core::StreamCounters VisionStream::counters()
 {
     core::StreamCounters counters;
-    const std::uint64_t underruns = receiverCounter("n_underruns");
-    counters.underruns = underruns - std::min(underruns, underrunsBefore_);
-    const std::uint64_t gaps = gaps_;
-    counters.lost = gaps - std::min(gaps, counters.underruns);
+    // How many frames found no buffer shows when the next one finds one; until then it is one.
+    const bool now = receiverCounter(kShortages) > shortagesSeen_;
+    counters.underruns = underruns_ + (now ? 1 : 0);
+    counters.lost = lost_;
     return counters;
+}
+
+void VisionStream::countGap(ArvStream* receiver, std::uint64_t before, std::uint64_t now)
+{
+    const std::uint64_t shortages = arv_stream_get_info_uint64_by_name(receiver, kShortages);
+    const std::uint64_t news = shortages - shortagesSeen_;
+    shortagesSeen_ = shortages;
+    // Of those before the first frame nothing is known but that there was one.
+    const std::uint64_t none = news > 0 ? 1 : 0;
+    const std::uint64_t gap = before == 0 ? none : (now > before ? now - before - 1 : 0);
+    const std::uint64_t missed = std::min(gap, news);
+    underruns_ += missed;
+    lost_ += gap - missed;
 }
 
 void VisionStream::onNewBuffer(ArvStream* stream, void* self)
@@ -326,15 +345,13 @@ void VisionStream::take(ArvStream* receiver, ArvBuffer* buffer)
     const core::BufferToken token = tokenOf(buffer);
     const ArvBufferStatus status = arv_buffer_get_status(buffer);
     if (status == ARV_BUFFER_STATUS_ABORTED || status == ARV_BUFFER_STATUS_CLEARED ||
-        remaining_ == 0) {
-        push(receiver, token); // The receiver stopped in the middle, or was asked for no more.
+        remaining_ == 0 || !receiving_) {
+        push(receiver, token); // Stopped in the middle, or nobody asked for one more.
         return;
     }
     const std::uint64_t before = ids_.last();
     core::FrameInfo info = describe(buffer, status == ARV_BUFFER_STATUS_SUCCESS);
-    if (before != 0 && info.frameId > before + 1) {
-        gaps_ += info.frameId - before - 1;
-    }
+    countGap(receiver, before, info.frameId);
     if (remaining_ != ~std::uint64_t{0}) {
         --remaining_;
     }

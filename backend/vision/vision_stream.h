@@ -55,6 +55,7 @@ private:
     void haltThread(bool discardBuffers);
     void push(ArvStream* receiver, core::BufferToken token);
     std::uint64_t receiverCounter(const char* name);
+    void countGap(ArvStream* receiver, std::uint64_t before, std::uint64_t now);
 
     ArvDevice* const device_;
     core::StreamSink* const sink_;
@@ -67,12 +68,17 @@ private:
     std::mutex receiverMutex_; ///< Guards receiver_ for those who read counters beside us.
     ArvPtr<ArvStream> receiver_;
     bool threadRuns_ = false; ///< The receiver's thread; it may be halted only when it runs.
-    bool receiving_ = false;
+    /// Between start() and stop(). The receiver's thread runs at other times too, and what it
+    /// completes then is nobody's.
+    std::atomic<bool> receiving_{false};
 
     std::atomic<std::uint64_t> remaining_{0};
-    FrameIds ids_;
-    std::atomic<std::uint64_t> gaps_{0}; ///< Frame ids that were passed over since the start.
-    std::uint64_t underrunsBefore_ = 0;
+    FrameIds ids_; ///< Of the receiver's thread while that runs.
+    // Frame ids that were passed over since the start, for want of a buffer or otherwise.
+    std::atomic<std::uint64_t> underruns_{0};
+    std::atomic<std::uint64_t> lost_{0};
+    /// The receiver's own count at the last frame. It counts packets without a frame.
+    std::atomic<std::uint64_t> shortagesSeen_{0};
 
     // Options; a change takes effect at the next start.
     std::atomic<bool> packetResend_{true};

@@ -3,12 +3,15 @@
 Every folder here with tests is a suite. "double" runs over scripted libraries, which stand in front
 of the real ones; the others, such as "simulator", run over the real ones. Some folders run again as
 another suite, in another environment: "producer" is "simulator" with the cameras of a producer
-that is loaded from a file instead of the compiled-in ones. Further arguments go to pytest. The exit code is 0 only if every suite ran and passed.
+that is loaded from a file instead of the compiled-in ones. "cameras" holds what is true of any
+camera; it runs over the simulated ones, those of the producer, and GigE Vision cameras on loopback.
+Further arguments go to pytest. The exit code is 0 only if every suite ran and passed.
 """
 
 import argparse
 import os
 import pathlib
+import shutil
 import subprocess
 import sys
 
@@ -19,10 +22,17 @@ PYTEST_PARTS = ["pytest", "_pytest", "pluggy", "iniconfig", "packaging", "attr",
                 "exceptiongroup", "tomli", "typing_extensions.py"]
 
 # Suites that run a folder again: name -> folder, environment; {python} is the folder of the build.
+PRODUCER = {"ZELCAM_SIMULATOR": "off", "GENICAM_GENTL64_PATH": "{python}/zelcam_simulator.cti"}
+GIGE = {"ZELCAM_SIMULATOR": "off", "ZELCAM_VISION": "lo", "ZELCAM_TEST_CAMERAS": "own"}
 AGAIN = {
-    "producer": ("simulator", {"ZELCAM_SIMULATOR": "off",
-                               "GENICAM_GENTL64_PATH": "{python}/zelcam_simulator.cti"}),
+    "producer": ("simulator", PRODUCER),
+    "cameras-producer": ("cameras", PRODUCER),
+    "cameras-gige": ("cameras", GIGE),
 }
+# A camera of somebody else, where it is installed.
+STRANGE_CAMERA = "arv-fake-gv-camera-0.8"
+if shutil.which(STRANGE_CAMERA):
+    AGAIN["cameras-gige-program"] = ("cameras", dict(GIGE, ZELCAM_TEST_CAMERAS=STRANGE_CAMERA))
 # Suites that read files back with the usual imaging libraries, which are Debian's interpreter's.
 DEBIAN_PYTHON = "/usr/bin/python3"
 WITH_IMAGING_LIBRARIES = {"strangers"}

@@ -95,34 +95,6 @@ def test_binning_halves_the_picture(camera, device):
     assert len(grab(device, camera)[0]) == camera.GetIntegerValue("Width")[1]
 
 
-def test_pixel_formats_have_their_size_and_depth(zel, infos, open_device):
-    for info in infos.values():
-        device = open_device(info)
-        camera = device.GetCameraParameters()
-        camera.SetIntegerValue("Width", camera.GetInt("Width").GetMin()[1] * 4)
-        camera.SetIntegerValue("Height", camera.GetInt("Height").GetMin()[1] * 4)
-        formats = camera.GetEnum("PixelFormat")
-        for index in range(formats.GetCount()[1]):
-            entry = formats.GetEnumEntryByIndex(index)
-            if not entry.IsAvailable():
-                continue
-            assert camera.SetEnumValue("PixelFormat", entry.GetValue()[1])
-            stream = device.GetStreamByIndex(0)
-            assert stream.AllocBufferQueue(3) and stream.StartAcquisition()
-            buffer = stream.GetBuffer(3000)
-            bits = (entry.GetValue()[1] >> 16) & 0xFF
-            wanted = (buffer.GetWidth() * buffer.GetHeight() * bits + 7) // 8
-            name = entry.GetValueStr()[1]
-            assert buffer.GetPixelFormat() == entry.GetValue()[1]
-            assert len(buffer.GetBufferPtr()) == wanted == stream.GetBufferSize(), name
-            if name in ("Mono10", "Mono12", "Mono14") or name[:5] == "Bayer" and name[-2:] in "10 12 14":
-                samples = memoryview(bytes(buffer.GetBufferPtr())).cast("H")
-                assert max(samples) < 1 << int(name[-2:]), name
-            stream.StopAcquisition(0)
-            stream.Release()
-        device.Release()
-
-
 @pytest.mark.parametrize("rate", [20.0, 90.0])
 def test_frame_rate_is_kept(camera, device, stream, rate):
     camera.SetIntegerValue("Height", 256)

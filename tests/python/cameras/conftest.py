@@ -1,0 +1,172 @@
+"""Cameras of any family, opened and given back. ZELCAM_TEST_CAMERAS says which ones: "simulated"
+(also those of a loaded producer), or the program of a GigE Vision camera, "own" for ours."""
+
+import os
+import pathlib
+import subprocess
+import time
+
+os.environ.setdefault("ZELCAM_VISION", "off")  # no packet leaves this machine
+
+import pytest
+
+import camera_tools
+
+BUILD = pathlib.Path(os.environ.get("ZELCAM_TEST_BUILD", "build"))
+CHOICE = os.environ.get("ZELCAM_TEST_CAMERAS", "simulated")
+IS_GIGE = CHOICE != "simulated"
+ADDRESS, SERIAL = "127.0.0.1", "ANY1"
+
+
+OWN = BUILD / "bin" / "zel_test_gige_camera"
+
+
+def pytest_collection_modifyitems(items):
+    if CHOICE == "own" and not OWN.exists():
+        for item in items:
+            item.add_marker(pytest.mark.skip(reason="the test camera was not built"))
+
+
+class GigeCamera:
+    """The camera program; it starts again when it ended."""
+
+    def __init__(self):
+        self.process = None
+
+    def ensure(self):
+        if self.process is not None and self.process.poll() is None:
+            return
+        command = [str(OWN), ADDRESS, SERIAL] if CHOICE == "own" else [
+            CHOICE, "-i", ADDRESS, "-s", SERIAL]
+        self.process = subprocess.Popen(command, stdin=subprocess.PIPE, stdout=subprocess.DEVNULL)
+        time.sleep(0.2)
+        assert self.process.poll() is None, command
+
+    def end(self):
+        if self.process is not None:
+            self.process.kill()
+            self.process.wait()
+            self.process.stdin.close()
+            self.process = None
+
+
+@pytest.fixture(scope="session")
+def gige_camera():
+    camera = GigeCamera() if IS_GIGE else None
+    yield camera
+    if camera is not None:
+        camera.end()
+
+
+@pytest.fixture(scope="session")
+def zel():
+    import libZelCameraApiPy
+    return libZelCameraApiPy
+
+
+@pytest.fixture(scope="session")
+def interfaces(zel, gige_camera):
+    """The interfaces with cameras by type number, enumerated once."""
+    if gige_camera is not None:
+        gige_camera.ensure()
+    found = {}
+    for interface in zel.PyZelSystem().GetInterfaceList():
+        for _ in range(20):  # a busy machine answers late
+            assert interface.ReEnumerateDevices(1000)[0]
+            if interface.GetDeviceInfoList() or not IS_GIGE:
+                break
+        found.setdefault(interface.GetType(), interface)
+    return found
+
+
+@pytest.fixture(scope="session")
+def all_infos(interfaces):
+    """Device infos of all cameras by model name."""
+    found = {info.GetModel(): info
+             for interface in interfaces.values() for info in interface.GetDeviceInfoList()}
+    assert found
+    return found
+
+
+def await_free(infos):
+    """A client that was killed keeps a GigE Vision camera for its heartbeat time, which the test
+    camera counts from when anybody asked for it."""
+    for info in infos.values():
+        if IS_GIGE and info.GetAccessStatus() != 1:
+            time.sleep(3.3)
+            assert info.GetAccessStatus() == 1
+
+
+@pytest.fixture
+def infos(all_infos, gige_camera):
+    if gige_camera is not None:
+        gige_camera.ensure()
+    await_free(all_infos)
+    return all_infos
+
+
+@pytest.fixture
+def lacks():
+    """lacks(reason) skips the test where the camera is the GigE Vision test camera."""
+    def skip(reason):
+        if IS_GIGE:
+            pytest.skip("the GigE Vision test camera " + reason)
+    return skip
+
+
+@pytest.fixture
+def open_device(zel, infos):
+    """Opens devices, by info or the default one, and releases them after the test."""
+    opened = []
+
+    def open_one(info=None):
+        device = zel.PyZelCreateDevice(info) if info is not None else zel.PyZelCreateDevice()
+        assert device.IsValid(), zel.GetLastError()
+        opened.append(device)
+        camera_tools.reset(device.GetCameraParameters())
+        return device
+
+    yield open_one
+    for device in opened:
+        device.Release()
+
+
+@pytest.fixture
+def device(open_device):
+    """The default camera, with its default settings."""
+    return open_device()
+
+
+@pytest.fixture
+def camera(device):
+    return device.GetCameraParameters()
+
+
+@pytest.fixture
+def stream(device):
+    """A stream with eight buffers, not started."""
+    stream = device.GetStreamByIndex(0)
+    assert stream.AllocBufferQueue(8)
+    yield stream
+    stream.StopAcquisition(0)
+    stream.Release()
+
+
+@pytest.fixture
+def running(stream):
+    assert stream.StartAcquisition()
+    return stream
+
+
+@pytest.fixture
+def every_camera(zel, infos):
+    """Walks over all cameras, open one after the other."""
+    def walk():
+        for info in infos.values():
+            device = zel.PyZelCreateDevice(info)
+            assert device.IsValid(), zel.GetLastError()
+            try:
+                yield device
+            finally:
+                device.Release()
+    return walk
