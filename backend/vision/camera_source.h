@@ -13,8 +13,8 @@ namespace vision
 {
 
 /// Any address and any length, also where the control protocol moves whole words only: then the
-/// words around a request's ends are read, and for a write put back as they were. Once the device is
-/// lost every access answers at once instead of waiting for time-outs. Thread safe.
+/// words around a request's ends are read, and for a write put back as they were. Once the device
+/// is lost every access answers at once instead of waiting for time-outs. Thread safe.
 class CameraSource final : public genapi::FeatureSource
 {
 public:

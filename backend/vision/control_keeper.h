@@ -11,7 +11,8 @@ namespace vision
 
 /// A GigE Vision camera whose client went without a word stays taken for its heartbeat time, some
 /// seconds; the next run of a script would be refused. At a normal end of the process the cameras
-/// listed here are given back. A process that is killed leaves them to their heartbeat. Thread safe.
+/// listed here are given back. A process that is killed leaves them to their heartbeat. Thread
+/// safe.
 class ControlKeeper
 {
 public:

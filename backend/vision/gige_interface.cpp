@@ -208,7 +208,8 @@ ZelCamErr GigeInterface::forceIp(const std::string& id, const core::IpSettings& 
     const auto patience = answer == ZelErr::kOk ? kChangeOverWait : kForceIpWait;
     const auto end = GvcpSocket::Clock::now() + patience;
     do {
-        for (const gvcp::DiscoveryRecord& now : socket.discover(adapter.broadcast, kDiscoveryWait)) {
+        for (const gvcp::DiscoveryRecord& now :
+             socket.discover(adapter.broadcast, kDiscoveryWait)) {
             if (now.mac == record.mac && deviceId(now) == id && now.address == settings.address) {
                 const std::lock_guard<std::mutex> lock(mutex_);
                 devices_[id] = now;

@@ -48,7 +48,8 @@ MessageChannel::MessageChannel(ArvDevice* device, std::uint32_t localAddress,
         base::log(base::LogChannel::Vision, "no message channel");
         return;
     }
-    // Without these some cameras send each event once and want no answer. Not every camera has them.
+    // Without these some cameras send each event once and want no answer. Not every camera has
+    // them.
     writeRegister(device_, gvcp::kMessageChannelTimeout, kAnswerTimeoutMs);
     writeRegister(device_, gvcp::kMessageChannelRetries, kRetries);
     thread_ = base::startThread("zel-gige-event", [this] { receive(); });
@@ -89,8 +90,8 @@ void MessageChannel::answer(const gvcp::Packet& packet, std::uint16_t port)
     const std::size_t header =
         (gvcp::flagsOf(packet) & gvcp::kFlagExtendedId) != 0 ? kExtendedRecord : kRecord;
     const bool data = packet.command == gvcp::Command::EventData;
-    const bool sound = data ? packet.size >= header
-                            : packet.size >= header && packet.size % header == 0;
+    const bool sound =
+        data ? packet.size >= header : packet.size >= header && packet.size % header == 0;
     // Handed on first: an event that was acknowledged may be relied on.
     if (sound && isNew(packet.id)) {
         handle(packet, header);

@@ -11,8 +11,8 @@ namespace vision
 /// when there is no such socket.
 bool enlargeReceiveBuffer(std::uint16_t localPort, int bytes);
 
-/// Throws away what waits in the buffer, as long as nobody else reads from it. Ends although packets
-/// keep coming.
+/// Throws away what waits in the buffer, as long as nobody else reads from it. Ends although
+/// packets keep coming.
 void discardReceived(std::uint16_t localPort);
 
 } // namespace vision

@@ -36,11 +36,11 @@ constexpr const char* kEventFeatures = R"(
 std::atomic<unsigned long> framesMade{0};
 
 // Each byte depends on its place and on the frame, so that a piece of another frame shows.
-void fillBytes(ArvBuffer* buffer, void*, guint32, guint32, ArvPixelFormat)
+void fillBytes(ArvBuffer* buffer, void* camera, guint32, guint32, ArvPixelFormat)
 {
-    std::size_t size = 0;
+    const std::size_t size = arv_fake_camera_get_payload(static_cast<ArvFakeCamera*>(camera));
     auto* bytes =
-        const_cast<guint8*>(static_cast<const guint8*>(arv_buffer_get_data(buffer, &size)));
+        const_cast<guint8*>(static_cast<const guint8*>(arv_buffer_get_data(buffer, nullptr)));
     const auto frame = static_cast<std::size_t>(arv_buffer_get_frame_id(buffer));
     for (std::size_t i = 0; i < size; ++i) {
         bytes[i] = static_cast<guint8>(i + (i >> 8U) * 3 + frame * 37);
@@ -94,8 +94,8 @@ int main(int argc, char** argv)
         return 1;
     }
     if (pattern) {
-        arv_fake_camera_set_fill_pattern(arv_gv_fake_camera_get_fake_camera(camera), fillBytes,
-                                         nullptr);
+        ArvFakeCamera* pixels = arv_gv_fake_camera_get_fake_camera(camera);
+        arv_fake_camera_set_fill_pattern(pixels, fillBytes, pixels);
     }
     if (argc > 3) {
         g_object_set(camera, "gvsp-lost-ratio", std::atof(argv[3]) / 1000.0, nullptr);

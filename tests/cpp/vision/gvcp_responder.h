@@ -11,11 +11,11 @@ class GvcpResponder
 {
 public:
     struct Manners {
-        std::uint16_t status = 0;           ///< Of its answer to FORCEIP.
-        bool answers = true;                ///< Acknowledges FORCEIP.
-        bool moves = true;                  ///< Takes the address.
-        std::chrono::milliseconds away{0};  ///< Time for which it is not there after FORCEIP.
-        std::uint32_t privilege = 0;        ///< Its control register.
+        std::uint16_t status = 0;          ///< Of its answer to FORCEIP.
+        bool answers = true;               ///< Acknowledges FORCEIP.
+        bool moves = true;                 ///< Takes the address.
+        std::chrono::milliseconds away{0}; ///< Time for which it is not there after FORCEIP.
+        std::uint32_t privilege = 0;       ///< Its control register.
     };
 
     GvcpResponder(std::uint32_t address, const Manners& manners);

@@ -15,7 +15,8 @@ int main(int argc, char** argv)
     manners.status = word == "refuse" ? 0x8006 : 0;
     manners.answers = word != "silent";
     manners.moves = manners.answers;
-    const auto address = static_cast<std::uint32_t>(std::strtoul(argc > 1 ? argv[1] : "0", nullptr, 0));
+    const auto address =
+        static_cast<std::uint32_t>(std::strtoul(argc > 1 ? argv[1] : "0", nullptr, 0));
     const GvcpResponder responder(address, manners);
     std::puts(responder.isReady() ? "ready" : "no sockets");
     std::fflush(stdout);

@@ -19,12 +19,18 @@ def pytest_collection_modifyitems(items):
 
 
 class Camera:
-    """The camera program; `lost` packets of a thousand vanish."""
+    """The camera program; `lost` packets of a thousand vanish. Options are its own: "events" gives
+    it a message channel, "bytes" pixels that can be foretold."""
 
-    def __init__(self, serial, address="127.0.0.1", lost=0):
-        self.process = subprocess.Popen([str(PROGRAM), address, serial, str(lost)],
+    def __init__(self, serial, *options, address="127.0.0.1", lost=0):
+        self.process = subprocess.Popen([str(PROGRAM), address, serial, str(lost), *options],
                                         stdin=subprocess.PIPE, stdout=subprocess.PIPE)
         self.running = self.process.stdout.readline() == b"ready\n"
+
+    def frames_made(self):
+        self.process.stdin.write(b"\n")
+        self.process.stdin.flush()
+        return int(self.process.stdout.readline())
 
     def kill(self):
         self.process.kill()

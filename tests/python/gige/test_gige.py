@@ -1,5 +1,6 @@
 """The whole road, parameters, pictures, movies and settings with a GigE Vision camera."""
 
+import os
 import subprocess
 import sys
 import time
@@ -7,6 +8,7 @@ import time
 import pytest
 
 from conftest import PROGRAM
+from foretold import is_whole
 
 
 def frames(stream, count, timeout=3000):
@@ -96,7 +98,9 @@ def test_frames_parameters_pictures_and_settings(zel, start_camera, open_by_seri
 
 TWO_CAMERAS = """
 import subprocess, sys
-cameras = [subprocess.Popen([sys.argv[1], address, serial], stdin=subprocess.PIPE,
+sys.path.insert(0, sys.argv[2])
+from foretold import is_whole
+cameras = [subprocess.Popen([sys.argv[1], address, serial, "0", "bytes"], stdin=subprocess.PIPE,
                             stdout=subprocess.PIPE)
            for address, serial in (("127.0.0.1", "G4"), ("127.0.0.2", "G5"))]
 assert [camera.stdout.readline() for camera in cameras] == [b"ready\\n"] * 2
@@ -119,6 +123,7 @@ for _ in range(15):
     for index, stream in enumerate(streams):
         buffer = stream.GetBuffer(3000)
         assert not buffer.IsIncomplete() and buffer.GetFrameID() > last[index]
+        assert is_whole(buffer)
         last[index] = buffer.GetFrameID()
         assert stream.QueueBuffer(buffer)
 for device in devices:
@@ -137,50 +142,119 @@ def test_two_cameras_at_once(tmp_path):
     program = tmp_path / "two_cameras.py"
     program.write_text(TWO_CAMERAS)
     result = subprocess.run(["unshare", "-n", "sh", "-c", setup + ' && exec "$@"', "sh",
-                             sys.executable, str(program), str(PROGRAM)], stderr=subprocess.PIPE)
+                             sys.executable, str(program), str(PROGRAM),
+                             os.path.dirname(__file__)], stderr=subprocess.PIPE)
     assert result.returncode == 0, result.stderr.decode()
 
 
-def test_lost_packets_are_never_passed_off_as_whole(start_camera, open_by_serial):
-    start_camera("G6", lost=10)
+def counters(transport):
+    return {name: transport.GetIntegerValue("Stream%sFrameCount" % name)[1]
+            for name in ("Delivered", "Incomplete", "Lost", "Underrun")}
+
+
+@pytest.mark.parametrize("packet_socket", [False, True])
+@pytest.mark.parametrize("lost", [0, 10])
+def test_frames_are_whole_or_marked_and_none_is_forgotten(start_camera, open_by_serial, lost,
+                                                          packet_socket, messages):
+    """With and without lost packets: one of a hundred, and a frame has many."""
+    program = start_camera("G6", "bytes", lost=lost)
     device = open_by_serial("G6")
-    transport = device.GetTransportParameters()
+    camera, transport = device.GetCameraParameters(), device.GetTransportParameters()
     stream = device.GetStreamByIndex(0)
     assert transport.SetBooleanValue("StreamPacketResend", False)
-    assert stream.AllocBufferQueue(8) and stream.StartAcquisition()
-    seen = [(number, incomplete) for number, incomplete, _ in frames(stream, 60)]
-    incomplete = sum(flag for _, flag in seen)
-    assert incomplete > 0, "one packet of a hundred vanishes and a frame has many"
-    assert transport.GetIntegerValue("StreamIncompleteFrameCount")[1] >= incomplete
-    numbers = [number for number, _ in seen]
-    assert numbers == sorted(numbers)
-    lost = transport.GetIntegerValue("StreamLostFrameCount")[1]
-    assert numbers[-1] - numbers[0] + 1 - len(numbers) <= lost + transport.GetIntegerValue(
-        "StreamUnderrunFrameCount")[1]
+    assert transport.SetBooleanValue("StreamPacketSocket", packet_socket)
+    assert transport.SetIntegerValue("GevPacketSize", 8000)
+    assert camera.SetFloatValue("AcquisitionFrameRate", 50.0)
+    assert stream.AllocBufferQueue(16) and stream.StartAcquisition()
+    marked, broken, numbers = [], [], []
+
+    def take(count, timeout):
+        for _ in range(count):
+            buffer = stream.GetBuffer(timeout)
+            if buffer is None:
+                return
+            # The bytes of older frames stand where packets are missing.
+            broken.append(not is_whole(buffer))
+            marked.append(buffer.IsIncomplete())
+            assert marked[-1] or not broken[-1], buffer.GetFrameID()
+            numbers.append(buffer.GetFrameID())
+            assert stream.QueueBuffer(buffer)
+
+    take(100, 3000)
+    while transport.GetIntegerValue("StreamInputBufferCount")[1] > 0:
+        time.sleep(0.02)
+    time.sleep(0.3)  # frames without a buffer
+    for count in (30, 2):  # the last ones of all find buffers
+        take(count, 3000)
+        assert camera.ExecuteCommand("AcquisitionStop")
+        time.sleep(0.4)  # longer than a frame is waited for
+        take(20, 0)
+        messages()
+        assert camera.ExecuteCommand("AcquisitionStart" if count > 2 else "AcquisitionStop")
+    made, counted = program.frames_made(), counters(transport)
+    assert numbers == sorted(set(numbers))
+    # Where only a head or a tail is missing the bytes are whole all the same.
+    assert (sum(marked) > 10) == (sum(broken) > 10) == (lost > 0)
+    assert (counted["Delivered"], counted["Incomplete"]) == (len(marked), sum(marked))
+    assert counted["Underrun"] > 5
+    assert counted["Lost"] <= lost
+    assert len(marked) + counted["Lost"] + counted["Underrun"] == made == numbers[-1] - numbers[0] + 1
+
+
+def test_a_camera_that_ran_before_the_start_gives_no_old_frames(start_camera, open_by_serial):
+    start_camera("GA", "bytes")
+    device = open_by_serial("GA")
+    camera, transport = device.GetCameraParameters(), device.GetTransportParameters()
+    stream = device.GetStreamByIndex(0)
+    assert transport.SetBooleanValue("StreamPacketSocket", False)
+    assert stream.AllocBufferQueue(8)
+    for _ in range(3):
+        assert stream.StartAcquisition()
+        buffer = stream.GetBuffer(3000)
+        assert is_whole(buffer) and stream.QueueBuffer(buffer)
+        assert stream.StopAcquisition(0)
+        assert stream.FlushBuffers(stream.Flush_AllToInput)
+        assert camera.ExecuteCommand("AcquisitionStart")  # to nobody
+        time.sleep(0.3)
+        assert transport.GetIntegerValue("StreamOutputBufferCount") == (True, 0)
+        start = time.time_ns()
+        assert stream.StartAcquisition()
+        while True:
+            buffer = stream.GetBuffer(3000)
+            assert buffer.IsIncomplete() or is_whole(buffer)
+            assert buffer.IsIncomplete() or buffer.GetTimestamp() > start - 50_000_000
+            assert stream.QueueBuffer(buffer)
+            if not buffer.IsIncomplete():
+                break
+        assert stream.StopAcquisition(0)
+        assert stream.FlushBuffers(stream.Flush_AllToInput)
 
 
 def test_a_restarted_camera_is_noticed_and_reopened(zel, interface, start_camera, open_by_serial,
                                                     messages):
-    camera = start_camera("G7")
+    camera = start_camera("G7", "bytes")
     device = open_by_serial("G7")
     stream = device.GetStreamByIndex(0)
     assert stream.AllocBufferQueue(6) and stream.StartAcquisition()
-    list(frames(stream, 3))
+    assert all(is_whole(buffer) for _, _, buffer in frames(stream, 3))
     camera.kill()
     start = time.monotonic()
-    while stream.GetBuffer(10000) is not None:
-        pass
+    while True:
+        buffer = stream.GetBuffer(10000)
+        if buffer is None:
+            break
+        assert is_whole(buffer) or buffer.IsIncomplete(), "killed in the middle of a frame"
     noticed = time.monotonic() - start
     assert noticed < 8 and stream.GetLastError() not in (0, -1011)
     parameters = device.GetCameraParameters()
     assert parameters.GetIntegerValue("Width") == (False, None) and parameters.GetLastError() < 0
     assert interface.ReEnumerateDevices(1000) == (True, True)
     device.Release()
-    start_camera("G7")
+    start_camera("G7", "bytes")
     again = open_by_serial("G7")
     stream = again.GetStreamByIndex(0)
     assert stream.AllocBufferQueue(6) and stream.StartAcquisition()
-    list(frames(stream, 3))
+    assert all(is_whole(buffer) for _, _, buffer in frames(stream, 3))
     stream.Release()
     messages()
 
