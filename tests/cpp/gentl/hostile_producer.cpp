@@ -70,7 +70,33 @@ void invent(Handle* handle)
     }
 }
 
-enum class Spoiling { Refuse, FailAfterwards, Late, Falsify, Invent, Count };
+/// What a call wrote: its last pointer before the size, handles being pointers as well.
+struct Written {
+    void take(void* argument) { data = static_cast<unsigned char*>(argument); }
+    void take(char* argument) { data = reinterpret_cast<unsigned char*>(argument); }
+    void take(gentl::ChunkData* argument)
+    {
+        data = reinterpret_cast<unsigned char*>(argument);
+        unit = sizeof *argument;
+    }
+    void take(const void* /*argument*/) { data = nullptr; }
+    void take(std::size_t* argument) { size = argument; }
+    template <class Argument> void take(Argument /*argument*/) {}
+
+    /// Another byte than the honest one, somewhere.
+    void garble() const
+    {
+        if (data != nullptr && size != nullptr && *size > 0) {
+            data[chance() % (*size * unit)] ^= static_cast<unsigned char>(chance() % 255 + 1);
+        }
+    }
+
+    unsigned char* data = nullptr;
+    const std::size_t* size = nullptr;
+    std::size_t unit = 1;
+};
+
+enum class Spoiling { Refuse, FailAfterwards, Late, Falsify, Garble, Invent, Count };
 
 template <auto Function> constexpr bool mustBeDone()
 {
@@ -124,6 +150,15 @@ struct Spoilt<Function> {
         case Spoiling::FailAfterwards:
             honest(arguments...);
             return oddCode();
+        case Spoiling::Garble: {
+            const Error code = honest(arguments...);
+            Written written;
+            (written.take(arguments), ...);
+            if (code == gentl::err::kSuccess) {
+                written.garble();
+            }
+            return code;
+        }
         default: {
             const Error code = honest(arguments...);
             (falsify(arguments), ...);

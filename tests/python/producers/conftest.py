@@ -44,6 +44,6 @@ def scenario(run_program):
                     "ZELCAM_LOG": ""}
         result = run_program(PRELUDE + source, **dict(settings, **environment))
         assert result.stdout == b""
-        return result.stderr.decode()
+        return result.stderr.decode(errors="replace")
 
     return run

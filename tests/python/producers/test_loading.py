@@ -65,15 +65,31 @@ def write_broken(folder):
         (folder / "other.cti").write_bytes(library.read())
 
 
+def write_incomplete(path, name, old):
+    """A producer that has one name less, or that wants one which nobody has."""
+    with open(path, "rb") as library:
+        content = library.read()
+    old = b"\0" + old.encode() + b"\0"
+    assert old in content
+    with open(name, "wb") as library:
+        library.write(content.replace(old, old[:-2] + b"X\0"))
+
+
 @pytest.mark.parametrize("name, code, text, told", [
     ("text.cti", -40003, "File read error", "text.cti is not loaded: "),
     ("other.cti", -40003, "File read error", "other.cti is no GenTL producer: it lacks GCInitLib"),
+    ("lacking.cti", -40003, "File read error",
+     "lacking.cti is no GenTL producer: it lacks IFOpenDevice"),
+    ("wanting.cti", -40003, "File read error", "wanting.cti is not loaded: "),
     ("missing.cti", -40002, "File not found", "missing.cti: No such file"),
     ("empty", -40002, "File not found", None),
     ("", -40007, "Invalid argument", None),
 ])
 def test_what_is_no_producer_is_refused(scenario, producer, tmp_path, name, code, text, told):
     write_broken(tmp_path)
+    good = producer("good.cti")
+    write_incomplete(good, str(tmp_path / "lacking.cti"), "IFOpenDevice")
+    write_incomplete(good, str(tmp_path / "wanting.cti"), "_ZNSt6chrono3_V212steady_clock3nowEv")
     (tmp_path / "empty").mkdir()
     (tmp_path / "empty" / "producer.txt").write_text("not even called one")
     path = name and str(tmp_path / name)
@@ -84,12 +100,14 @@ for _ in range(2):
 assert serials() == []
 assert system.RegisterGenTLProvider(%r) and system.GetLastError() == 0
 assert len(serials()) == 6
-""" % (path, code, producer("good.cti"))).splitlines()
+""" % (path, code, good)).splitlines()
     assert last == "Register GenTL Provider error: %d %s" % (code, text)
     if told is None:
         assert before == [last]
     else:
         assert len(before) == 3 and all(str(tmp_path / told) in before[at] for at in (0, 2))
+    if name == "wanting.cti":
+        assert "undefined symbol: _ZNSt6chrono3_V212steady_clock3nowEX" in before[0]
 
 
 def test_the_environment_names_several(scenario, producer, tmp_path):
