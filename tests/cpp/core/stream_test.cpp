@@ -1,73 +1,16 @@
-// Streams of the SDK over a transport in memory: buffers, waits, starting, counters, stale handles.
-#include "fake_transport.h"
-#include "zel_gen_param_api.h"
+// Streams of the SDK over a transport in memory: frames, buffers, starting, counters, stale
+// handles.
+#include "stream_fixture.h"
 #include "zel_image/image.h"
 
-#include <gtest/gtest.h>
-#include <pthread.h>
-
-#include <array>
-#include <chrono>
-#include <csignal>
-#include <functional>
-#include <future>
-#include <random>
+#include <cstdint>
+#include <utility>
+#include <vector>
 
 namespace core_test
 {
 namespace
 {
-
-using namespace std::chrono_literals;
-using Clock = std::chrono::steady_clock;
-
-class StreamTest : public ::testing::Test
-{
-protected:
-    void SetUp() override
-    {
-        device = world.open();
-        ASSERT_NE(device, nullptr);
-        stream = device->GetStreamByIndex(0);
-        ASSERT_NE(stream, nullptr);
-    }
-    void TearDown() override { device->Release(); }
-
-    void startWith(std::uint64_t buffers)
-    {
-        ASSERT_EQ(stream->AllocBufferQueue(nullptr, buffers), ZelErr::kOk);
-        ASSERT_EQ(stream->StartAcquisition(ZelCam::kInfinite, 0), ZelErr::kOk);
-    }
-
-    ZelCamErr fetchCode(std::uint64_t timeoutMs)
-    {
-        ZelCamErr code = ZelErr::kUnknown;
-        ZelCam::Buffer* const buffer = stream->GetBuffer(timeoutMs, &code);
-        EXPECT_EQ(buffer != nullptr, code == ZelErr::kOk);
-        return code;
-    }
-
-    std::int64_t counter(const char* name)
-    {
-        ZelCamErr code = ZelErr::kUnknown;
-        const std::int64_t value =
-            device->GetTransportParameters(nullptr)->GetIntegerValue(name, &code);
-        EXPECT_EQ(code, ZelErr::kOk) << name;
-        return value;
-    }
-
-    static core::FrameInfo frame(std::uint64_t id)
-    {
-        core::FrameInfo info;
-        info.frameId = id;
-        return info;
-    }
-
-    FakeWorld& world = FakeWorld::create();
-    FakeDevice& far = world.add("if0").plug("cam0");
-    ZelCam::Device* device = nullptr;
-    ZelCam::Stream* stream = nullptr;
-};
 
 TEST_F(StreamTest, FramesComeInOrderWithWhatTheTransportTold)
 {
@@ -120,99 +63,6 @@ TEST_F(StreamTest, FramesComeInOrderWithWhatTheTransportTold)
     EXPECT_EQ(counter("StreamAnnouncedBufferCount"), 3);
     EXPECT_EQ(counter("StreamInputBufferCount"), 1);
     EXPECT_EQ(counter("StreamOutputBufferCount"), 0);
-}
-
-TEST_F(StreamTest, AWaitEndsWithEveryReasonToEndIt)
-{
-    struct Case {
-        const char* name;
-        std::function<void()> end;
-        ZelCamErr code;
-    };
-    const Case cases[] = {
-        {"cancel", [&] { stream->CancelBuffer(); }, ZelErr::kGenTLAbort},
-        {"stop", [&] { stream->StopAcquisition(0); }, ZelErr::kGenTLAbort},
-        {"broken", [&] { far.breakStream(ZelErr::kGenTLIo); }, ZelErr::kGenTLIo},
-        {"stream release", [&] { stream->Release(); }, ZelErr::kGenTLAbort},
-        {"lost", [&] { far.lose(ZelErr::kNoDevice); }, ZelErr::kNoDevice},
-        {"device release", [&] { device->Release(); }, ZelErr::kGenTLAbort},
-    };
-    for (const Case& c : cases) {
-        device->Release();
-        SetUp();
-        startWith(2);
-        std::array<std::future<ZelCamErr>, 3> waits;
-        for (auto& wait : waits) {
-            wait = std::async(std::launch::async, [&] { return fetchCode(~0ULL); });
-        }
-        letWait();
-        c.end();
-        for (auto& wait : waits) {
-            ASSERT_EQ(wait.wait_for(5s), std::future_status::ready) << c.name;
-            EXPECT_EQ(wait.get(), c.code) << c.name;
-        }
-    }
-}
-
-TEST_F(StreamTest, ACancelWithNobodyWaitingIsNotRemembered)
-{
-    startWith(2);
-    EXPECT_EQ(stream->CancelBuffer(), ZelErr::kOk);
-    EXPECT_EQ(fetchCode(20), ZelErr::kGenTLTimeout);
-    EXPECT_EQ(stream->CancelBuffer(), ZelErr::kOk);
-    far.deliver();
-    EXPECT_EQ(fetchCode(0), ZelErr::kOk);
-}
-
-TEST_F(StreamTest, TimeoutsAreNeverEarlyAndReadyFramesNeedNoTime)
-{
-    startWith(2);
-    EXPECT_EQ(fetchCode(0), ZelErr::kGenTLTimeout);
-    for (const int ms : {1, 7, 40}) {
-        const auto begin = Clock::now();
-        EXPECT_EQ(fetchCode(static_cast<std::uint64_t>(ms)), ZelErr::kGenTLTimeout);
-        EXPECT_GE(Clock::now() - begin, std::chrono::milliseconds(ms));
-    }
-    far.deliver();
-    EXPECT_EQ(fetchCode(0), ZelErr::kOk);
-    // A frame that is ready is delivered whatever has happened since.
-    far.deliver();
-    far.lose(ZelErr::kNoDevice);
-    EXPECT_EQ(fetchCode(0), ZelErr::kOk);
-    EXPECT_EQ(fetchCode(0), ZelErr::kNoDevice);
-}
-
-TEST_F(StreamTest, AWaitGetsTheFrameThatComesAndMayBeginBeforeTheStart)
-{
-    auto wait = std::async(std::launch::async, [&] { return fetchCode(~0ULL); });
-    letWait();
-    startWith(1);
-    far.deliver();
-    ASSERT_EQ(wait.wait_for(5s), std::future_status::ready);
-    EXPECT_EQ(wait.get(), ZelErr::kOk);
-}
-
-TEST_F(StreamTest, AHandledSignalEndsTheWaitOfItsThread)
-{
-    struct sigaction action = {};
-    struct sigaction before = {};
-    action.sa_handler = [](int) {};
-    sigaction(SIGUSR1, &action, &before);
-    for (const std::uint64_t timeout : {ZelCam::kInfinite, std::uint64_t{60'000}}) {
-        std::atomic<pthread_t> id{};
-        std::promise<void> running;
-        auto wait = std::async(std::launch::async, [&] {
-            id = pthread_self();
-            running.set_value();
-            return fetchCode(timeout);
-        });
-        running.get_future().wait();
-        letWait();
-        pthread_kill(id, SIGUSR1);
-        ASSERT_EQ(wait.wait_for(5s), std::future_status::ready);
-        EXPECT_EQ(wait.get(), ZelErr::kGenTLAbort);
-    }
-    sigaction(SIGUSR1, &before, nullptr);
 }
 
 TEST_F(StreamTest, EveryBufferOperationInEveryState)
@@ -418,86 +268,6 @@ TEST_F(StreamTest, AStaleStreamAnswersWithCodes)
     startWith(2);
     device->Release();
     expectDead(ZelErr::kGenTLInvalidHandle);
-}
-
-TEST_F(StreamTest, RandomCallsFromManyThreads)
-{
-    std::atomic<bool> stop{false};
-    std::thread source([&] {
-        for (std::uint64_t id = 0; !stop; ++id) {
-            far.deliver(frame(id));
-            far.postEvent(id % 4, "x");
-        }
-    });
-    const auto storm = [&](unsigned seed) {
-        std::mt19937 random(seed);
-        ZelCam::Buffer* buffer = nullptr;
-        for (int i = 0; i < 1500; ++i) {
-            switch (random() % 14) {
-            case 0:
-                stream->AllocBufferQueue(nullptr, 1 + random() % 4);
-                break;
-            case 1:
-                stream->ReleaseBufferQueue();
-                break;
-            case 2:
-                stream->StartAcquisition(ZelCam::kInfinite, 0);
-                break;
-            case 3:
-                stream->StopAcquisition(static_cast<std::int64_t>(random() % 2));
-                break;
-            case 4:
-                stream->FlushBuffers(static_cast<std::int64_t>(random() % 6));
-                break;
-            case 5:
-                buffer = stream->CreateBuffer(static_cast<std::int64_t>(64 + random() % 128),
-                                              nullptr, nullptr);
-                break;
-            case 6:
-                stream->RevokeBuffer(buffer);
-                break;
-            case 7:
-                stream->CancelBuffer();
-                break;
-            case 8:
-                stream->Release();
-                break;
-            case 9:
-                if (random() % 8 == 0) {
-                    device->Release();
-                }
-                break;
-            case 10:
-                world.system().openDevice(nullptr, 2, nullptr);
-                break;
-            case 11:
-                device->GetStreamByIndex(0);
-                break;
-            default:
-                buffer = stream->GetBuffer(random() % 2, nullptr);
-                if (buffer != nullptr) {
-                    buffer->GetFrameID();
-                    buffer->GetBufferSize();
-                    stream->QueueBuffer(buffer);
-                }
-            }
-        }
-    };
-    std::vector<std::thread> threads;
-    for (unsigned seed = 1; seed <= 4; ++seed) {
-        threads.emplace_back(storm, seed);
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
-    stop = true;
-    source.join();
-    device->Release();
-    EXPECT_EQ(far.opened, 0);
-    SetUp();
-    startWith(2);
-    far.deliver();
-    EXPECT_EQ(fetchCode(0), ZelErr::kOk) << "everything still works";
 }
 
 } // namespace
