@@ -9,13 +9,20 @@ import pytest
 
 def pytest_configure(config):
     config.addinivalue_line("markers", "long: takes long; runs only with run_suite.py --long")
+    config.addinivalue_line("markers", "measured: speed or memory of a build without ThreadSanitizer, "
+                                       "which makes both ten times worse")
 
 
 def pytest_collection_modifyitems(items):
+    skipped = {}
     if not os.environ.get("ZELCAM_LONG_TESTS"):
-        for item in items:
-            if item.get_closest_marker("long"):
-                item.add_marker(pytest.mark.skip(reason="takes long; run with --long"))
+        skipped["long"] = "takes long; run with --long"
+    if "thread" in os.environ.get("ZELCAM_TEST_SANITIZED", ""):
+        skipped["measured"] = "measures speed or memory, which ThreadSanitizer makes ten times worse"
+    for item in items:
+        for marker, reason in skipped.items():
+            if item.get_closest_marker(marker):
+                item.add_marker(pytest.mark.skip(reason=reason))
 
 
 @pytest.fixture(autouse=True)

@@ -65,8 +65,13 @@ def sanitizer_environment(build):
     found = [subprocess.run(["gcc", "-print-file-name=" + name], stdout=subprocess.PIPE, text=True,
                             check=True).stdout.strip() for name in wanted + ["libstdc++.so.6"]]
     return {"LD_PRELOAD": ":".join(found), "ZELCAM_TEST_SANITIZED": kind,
+            # The interpreter keeps memory until its end: leaks are what the memory tests look for.
             "ASAN_OPTIONS": "detect_leaks=0:allocator_may_return_null=1:quarantine_size_mb=2:"
-                            + os.environ.get("ASAN_OPTIONS", "")}
+                            + os.environ.get("ASAN_OPTIONS", ""),
+            "UBSAN_OPTIONS": "print_stacktrace=1:" + os.environ.get("UBSAN_OPTIONS", ""),
+            "TSAN_OPTIONS": "suppressions=%s:allocator_may_return_null=1:second_deadlock_stack=1:%s"
+                            % (HERE.parent / "sanitizers" / "tsan.supp",
+                               os.environ.get("TSAN_OPTIONS", ""))}
 
 
 def main():

@@ -169,6 +169,7 @@ if end == "waiting":
     assert all(info.GetAccessStatus() == 1 for info in infos.values()), "given back"
 
 
+@pytest.mark.measured
 def test_opening_for_ever_does_not_grow(zel, infos):
     def resident():
         with open("/proc/self/statm") as text:

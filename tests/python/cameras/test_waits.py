@@ -12,6 +12,7 @@ import pytest
 def waiting(camera, running):
     """A started stream of a camera that waits for a trigger: no frame comes by itself."""
     running.StopAcquisition(0)
+    assert camera.SetIntegerValue("Width", 256) and camera.SetIntegerValue("Height", 128)
     assert camera.SetEnumValueStr("TriggerSelector", "FrameStart")
     assert camera.SetEnumValueStr("TriggerSource", "Software")
     assert camera.SetEnumValueStr("TriggerMode", "On")

@@ -95,6 +95,7 @@ def test_binning_halves_the_picture(camera, device):
     assert len(grab(device, camera)[0]) == camera.GetIntegerValue("Width")[1]
 
 
+@pytest.mark.measured
 @pytest.mark.parametrize("rate", [20.0, 90.0])
 def test_frame_rate_is_kept(camera, device, stream, rate):
     camera.SetIntegerValue("Height", 256)

@@ -58,9 +58,10 @@ def test_readme_shows_the_example_and_it_runs(run_program, tmp_path):
 
 
 @pytest.mark.parametrize("name, arguments, made", [
-    ("demo.py", ["--frames", "4", "--output", "."], ["movie.avi"]),
+    pytest.param("demo.py", ["--frames", "4", "--output", "."], ["movie.avi"],
+                 marks=pytest.mark.measured),
     ("feature_tree.py", ["--visibility", "guru"], []),
-    ("save_formats.py", ["--output", "."], []),
+    pytest.param("save_formats.py", ["--output", "."], [], marks=pytest.mark.measured),
     ("record_movie.py", ["--seconds", "0.5", "m.avi"], ["m.avi"]),
     ("settings.py", [], ["settings.txt"]),
     ("count_events.py", ["10"], []),
