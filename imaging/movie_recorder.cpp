@@ -144,8 +144,9 @@ bool MovieRecorder::append(const ZelImage& source, ZelCamErr& lastError)
 
 bool MovieRecorder::fits(const ZelImage& source) const
 {
+    // Grey can be shown in colour, a mosaic not in grey.
     return source.size.width == frame_->size.width && source.size.height == frame_->size.height &&
-           frame_->pixelType == frameTypeFor(source.pixelType);
+           (isMono(source.pixelType) || frame_->pixelType == ZelPixel::kBGR8);
 }
 
 bool MovieRecorder::bringIntoFrame(const ZelImage& source, const ZelImage& image)

@@ -30,7 +30,7 @@ public:
 
     /// Appends a frame: packed formats are unpacked, mosaics demosaiced, mono reduced to 8 bits. A
     /// frame that the components damage is recorded all the same, so that the movie keeps its time;
-    /// one of another size or kind than the movie's is not. True on success.
+    /// one of another size is not, nor a mosaic in a mono movie. True on success.
     bool append(const ZelImage& source, ZelCamErr& lastError);
 
     /// Closes the movie. True on success.

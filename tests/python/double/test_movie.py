@@ -213,6 +213,23 @@ def test_only_the_writer_decides_for_mono(double, fetched, messages):
     assert zel.PySaveMovieFrame(fetched) is True and zel.GetLastError() == 0
 
 
+@pytest.mark.parametrize("movie, then, width, recorded", [
+    (BAYER[0], MONO8, 4, True), (BAYER[0], MONO12, 4, True), (BAYER[0], BAYER[7], 4, True),
+    (RGB8, BAYER[0], 4, True), (MONO8, BAYER[0], 4, False), (MONO8, MONO8, 5, False),
+    (BAYER[0], BAYER[0], 5, False)])
+def test_frames_unlike_the_first(double, fetched, messages, movie, then, width, recorded):
+    """Grey fits into a colour movie; what does not fit never repeats the frame before."""
+    frame(double, movie)
+    start(fetched)
+    frame(double, then, width)
+    assert zel.PySaveMovieFrame(fetched) is recorded
+    assert [call.args[1]["image"] for call in double.take("ZelImageSerializer_Save")] == [
+        "image1"] * recorded
+    assert zel.GetLastError() == (0 if recorded else -40007)
+    assert messages() == (b"" if recorded else
+                          b"ZelImageSerializer_Save failed.  error code: 0xFFFF63B9\n")
+
+
 @pytest.mark.parametrize("pixel_type", [RGB8, BGR8, 0x010C2307, 0x05100180, *NONSENSE])
 def test_frames_of_other_types_do_no_harm(double, fetched, messages, pixel_type):
     start(fetched)
