@@ -44,6 +44,15 @@ ZelComponentParams* serializerParams(ZelImageSerializer* serializer)
     return params;
 }
 
+/// True for success; reports the code of a frame that was not written.
+bool reportAppended(ZelCamErr code)
+{
+    if (code != ZelErr::kOk) {
+        binding::reportComponentFailure("ZelImageSerializer_Save failed.  error code", code);
+    }
+    return code == ZelErr::kOk;
+}
+
 /// The names in front of each '|'; what stands behind the last one is no name.
 std::vector<std::string> splitList(std::string_view list)
 {
@@ -111,9 +120,10 @@ bool MovieRecorder::append(const ZelImage& source, ZelCamErr& lastError)
 {
     ZelImageSerializer* serializer = components_.existingSerializer();
     if (serializer == nullptr || frame_ == nullptr) {
-        lastError = ZelErr::kInvalidState;
-        binding::reportComponentFailure("ZelImageSerializer_Save failed.  error code", lastError);
-        return false;
+        // Without a movie there is nothing to bring the frame into; the writer says so.
+        lastError = serializer != nullptr ? ZelImageSerializer_Save(serializer, nullptr, nullptr)
+                                          : ZelErr::kInvalidState;
+        return reportAppended(lastError);
     }
     const ZelImage* image = &source;
     if (isPacked(source.pixelType)) {
@@ -130,16 +140,13 @@ bool MovieRecorder::append(const ZelImage& source, ZelCamErr& lastError)
         }
         image = unpacked_.get();
     }
-    if (!bringIntoFrame(source, *image)) {
+    if (!bringIntoFrame(source, image)) {
         return false;
     }
     // What does not fit left the frame image as it was: it is not recorded a second time.
     lastError = fits(source) ? ZelImageSerializer_Save(serializer, frame_.get(), nullptr)
                              : ZelErr::kInvalidArgument;
-    if (lastError != ZelErr::kOk) {
-        binding::reportComponentFailure("ZelImageSerializer_Save failed.  error code", lastError);
-    }
-    return lastError == ZelErr::kOk;
+    return reportAppended(lastError);
 }
 
 bool MovieRecorder::fits(const ZelImage& source) const
@@ -149,16 +156,16 @@ bool MovieRecorder::fits(const ZelImage& source) const
            (isMono(source.pixelType) || frame_->pixelType == ZelPixel::kBGR8);
 }
 
-bool MovieRecorder::bringIntoFrame(const ZelImage& source, const ZelImage& image)
+bool MovieRecorder::bringIntoFrame(const ZelImage& source, const ZelImage* image)
 {
     if (ZelPixel::family(source.pixelType) == ZelPixel::kFamilyBayer) {
-        const ZelCamErr code = ZelBayer_ConvertImage(components_.bayer(), &image, frame_.get());
+        const ZelCamErr code = ZelBayer_ConvertImage(components_.bayer(), image, frame_.get());
         if (code != ZelErr::kOk) {
             binding::reportComponentFailure("ZelBayer_ConvertImage failed, error code", code);
         }
     } else if (isMono(source.pixelType)) {
         // As for pictures, only the writer's code decides.
-        ZelImageConverter_ConvertImage(components_.converter(), &image, frame_.get());
+        ZelImageConverter_ConvertImage(components_.converter(), image, frame_.get());
     } else {
         binding::report("Error, not supported pixel type\n");
         return false;

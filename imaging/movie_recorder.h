@@ -37,7 +37,7 @@ public:
     bool finish(ZelCamErr& lastError);
 
 private:
-    bool bringIntoFrame(const ZelImage& source, const ZelImage& image);
+    bool bringIntoFrame(const ZelImage& source, const ZelImage* image);
     bool fits(const ZelImage& source) const;
 
     Components& components_;

@@ -67,10 +67,10 @@ bool reportMono(ZelCamErr code)
     return code == ZelErr::kOk;
 }
 
-bool saveMono(Components& components, const ZelImage& image, const char* fileName,
+bool saveMono(Components& components, const ZelImage* image, const char* fileName,
               ZelCamErr& lastError)
 {
-    lastError = ZelImageSerializer_Save(components.existingSerializer(), &image, fileName);
+    lastError = ZelImageSerializer_Save(components.existingSerializer(), image, fileName);
     return reportMono(lastError);
 }
 
@@ -81,32 +81,29 @@ bool keepsAllBits(const char* fileName)
     return dot != nullptr && std::strcmp(dot, ".tiff") == 0;
 }
 
-bool saveDeepMono(Components& components, const ZelImage& image, const char* fileName,
+bool saveDeepMono(Components& components, ZelSize size, const ZelImage* image, const char* fileName,
                   ZelCamErr& lastError)
 {
     ZelImageConverter* converter = components.converter();
     if (keepsAllBits(fileName)) {
         return saveMono(components, image, fileName, lastError);
     }
-    const OwnedImage reduced = createImage(image.size, kMono8);
-    if (reduced == nullptr) {
-        lastError = ZelErr::kGenTLOutOfMemory;
-        return reportMono(lastError);
-    }
-    ZelImageConverter_ConvertImage(converter, &image, reduced.get());
-    return saveMono(components, *reduced, fileName, lastError);
+    const OwnedImage reduced = createImage(size, kMono8);
+    // Without memory for it the components are asked all the same: they say what is wrong.
+    ZelImageConverter_ConvertImage(converter, image, reduced.get());
+    return saveMono(components, reduced.get(), fileName, lastError);
 }
 
-bool saveBayer(Components& components, const ZelImage& image, const char* fileName,
+bool saveBayer(Components& components, ZelSize size, const ZelImage* image, const char* fileName,
                ZelCamErr& lastError)
 {
     ZelBayer* bayer = components.bayer();
-    const OwnedImage colour = createImage(image.size, kRGB8);
+    const OwnedImage colour = createImage(size, kRGB8);
     if (colour == nullptr) {
         binding::report("Error, unable to create RGB image\n");
         return false;
     }
-    lastError = ZelBayer_ConvertImage(bayer, &image, colour.get());
+    lastError = ZelBayer_ConvertImage(bayer, image, colour.get());
     if (lastError != ZelErr::kOk) {
         // The file is written all the same: what there is of the picture may still be of use.
         binding::reportComponentFailure("ZelBayer_ConvertImage failed, error code", lastError);
@@ -144,10 +141,11 @@ bool saveImage(Components& components, const ZelImage& source, const char* fileN
         image = unpacked.get();
     }
     if (family(source.pixelType) == kFamilyBayer) {
-        return saveBayer(components, *image, fileName, lastError);
+        return saveBayer(components, source.size, image, fileName, lastError);
     }
-    return source.pixelType == kMono8 ? saveMono(components, *image, fileName, lastError)
-                                      : saveDeepMono(components, *image, fileName, lastError);
+    return source.pixelType == kMono8
+               ? saveMono(components, image, fileName, lastError)
+               : saveDeepMono(components, source.size, image, fileName, lastError);
 }
 
 } // namespace imaging

@@ -22,8 +22,7 @@ ZelImageUnpacker* unpackerFor(Components& components, const ZelImage& source)
 
 ZelCamErr unpack(ZelImageUnpacker* unpacker, const ZelImage& source, ZelImage* target)
 {
-    const ZelCamErr code = target != nullptr ? ZelImageUnpacker_Unpack(unpacker, &source, target)
-                                             : ZelErr::kInvalidArgument;
+    const ZelCamErr code = ZelImageUnpacker_Unpack(unpacker, &source, target);
     if (code != ZelErr::kOk) {
         binding::report("Error, ZelImageUnpacker_Unpack\n");
     }

@@ -10,8 +10,8 @@ namespace imaging
 /// The unpacker with its parameters set for a source, or null with a report on standard error.
 ZelImageUnpacker* unpackerFor(Components& components, const ZelImage& source);
 
-/// Unpacks `source` into `target`; a null target counts as refused with -40007. Returns the code; a
-/// failure is reported on standard error.
+/// Unpacks `source` into `target`; a null target is for the component to refuse. Returns the code;
+/// a failure is reported on standard error.
 ZelCamErr unpack(ZelImageUnpacker* unpacker, const ZelImage& source, ZelImage* target);
 
 } // namespace imaging

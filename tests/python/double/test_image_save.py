@@ -84,6 +84,24 @@ def test_refused_pixel_types(double, fetched, messages):
     assert zel.GetLastError() == -40007  # as it was
 
 
+def test_components_say_what_is_wrong_with_a_missing_image(double, fetched, messages):
+    double.answer("ZelCreateImage", refused=True)
+    double.answer("ZelImageSerializer_Save", -40007)
+    double.answer("ZelImageUnpacker_Unpack", -40007)
+    frame(double, MONO12)
+    assert zel.PySaveImage(fetched, "a.png") is False and zel.GetLastError() == -40007
+    assert story(double)[-2:] == [("ImageConverter", "source", None), ("Save", None, "a.png")]
+    assert messages() == b"ZelImageSerializer_Save failed, error code: -40007\n"
+    frame(double, MONO12_PACKED)
+    assert zel.PySaveImage(fetched, "a.png") is False and zel.GetLastError() == -40007
+    assert story(double)[-1] == ("Unpack", "source", None)
+    double.answer("ZelImageUnpacker_Unpack", 0)
+    for pixel_type in (MONO12_PACKED, next(iter(BAYER_PACKED))):
+        frame(double, pixel_type)
+        assert zel.PySaveImage(fetched, "a.png") is False
+    messages()
+
+
 def test_large_images_keep_their_size(double, fetched):
     frame(double, MONO12_PACKED, 20480, 20479)
     zel.PySaveImage(fetched, "a.tiff")

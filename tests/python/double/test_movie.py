@@ -242,12 +242,16 @@ def test_frames_of_other_types_do_no_harm(double, fetched, messages, pixel_type)
 
 
 def test_frame_without_a_movie(double, fetched, messages):
+    zel.PyGetVideoCompressors()  # makes the writer, which then says what is wrong
+    zel.PyFinishRecord()
+    double.take()
+    double.answer("ZelImageSerializer_Save", -40051)
     for pixel_type in (MONO8, MONO12_PACKED, BAYER[0], 0x030C1322):
         frame(double, pixel_type)
-        double.answer("ZelImageSerializer_Save", -40051)
-        double.answer("ZelImageUnpacker_Unpack", -40007)
-        assert zel.PySaveMovieFrame(fetched) is False
-        messages()
+        double.take()
+        assert zel.PySaveMovieFrame(fetched) is False and zel.GetLastError() == -40051
+        assert story(double) == [("Save", None, None)]
+        assert messages() == b"ZelImageSerializer_Save failed.  error code: 0xFFFF638D\n"
 
 
 def test_finish(double, fetched, messages):
