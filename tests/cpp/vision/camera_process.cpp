@@ -8,7 +8,7 @@
 #include <cstring>
 
 CameraProcess::CameraProcess(const std::string& address, const std::string& serial,
-                             int lostPerThousand)
+                             int lostPerThousand, const std::string& option)
 {
     int in[2];
     int out[2];
@@ -21,7 +21,7 @@ CameraProcess::CameraProcess(const std::string& address, const std::string& seri
         ::dup2(in[0], STDIN_FILENO);
         ::dup2(out[1], STDOUT_FILENO);
         ::execl(ZEL_GIGE_CAMERA, "gige_camera", address.c_str(), serial.c_str(), lost.c_str(),
-                nullptr);
+                option.c_str(), nullptr);
         ::_exit(127);
     }
     ::close(in[0]);

@@ -9,7 +9,9 @@
 class CameraProcess
 {
 public:
-    CameraProcess(const std::string& address, const std::string& serial, int lostPerThousand = 0);
+    /// `option`: one of the program's.
+    CameraProcess(const std::string& address, const std::string& serial, int lostPerThousand = 0,
+                  const std::string& option = "");
     ~CameraProcess();
     CameraProcess(const CameraProcess&) = delete;
     CameraProcess& operator=(const CameraProcess&) = delete;
