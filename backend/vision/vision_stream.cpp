@@ -146,7 +146,7 @@ ZelCamErr VisionStream::announce(core::BufferToken token, void* memory, std::siz
     ArvPtr<ArvBuffer> buffer(arv_buffer_new_full(
         size, memory, reinterpret_cast<void*>(static_cast<std::uintptr_t>(token)), nullptr));
     const std::lock_guard<std::mutex> lock(mutex_);
-    announced_[token] = {std::move(buffer), size};
+    announced_[token] = {std::move(buffer), size, false};
     return ZelErr::kOk;
 }
 
@@ -158,31 +158,25 @@ ZelCamErr VisionStream::revoke(core::BufferToken token)
 
 ZelCamErr VisionStream::queue(core::BufferToken token)
 {
-    {
-        const std::lock_guard<std::mutex> lock(mutex_);
-        if (announced_.count(token) == 0) {
-            return ZelErr::kGenTLInvalidHandle;
-        }
-        queued_.insert(token);
-    }
-    if (receiver_ != nullptr) { // Else it gets its buffers when it is made.
-        push(receiver_.get(), token);
-    }
-    return ZelErr::kOk;
-}
-
-void VisionStream::push(ArvStream* receiver, core::BufferToken token)
-{
     ArvBuffer* buffer = nullptr;
     {
         const std::lock_guard<std::mutex> lock(mutex_);
         const auto entry = announced_.find(token);
         if (entry == announced_.end()) {
-            return;
+            return ZelErr::kGenTLInvalidHandle;
         }
+        entry->second.queued = true;
         buffer = entry->second.buffer.get();
-        g_object_ref(buffer);
     }
+    if (receiver_ != nullptr) { // Else it gets its buffers when it is made.
+        push(receiver_.get(), buffer);
+    }
+    return ZelErr::kOk;
+}
+
+void VisionStream::push(ArvStream* receiver, ArvBuffer* buffer)
+{
+    g_object_ref(buffer);
     // A frame whose leader is lost leaves these as they were: 0 tells that it did not come.
     arv_buffer_set_frame_id(buffer, 0);
     arv_buffer_set_timestamp(buffer, 0);
@@ -197,7 +191,9 @@ ZelCamErr VisionStream::discardAll()
     }
     {
         const std::lock_guard<std::mutex> lock(mutex_);
-        queued_.clear();
+        for (auto& entry : announced_) {
+            entry.second.queued = false;
+        }
     }
     if (receiver_ != nullptr && receiving_) {
         runThread();
@@ -266,6 +262,23 @@ void VisionStream::dropReceiver()
     receiver_.reset();
 }
 
+void VisionStream::pushQueued()
+{
+    std::vector<std::pair<core::BufferToken, ArvBuffer*>> waiting;
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        for (const auto& entry : announced_) {
+            if (entry.second.queued) {
+                waiting.emplace_back(entry.first, entry.second.buffer.get());
+            }
+        }
+    }
+    std::sort(waiting.begin(), waiting.end());
+    for (const auto& entry : waiting) {
+        push(receiver_.get(), entry.second);
+    }
+}
+
 ZelCamErr VisionStream::start(std::uint64_t frames)
 {
     remaining_ = frames;
@@ -280,15 +293,7 @@ ZelCamErr VisionStream::start(std::uint64_t frames)
         if (code != ZelErr::kOk) {
             return code;
         }
-        std::vector<core::BufferToken> waiting;
-        {
-            const std::lock_guard<std::mutex> lock(mutex_);
-            waiting.assign(queued_.begin(), queued_.end());
-        }
-        std::sort(waiting.begin(), waiting.end());
-        for (const core::BufferToken token : waiting) {
-            push(receiver_.get(), token);
-        }
+        pushQueued();
     } else if (ARV_IS_GV_STREAM(receiver_.get())) {
         // Its socket was open all the time: a camera that was started earlier has filled it.
         discardReceived(arv_gv_stream_get_port(ARV_GV_STREAM(receiver_.get())));
@@ -346,7 +351,7 @@ void VisionStream::take(ArvStream* receiver, ArvBuffer* buffer)
     const ArvBufferStatus status = arv_buffer_get_status(buffer);
     if (status == ARV_BUFFER_STATUS_ABORTED || status == ARV_BUFFER_STATUS_CLEARED ||
         remaining_ == 0 || !receiving_) {
-        push(receiver, token); // Stopped in the middle, or nobody asked for one more.
+        push(receiver, buffer); // Stopped in the middle, or nobody asked for one more.
         return;
     }
     const std::uint64_t before = ids_.last();
@@ -357,7 +362,10 @@ void VisionStream::take(ArvStream* receiver, ArvBuffer* buffer)
     }
     {
         const std::lock_guard<std::mutex> lock(mutex_);
-        queued_.erase(token);
+        const auto entry = announced_.find(token);
+        if (entry != announced_.end()) {
+            entry->second.queued = false;
+        }
     }
     sink_->bufferDone(token, std::move(info));
 }

@@ -10,7 +10,6 @@
 #include <functional>
 #include <mutex>
 #include <unordered_map>
-#include <unordered_set>
 
 namespace vision
 {
@@ -42,6 +41,7 @@ private:
     struct Announced {
         ArvPtr<ArvBuffer> buffer;
         std::size_t size = 0;
+        bool queued = false; ///< Given to us and not yet back.
     };
 
     static void onNewBuffer(ArvStream* stream, void* self);
@@ -53,7 +53,9 @@ private:
     void dropReceiver();
     void runThread();
     void haltThread(bool discardBuffers);
-    void push(ArvStream* receiver, core::BufferToken token);
+    /// `buffer` stays announced: core revokes only what is not queued.
+    void push(ArvStream* receiver, ArvBuffer* buffer);
+    void pushQueued();
     std::uint64_t receiverCounter(const char* name);
     void countGap(ArvStream* receiver, std::uint64_t before, std::uint64_t now);
 
@@ -61,9 +63,8 @@ private:
     core::StreamSink* const sink_;
     const std::function<void()> closed_;
 
-    std::mutex mutex_; ///< Guards announced_ and queued_; never held while a thread is joined.
+    std::mutex mutex_; ///< Guards announced_; never held while a thread is joined.
     std::unordered_map<core::BufferToken, Announced> announced_;
-    std::unordered_set<core::BufferToken> queued_;
 
     std::mutex receiverMutex_; ///< Guards receiver_ for those who read counters beside us.
     ArvPtr<ArvStream> receiver_;

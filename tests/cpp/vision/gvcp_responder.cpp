@@ -66,7 +66,7 @@ std::vector<std::uint8_t> acknowledge(std::uint16_t status, std::uint8_t command
 
 GvcpResponder::GvcpResponder(std::uint32_t address, const Manners& manners)
     : manners_(manners), address_(address), broadcast_(openSocket(INADDR_BROADCAST)),
-      own_(openSocket(address)), thread_([this] { run(); })
+      own_(openSocket(address)), ready_(broadcast_ >= 0 && own_ >= 0), thread_([this] { run(); })
 {
 }
 

@@ -24,7 +24,7 @@ public:
     GvcpResponder& operator=(const GvcpResponder&) = delete;
 
     /// Both sockets could be opened.
-    bool isReady() const { return broadcast_ >= 0 && own_ >= 0; }
+    bool isReady() const { return ready_; }
     int forceIpCount() const { return forceIps_; }
 
 private:
@@ -38,6 +38,7 @@ private:
     std::chrono::steady_clock::time_point backAt_{};
     int broadcast_;
     int own_;
+    const bool ready_;
     std::atomic<bool> ending_{false};
     std::atomic<int> forceIps_{0};
     std::thread thread_;

@@ -9,7 +9,7 @@ from camera_tools import reset, shake, stored_values
 from conftest import IS_GIGE
 
 # Memory that may be written, with room behind it: (first address, bytes).
-MEMORY = (0x8000, 4096) if IS_GIGE else (0x01000000, 1 << 20)
+MEMORY = (0x8000, 0x4000) if IS_GIGE else (0x01000000, 1 << 20)
 EXPOSURE = "ExposureTimeAbs" if IS_GIGE else "ExposureTime"
 
 
@@ -26,6 +26,15 @@ def test_memory_at_any_address_and_length(device):
         wanted += bytes(room - len(wanted))
         assert device.ReadMem(base, room) == (0, wanted), "what lies around it is as it was"
         assert device.ReadMem(base + offset, length) == (0, text[:length].encode())
+
+
+def test_memory_in_large_pieces(device):
+    base = MEMORY[0]
+    text = "".join(chr(33 + i * i % 90) for i in range(9001))
+    assert device.WriteMem(base, "\0" * 9100) == (0, 9100)
+    assert device.WriteMem(base + 3, text) == (0, 9001)
+    assert device.ReadMem(base + 3, 9001) == (0, text.encode())
+    assert device.ReadMem(base, 9100) == (0, b"\0" * 3 + text.encode() + b"\0" * 96)
 
 
 def test_memory_outside_the_address_space(device):
