@@ -128,7 +128,9 @@ Py::Object ZelCameraApiPy::ErrorCodeToString(const Py::Tuple& args)
         return Py::None();
     }
     const Py::Object code = args[0];
-    if (PyNumber_Check(code.ptr()) == 0) {
+    // The conversion would read numbers in texts and bytes too; it refuses all else itself.
+    if (PyUnicode_Check(code.ptr()) != 0 ||
+        (PyObject_CheckBuffer(code.ptr()) != 0 && PyNumber_Check(code.ptr()) == 0)) {
         throw Py::TypeError(std::string("a number is required, not ") +
                             Py_TYPE(code.ptr())->tp_name);
     }

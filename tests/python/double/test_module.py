@@ -1,5 +1,9 @@
 """The module itself: functions, placeholders and the error table."""
 
+import fractions
+import sys
+import warnings
+
 import libZelCameraApiPy as zel
 import pytest
 
@@ -110,8 +114,23 @@ def test_error_codes_are_cut_to_32_bits(given, message):
     assert zel.ErrorCodeToString(given) == message
 
 
+def test_error_code_of_any_number_object():
+    class Fixed:
+        """A number of the old kind, which cuts itself off."""
+
+        def __trunc__(self):
+            return -40002
+
+    if sys.version_info < (3, 14):  # int() takes it until then
+        with warnings.catch_warnings():
+            warnings.simplefilter("ignore")
+            assert zel.ErrorCodeToString(Fixed()) == "File not found"
+    assert zel.ErrorCodeToString(fractions.Fraction(-80005, 2)) == "File not found"
+
+
 @pytest.mark.parametrize("given, exception", [
-    (None, TypeError), ([], TypeError), ("x", TypeError), ("-40002", TypeError), (1 << 63, OverflowError),
+    (None, TypeError), ([], TypeError), ("x", TypeError), ("-40002", TypeError), (b"1", TypeError),
+    (memoryview(b"1"), TypeError), (1j, TypeError), (1 << 63, OverflowError),
     (-(1 << 63) - 1, OverflowError), (float("nan"), ValueError)])
 def test_error_codes_that_are_no_numbers(double, given, exception):
     double.answer("ZelCam_CreateDevice", None, err=-1004)
