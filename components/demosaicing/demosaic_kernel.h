@@ -23,6 +23,8 @@ struct SplitRow {
 /// Entries that loops may read behind entry n. Their values do not matter.
 constexpr std::size_t kRowSlack = 64;
 
+constexpr std::size_t kCacheLine = 64;
+
 /// Two adjacent rows of the result and what they are made from.
 struct RowPair {
     std::array<SplitRow, 6> rows; ///< From two rows above the first to two below the second.
@@ -32,6 +34,10 @@ struct RowPair {
     /// into the caches.
     std::array<const std::uint8_t*, 2> upcoming;
     std::size_t upcomingBytes; ///< Bytes of one of their samples.
+    /// Even column, below kCacheLine, where both targets begin a cache line, 0 if there is none. It
+    /// is faster to begin there.
+    std::size_t lineColumn;
+    bool pastCaches; ///< The result is better not left in the caches. Ends with finishRows.
 };
 
 /// What the samples of a row pair mean.
@@ -43,5 +49,8 @@ struct MosaicLayout {
 
 /// Writes three bytes for every pixel of both rows.
 void interpolateRows(const RowPair& pair, const MosaicLayout& layout);
+
+/// To be called by the thread that wrote rows past the caches, before others may read them.
+void finishRows();
 
 } // namespace ZelComponents

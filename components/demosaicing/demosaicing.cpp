@@ -28,10 +28,21 @@ struct Task {
     MosaicLayout layout;
 };
 
-bool isBeyondCaches(const TargetPlane& target)
+constexpr std::size_t kMegabyte = std::size_t{1024} * 1024;
+// Results beyond this are read from memory before they are written.
+constexpr std::size_t kCacheBytes = 8 * kMegabyte;
+// Results beyond this have left the caches when somebody reads them.
+constexpr std::size_t kLargestCacheBytes = 32 * kMegabyte;
+
+// The even column where every row of the result begins a cache line; 0 if there is none.
+std::size_t lineColumn(const TargetPlane& target)
 {
-    constexpr std::size_t kCacheBytes = std::size_t{8} * 1024 * 1024;
-    return target.rowBytes() * target.height > kCacheBytes;
+    constexpr std::size_t kThird = 43;
+    static_assert(3 * kThird % kCacheLine == 1);
+    const auto address = reinterpret_cast<std::uintptr_t>(target.data);
+    return target.stride % kCacheLine != 0 || address % 2 != 0
+               ? 0
+               : (kCacheLine - address % kCacheLine) * kThird % kCacheLine;
 }
 
 class DemosaicBands final : public BandWork
@@ -45,8 +56,10 @@ public:
     {
         const std::size_t begin = band * kBandRows;
         const std::size_t end = std::min(begin + kBandRows, task_.source.height);
+        const std::size_t bytes = task_.target.rowBytes() * task_.target.height;
+        const std::size_t column = lineColumn(task_.target);
         BandScratch& scratch = scratches_[slot];
-        MosaicRows rows(task_.source, task_.format, scratch);
+        MosaicRows rows(task_.source, task_.format, column, scratch);
         for (auto y = static_cast<std::ptrdiff_t>(begin) - 2;
              y < static_cast<std::ptrdiff_t>(begin) + 2; ++y) {
             rows.load(y);
@@ -58,7 +71,7 @@ public:
             std::uint8_t* const second =
                 y + 1 < end ? task_.target.row(y + 1) : scratch.spareTarget();
             std::array<const std::uint8_t*, 2> upcoming{};
-            if (isBeyondCaches(task_.target)) {
+            if (bytes > kCacheBytes) {
                 upcoming = {rows.source(top + 4), rows.source(top + 5)};
             }
             const RowPair pair{{rows.row(top - 2), rows.row(top - 1), rows.row(top),
@@ -66,9 +79,12 @@ public:
                                {task_.target.row(y), second},
                                task_.source.width,
                                upcoming,
-                               task_.format.bytes};
+                               task_.format.bytes,
+                               column,
+                               bytes > kLargestCacheBytes};
             interpolateRows(pair, task_.layout);
         }
+        finishRows();
     }
 
 private:

@@ -9,7 +9,9 @@ namespace
 {
 
 constexpr std::size_t kSlots = 6;
-constexpr std::size_t kMargin = 32; // A cache line of entries, so that column 0 begins one.
+constexpr std::size_t kLineEntries = kCacheLine / sizeof(std::int16_t);
+// In front of column 0, which begins at most one line earlier, and of the two columns before it.
+constexpr std::size_t kMargin = 2 * kLineEntries;
 
 std::size_t reflected(std::ptrdiff_t position, std::size_t count)
 {
@@ -28,11 +30,12 @@ bool BandScratch::reserve(std::size_t width)
     if (memory_ != nullptr && width <= width_) {
         return true;
     }
-    const std::size_t entries = (kMargin + (width + 1) / 2 + 1 + kRowSlack + 31) / 32 * 32;
+    const std::size_t entries = (kMargin + (width + 1) / 2 + 1 + kRowSlack + kLineEntries - 1) /
+                                kLineEntries * kLineEntries;
     const std::size_t targetEntries = (3 * width + 1) / 2;
     const std::size_t total = 2 * kSlots * entries + targetEntries;
     memory_.reset(static_cast<std::int16_t*>(
-        ::operator new (total * sizeof(std::int16_t), std::align_val_t{64}, std::nothrow)));
+        ::operator new (total * sizeof(std::int16_t), std::align_val_t{kCacheLine}, std::nothrow)));
     if (memory_ == nullptr) {
         width_ = 0;
         return false;
@@ -45,7 +48,7 @@ bool BandScratch::reserve(std::size_t width)
 
 std::int16_t* BandScratch::halfRow(std::size_t slot, std::size_t parity)
 {
-    return memory_.get() + (2 * slot + parity) * halfRowEntries_ + kMargin;
+    return memory_.get() + (2 * slot + parity) * halfRowEntries_ + kMargin - column_ / 2;
 }
 
 std::uint8_t* BandScratch::spareTarget()
@@ -53,16 +56,18 @@ std::uint8_t* BandScratch::spareTarget()
     return reinterpret_cast<std::uint8_t*>(memory_.get() + 2 * kSlots * halfRowEntries_);
 }
 
-MosaicRows::MosaicRows(const SourcePlane& mosaic, const SampleFormat& format, BandScratch& scratch)
-    : mosaic_(mosaic), format_(format), scratch_(scratch)
+MosaicRows::MosaicRows(const SourcePlane& mosaic, const SampleFormat& format, std::size_t aligned,
+                       BandScratch& scratch)
+    : mosaic_(mosaic), format_(format), aligned_(aligned), scratch_(scratch)
 {
+    scratch_.alignColumn(aligned);
 }
 
 void MosaicRows::load(std::ptrdiff_t y)
 {
     std::int16_t* const even = scratch_.halfRow(slot(y), 0);
     std::int16_t* const odd = scratch_.halfRow(slot(y), 1);
-    splitRow(source(y), mosaic_.width, format_, even, odd);
+    splitRow(source(y), mosaic_.width, format_, aligned_, even, odd);
 
     const auto entry = [&](std::ptrdiff_t column) -> std::int16_t& {
         return column % 2 == 0 ? even[column / 2] : odd[(column - 1) / 2];

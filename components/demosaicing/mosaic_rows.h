@@ -20,8 +20,10 @@ class BandScratch
 public:
     /// Makes room for rows of `width` pixels. False for want of memory.
     bool reserve(std::size_t width);
+    /// From now on column `column` (even, below kCacheLine) of half rows begins a cache line.
+    void alignColumn(std::size_t column) { column_ = column; }
 
-    /// Column 0 of a half row; kRowMargin entries lie before it.
+    /// Column 0 of a half row.
     std::int16_t* halfRow(std::size_t slot, std::size_t parity);
     /// 3 * width bytes for a result row that nobody wants.
     std::uint8_t* spareTarget();
@@ -30,12 +32,13 @@ private:
     struct Free {
         void operator()(std::int16_t* memory) const
         {
-            ::operator delete (memory, std::align_val_t{64});
+            ::operator delete (memory, std::align_val_t{kCacheLine});
         }
     };
 
     std::unique_ptr<std::int16_t, Free> memory_;
     std::size_t width_ = 0;
+    std::size_t column_ = 0;
     std::size_t halfRowEntries_ = 0;
 };
 
@@ -46,8 +49,10 @@ private:
 class MosaicRows
 {
 public:
-    /// The window's first two rows are later to be rows y - 2 and y - 1. Borrows both arguments.
-    MosaicRows(const SourcePlane& mosaic, const SampleFormat& format, BandScratch& scratch);
+    /// The window's first two rows are later to be rows y - 2 and y - 1. Column `aligned` of its
+    /// half rows begins a cache line. Borrows `mosaic` and `scratch`.
+    MosaicRows(const SourcePlane& mosaic, const SampleFormat& format, std::size_t aligned,
+               BandScratch& scratch);
 
     /// Brings row y (which may lie beyond the borders) into the window, in place of row y - 6.
     void load(std::ptrdiff_t y);
@@ -62,6 +67,7 @@ private:
 
     const SourcePlane& mosaic_;
     SampleFormat format_;
+    std::size_t aligned_;
     BandScratch& scratch_;
 };
 

@@ -13,8 +13,9 @@ struct SampleFormat {
     unsigned excess;   ///< Low bits of a word to be rounded away (0 to 6).
 };
 
-/// Splits `width` samples, which need no alignment. Words are limited to 10 bits.
+/// Splits `width` samples, which need no alignment. Words are limited to 10 bits. `aligned` is an
+/// even column from which on it is best to store whole vectors.
 void splitRow(const std::uint8_t* source, std::size_t width, const SampleFormat& format,
-              std::int16_t* even, std::int16_t* odd);
+              std::size_t aligned, std::int16_t* even, std::int16_t* odd);
 
 } // namespace ZelComponents

@@ -22,10 +22,9 @@ protected:
         return ZelBayer_ConvertImage(bayer_.get(), &mosaic.image, &target.image);
     }
 
-    void check(const GuardedImage& mosaic, const std::string& order, GuardedImage& target,
+    void check(const GuardedImage& mosaic, const Reference& reference, GuardedImage& target,
                std::size_t rowStep = 1)
     {
-        const Reference reference(mosaic, order);
         ASSERT_EQ(convert(mosaic, target), ZelErr::kOk);
         ASSERT_TRUE(target.isIntact());
         const std::size_t red = target.image.pixelType == ZelPixel::kRGB8 ? 0 : 2;
@@ -49,7 +48,7 @@ protected:
         mosaic.fillWithSamples(random_);
         const ZelPixelType type = random_() % 2 == 0 ? ZelPixel::kRGB8 : ZelPixel::kBGR8;
         GuardedImage target(type, size.width, size.height, padding, placement);
-        check(mosaic, kOrders[order], target, rowStep);
+        check(mosaic, Reference(mosaic, kOrders[order]), target, rowStep);
     }
 
     std::unique_ptr<ZelBayer, Delete> bayer_{ZelBayer_CreateComponent()};
@@ -77,6 +76,43 @@ TEST_F(Demosaicing, EqualsThePlainFiltersOnEveryInstructionSet)
     });
 }
 
+// Bytes behind rows of `width` pixels that make every row of the result begin at the same place of
+// a cache line: the images' rows are worked on from a line's beginning then.
+std::size_t paddingToLines(std::uint32_t width) { return (64 - 3 * width % 64) % 64; }
+
+TEST_F(Demosaicing, BeginsAnywhereInACacheLine)
+{
+    forEachTarget([&](const char* name) {
+        SCOPED_TRACE(name);
+        for (const std::uint32_t width : widthsAroundVectors()) {
+            checkRandom(width % 4, width % 3 == 0 ? 8 : 10 + width % 2 * 2, ZelSize{width, 5},
+                        paddingToLines(width));
+        }
+    });
+}
+
+// Those go past the caches, as far as their rows begin at the same place of a cache line.
+TEST_F(Demosaicing, EqualsThePlainFiltersBeyondTheCaches)
+{
+    constexpr std::uint32_t kHeight = 2803;
+    const auto checkLarge = [&](std::uint32_t width, unsigned depth, std::size_t padding) {
+        const std::size_t order = width % 4;
+        GuardedImage mosaic(bayerType(order, depth), width, kHeight);
+        mosaic.fillWithSamples(random_);
+        const Reference reference(mosaic, kOrders[order]);
+        forEachTarget([&](const char* name) {
+            SCOPED_TRACE(testing::Message() << name << ", " << width << ", padding " << padding);
+            GuardedImage target(ZelPixel::kRGB8, width, kHeight, padding);
+            check(mosaic, reference, target, 167);
+        });
+    };
+    for (const std::uint32_t width : {4032U, 4001U, 4006U}) {
+        checkLarge(width, 8, paddingToLines(width));
+    }
+    checkLarge(4022, 10, paddingToLines(4022));
+    checkLarge(4006, 12, 0);
+}
+
 TEST_F(Demosaicing, SharesLargeImagesBetweenThreads)
 {
     for (const unsigned depth : {8U, 12U}) {
@@ -99,7 +135,7 @@ TEST_F(Demosaicing, TakesAMonoImageWithAMosaic)
 
     mosaic.image.mosaic = ZelPixel::kBayerGB10;
     mosaic.image.bitsPerComponent = 10; // For the reference; the component goes by the mosaic.
-    check(mosaic, "GBRG", target);
+    check(mosaic, Reference(mosaic, "GBRG"), target);
 }
 
 TEST_F(Demosaicing, LimitsWordsAboveTheirDepth)
@@ -112,7 +148,7 @@ TEST_F(Demosaicing, LimitsWordsAboveTheirDepth)
                 mosaic.setWord(i % 70, i / 70, random_() % 2 == 0 ? 0xFFFF : 0);
             }
             GuardedImage target(ZelPixel::kRGB8, 70, 5);
-            check(mosaic, "GRBG", target);
+            check(mosaic, Reference(mosaic, "GRBG"), target);
         }
     });
 }

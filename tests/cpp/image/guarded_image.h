@@ -4,6 +4,7 @@
 
 #include "zel_image/image.h"
 
+#define HWY_WANT_AVX3_DL // Some kernels are compiled for it.
 #include <hwy/targets.h>
 #include <sys/mman.h>
 #include <unistd.h>
