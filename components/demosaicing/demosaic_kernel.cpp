@@ -226,11 +226,13 @@ HWY_INLINE void claimTargets(const RowPair& pair, std::size_t column)
 // only where every one of them fills whole lines; with less they are slower than any other.
 HWY_INLINE bool goesPastCaches(const RowPair& pair, std::size_t column)
 {
-    const auto isLine = [&](const std::uint8_t* target) {
-        return reinterpret_cast<std::uintptr_t>(target + 3 * column) % kCacheLine == 0;
-    };
-    return sizeof(ByteVector) % kCacheLine == 0 && pair.pastCaches && isLine(pair.targets[0]) &&
-           isLine(pair.targets[1]);
+    if constexpr (sizeof(ByteVector) % kCacheLine == 0) {
+        const auto inLine = [&](const std::uint8_t* target) {
+            return reinterpret_cast<std::uintptr_t>(target + 3 * column) % kCacheLine;
+        };
+        return pair.pastCaches && inLine(pair.targets[0]) == 0 && inLine(pair.targets[1]) == 0;
+    }
+    return false;
 }
 
 // As many columns as fit into two vectors.
