@@ -36,7 +36,11 @@ void PyDevice::init_type()
 PyDevice::PyDevice(ZelCam::Device* device) : device_(device)
 {
     if (device_ != nullptr) {
-        info_ = binding::make<PyDeviceInfo>(device_->GetInfo());
+        try {
+            info_ = binding::make<PyDeviceInfo>(device_->GetInfo());
+        } catch (const Py::BaseException&) {
+            PyErr_Clear(); // An identity that is no text: the open device counts, not its name.
+        }
         numStreams_ = device_->GetNumStreams();
         cameraParameters_ =
             wrapParameters(&ZelCam::Device::GetCameraParameters, "Get camera parameters error");

@@ -26,10 +26,11 @@ Py::Object PyDevice::UnRegisterEvent(const Py::Tuple& args)
         return Py::False();
     }
     const long eventId = binding::toInt64(args[0]);
+    // The SDK waits for a callback under way, which may be waiting for the lock held here. First,
+    // because other threads may register while this one lets the lock go.
+    const EventChannel::Pause pause(events_);
     eventId_ = eventId;
     binding::replace(eventCallback_, Py::None());
-    // The SDK waits for a callback under way, which may be waiting for the lock held here.
-    const EventChannel::Pause pause(events_);
     if (device_ == nullptr) {
         return Py::False();
     }

@@ -5,6 +5,7 @@
 #include <pthread.h>
 
 #include <algorithm>
+#include <chrono>
 #include <condition_variable>
 #include <map>
 #include <mutex>
@@ -15,32 +16,48 @@ namespace ZelCamPy
 namespace
 {
 
+/// How long a callback under way is awaited: it may itself wait for something that only the caller
+/// can give, such as a lock of the script.
+constexpr std::chrono::seconds kPatience{1};
+
+} // namespace
+
 /// All open channels. Events are rare and the mutex is held for moments only, so there is one for
 /// all; nobody asks for the interpreter lock while holding it.
-struct Channels {
+struct EventChannel::Channels {
     std::mutex mutex;
     std::condition_variable delivered;
     std::map<const void*, std::shared_ptr<EventChannel>> open;
+
+    static Channels* make();
+    /// A child process starts with the mutex free; the threads that delivered stay behind.
+    void continueInChild();
 };
 
-Channels& channels();
-
-Channels* makeChannels()
+EventChannel::Channels* EventChannel::Channels::make()
 {
-    // A child process starts with the mutex free; the threads that delivered stay behind.
     pthread_atfork([] { channels().mutex.lock(); }, [] { channels().mutex.unlock(); },
-                   [] { channels().mutex.unlock(); });
+                   [] { channels().continueInChild(); });
     return new Channels;
 }
 
-/// Never destroyed: threads of the SDK may come by until the process is gone.
-Channels& channels()
+void EventChannel::Channels::continueInChild()
 {
-    static Channels* const instance = makeChannels();
-    return *instance;
+    const auto stayedBehind = [](std::thread::id id) { return id != std::this_thread::get_id(); };
+    for (const auto& [context, channel] : open) {
+        auto& delivering = channel->delivering_;
+        delivering.erase(std::remove_if(delivering.begin(), delivering.end(), stayedBehind),
+                         delivering.end());
+    }
+    mutex.unlock();
 }
 
-} // namespace
+/// Never destroyed: threads of the SDK may come by until the process is gone.
+EventChannel::Channels& EventChannel::channels()
+{
+    static Channels* const instance = Channels::make();
+    return *instance;
+}
 
 std::shared_ptr<EventChannel> EventChannel::open(const void* context, PyDevice* device)
 {
@@ -96,7 +113,8 @@ EventChannel::Pause::Pause(const std::shared_ptr<EventChannel>& channel) : chann
     }
     binding::withoutLock([this] {
         std::unique_lock<std::mutex> hold(channels().mutex);
-        channels().delivered.wait(hold, [this] { return channel_->onlyThisThreadDelivers(); });
+        channels().delivered.wait_for(hold, kPatience,
+                                      [this] { return channel_->onlyThisThreadDelivers(); });
     });
 }
 

@@ -39,8 +39,9 @@ public:
     };
 
     /// Holds events off while it lives: new ones are dropped, those under way on other threads are
-    /// through when the constructor returns. Made with the interpreter lock held; lets it go for a
-    /// moment only when a callback is just under way.
+    /// through when the constructor returns, or had a second to end: one that waits for the caller
+    /// would never. Made with the interpreter lock held; lets it go for a moment only when a
+    /// callback is just under way.
     class Pause
     {
     public:
@@ -60,6 +61,9 @@ public:
     void close(const void* context);
 
 private:
+    struct Channels;
+    static Channels& channels();
+
     bool onlyThisThreadDelivers() const;
 
     PyDevice* device_ = nullptr;              ///< Guarded by the interpreter lock.

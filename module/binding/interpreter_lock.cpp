@@ -6,6 +6,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
+#include <thread>
 
 namespace binding
 {
@@ -42,6 +43,7 @@ public:
     {
         std::unique_lock<std::mutex> hold(mutex_);
         closed_ = true;
+        closer_ = std::this_thread::get_id();
         left_.wait_for(hold, kExitPatience, [this] { return inside_ == 0; });
     }
 
@@ -49,6 +51,13 @@ public:
     {
         const std::lock_guard<std::mutex> hold(mutex_);
         return closed_;
+    }
+
+    /// True on the thread that ends the interpreter: it alone goes on in Python after that.
+    bool closedHere()
+    {
+        const std::lock_guard<std::mutex> hold(mutex_);
+        return closed_ && closer_ == std::this_thread::get_id();
     }
 
     void beforeFork() { mutex_.lock(); }
@@ -65,6 +74,7 @@ private:
     std::condition_variable left_;
     int inside_ = 0;
     bool closed_ = false;
+    std::thread::id closer_;
 };
 
 /// Never destroyed: threads of the SDK may come by until the process is gone.
@@ -121,6 +131,10 @@ LockHold::~LockHold()
 
 void retakeLock(PyThreadState* state)
 {
+    if (gate().closedHere()) {
+        PyEval_RestoreThread(state);
+        return;
+    }
     while (!gate().enter()) {
         pause();
     }

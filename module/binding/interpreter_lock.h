@@ -8,8 +8,10 @@ namespace binding
 
 /// Arranges that nobody waits for the interpreter lock once the interpreter goes away: a thread
 /// that asked for it then would be ended in the middle of C++ code. From its exit handler on,
-/// LockHold refuses, threads that come back from withoutLock stay where they are, and the handler
-/// lets those finish that were waiting already. Call once, with the lock held; throws
+/// LockHold refuses, other threads that come back from withoutLock stay where they are, and the
+/// handler lets those finish that were waiting already. What the interpreter still runs on its own
+/// thread (exit handlers registered earlier, finalizers) goes on; it cannot join a thread that is
+/// in withoutLock. Call once, with the lock held; throws
 /// Py::BaseException.
 void watchInterpreterExit();
 

@@ -121,6 +121,13 @@ def test_device_without_description(double, messages):
     assert device.GetDisplayName() in (None, "")
 
 
+def test_device_whose_identity_is_no_text(double):
+    double.answer("DeviceInfo.GetModel", b"\xff")
+    device = zel.PyZelCreateDevice()
+    assert device.IsValid() and device.GetInfo() is None
+    device.Release()
+
+
 def test_release_is_once_and_explicit(double, device):
     assert device.Release() is None and device.Release() is None
     assert names(double.take()) == ["Device.Release"]

@@ -1,6 +1,8 @@
 """Device events: registrations, delivery from every kind of thread, and all awkward orders."""
 
 import gc
+import os
+import signal
 import sys
 import threading
 import time
@@ -256,6 +258,80 @@ def test_storm_and_python_threads(double, device, received):
         thread.join()
     double.end_storm()
     assert len(set(received)) == 3
+
+
+@pytest.mark.parametrize("end", [lambda device: device.UnRegisterEvent(5, None),
+                                 lambda device: device.Release()])
+def test_callback_that_waits_for_the_caller(double, device, end):
+    """It holds neither of the two for ever."""
+    busy, inside = threading.Lock(), threading.Event()
+
+    def patient(*arguments):
+        inside.set()
+        with busy:
+            pass
+
+    device.RegisterEvent(5, patient)
+    number = double.registration()
+    with busy:
+        firing = threading.Thread(target=lambda: double.fire(number, how="_from_thread"))
+        firing.start()
+        inside.wait()
+        start = time.monotonic()
+        end(device)
+        assert time.monotonic() - start < 5
+    firing.join()
+
+
+@pytest.mark.skipif(not hasattr(os, "fork"), reason="no fork")
+def test_child_of_a_fork_during_a_callback(double, device):
+    inside, go_on = threading.Event(), threading.Event()
+    device.RegisterEvent(5, lambda *arguments: (inside.set(), go_on.wait(10)))
+    number = double.registration()
+    firing = threading.Thread(target=lambda: double.fire(number, how="_from_thread"))
+    firing.start()
+    inside.wait()
+    child = os.fork()
+    if child == 0:
+        signal.alarm(5)
+        start = time.monotonic()
+        device.UnRegisterEvent(5, None)
+        os._exit(0 if time.monotonic() - start < 0.5 else 1)
+    assert os.waitpid(child, 0)[1] == 0, "its thread of the SDK stayed behind in the parent"
+    go_on.set()
+    firing.join()
+
+
+EARLY_EXIT = """
+import atexit, os, sys, tempfile, weakref
+sys.path.insert(0, %r)
+folder = tempfile.TemporaryDirectory()  # whose finalizer is registered before ours
+zel = stream = None
+def bye():
+    stream.GetBuffer(10)
+    os.write(1, b"bye ")
+atexit.register(bye)
+import libZelCameraApiPy as zel
+from scripted import Double
+double = Double(os.path.join(os.environ["ZELCAM_TEST_BUILD"], "double"))
+double.reset()
+stream = zel.PyZelCreateDevice().GetStreamByIndex(0)
+class Last:
+    def __del__(self, stream=stream, write=os.write):
+        stream.GetBuffer(10)
+        write(1, b"last ")
+last = Last()
+class Camera:
+    pass
+camera = Camera()
+weakref.finalize(camera, lambda: (stream.GetBuffer(10), os.write(1, b"finalized ")))
+"""
+
+
+def test_waits_after_the_exit_handler(run_program):
+    """What the interpreter still runs on its own thread can wait for frames."""
+    output = run_program(EARLY_EXIT % __file__.rsplit("/", 1)[0]).stdout.decode()
+    assert sorted(output.split()) == ["bye", "finalized", "last"]
 
 
 EXIT_PROGRAM = """
