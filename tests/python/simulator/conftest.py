@@ -2,6 +2,7 @@
 
 import os
 import pathlib
+import sys
 
 # No packet leaves this machine: the tests see the simulated cameras only.
 os.environ.setdefault("ZELCAM_VISION", "off")
@@ -9,6 +10,7 @@ os.environ.setdefault("ZELCAM_VISION", "off")
 import pytest
 
 ROOT = pathlib.Path(__file__).resolve().parents[3]
+sys.path.append(str(ROOT / "tests" / "python" / "cameras"))  # its tools
 LOCAL = {"ZELCAM_VISION": "off"}
 
 

@@ -2,7 +2,7 @@
 
 import random
 
-from test_features import READERS, features, settable
+from camera_tools import READERS, features, settable
 
 
 def kept(*arrays):
