@@ -224,6 +224,9 @@ void GigeDevice::startEvents(core::DeviceSink* sink)
 
 void GigeDevice::stopEvents()
 {
+    if (isLost() && messages_ != nullptr) {
+        messages_->setCameraGone();
+    }
     messages_.reset();
     VisionDevice::stopEvents();
 }

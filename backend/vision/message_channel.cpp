@@ -66,7 +66,9 @@ MessageChannel::~MessageChannel()
     }
     ending_ = true;
     thread_.join();
-    writeRegister(device_, gvcp::kMessageChannelPort, 0);
+    if (!gone_) {
+        writeRegister(device_, gvcp::kMessageChannelPort, 0);
+    }
 }
 
 void MessageChannel::receive()

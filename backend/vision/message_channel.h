@@ -29,6 +29,9 @@ public:
     MessageChannel(ArvDevice* device, std::uint32_t localAddress, std::uint32_t cameraAddress,
                    Handler handler);
     ~MessageChannel();
+    /// The camera is gone: the destructor does not take leave of it, which would take seconds.
+    void setCameraGone() { gone_ = true; }
+
     MessageChannel(const MessageChannel&) = delete;
     MessageChannel& operator=(const MessageChannel&) = delete;
 
@@ -43,6 +46,7 @@ private:
     GvcpSocket socket_;
     const Handler handler_;
     std::atomic<bool> ending_{false};
+    std::atomic<bool> gone_{false};
     std::array<std::uint16_t, 16> recentIds_{}; ///< 0: none.
     std::size_t nextRecent_ = 0;
     std::thread thread_;

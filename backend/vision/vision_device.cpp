@@ -69,10 +69,12 @@ ZelCamErr VisionDevice::openStream(std::uint32_t index, core::StreamSink* sink,
         const std::lock_guard<std::mutex> lock(mutex_);
         streamSink_ = sink;
     }
-    *stream = std::make_unique<VisionStream>(device_.get(), sink, [this] {
-        const std::lock_guard<std::mutex> lock(mutex_);
-        streamSink_ = nullptr;
-    });
+    *stream = std::make_unique<VisionStream>(
+        device_.get(), sink, [this] { return isLost(); },
+        [this] {
+            const std::lock_guard<std::mutex> lock(mutex_);
+            streamSink_ = nullptr;
+        });
     return ZelErr::kOk;
 }
 

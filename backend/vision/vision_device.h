@@ -32,6 +32,7 @@ public:
     ArvDevice* arv() const { return device_.get(); }
 
 protected:
+    bool isLost() const { return camera_.isLost(); }
     /// Tells the sinks that the device is gone; only the first call does something.
     void lost();
     /// The sink between startEvents() and stopEvents(), called under a lock that stopEvents()

@@ -1,6 +1,7 @@
 #include "vision/vision_stream.h"
 
 #include "base/log.h"
+#include "base/thread.h"
 #include "vision/chunk_trailer.h"
 #include "vision/socket_buffer.h"
 
@@ -35,9 +36,10 @@ std::uint64_t imageBytes(const core::FrameInfo& info)
 
 } // namespace
 
-VisionStream::VisionStream(ArvDevice* device, core::StreamSink* sink, std::function<void()> closed)
-    : device_(device), sink_(sink), closed_(std::move(closed)), socketBuffer_(kSocketBuffer),
-      features_("VisionStream", "Data stream")
+VisionStream::VisionStream(ArvDevice* device, core::StreamSink* sink, std::function<bool()> isLost,
+                           std::function<void()> closed)
+    : device_(device), sink_(sink), isLost_(std::move(isLost)), closed_(std::move(closed)),
+      socketBuffer_(kSocketBuffer), features_("VisionStream", "Data stream")
 {
     declareFeatures();
 }
@@ -255,11 +257,25 @@ void VisionStream::dropReceiver()
     if (receiver_ == nullptr) {
         return;
     }
+    const bool lost = isLost_();
     arv_stream_set_emit_signals(receiver_.get(), FALSE);
     runThread(); // The receiver ends its own thread and complains when there is none.
+    if (lost) {
+        haltThread(true); // From now on it has no memory of ours.
+        runThread();
+    }
     threadRuns_ = false;
-    const std::lock_guard<std::mutex> lock(receiverMutex_);
-    receiver_.reset();
+    ArvPtr<ArvStream> receiver;
+    {
+        const std::lock_guard<std::mutex> lock(receiverMutex_);
+        receiver = std::move(receiver_);
+    }
+    if (lost) {
+        g_signal_handlers_disconnect_by_data(receiver.get(), this);
+        // It takes leave of its camera, and with one that is gone that takes seconds.
+        ArvStream* gone = receiver.release();
+        base::startThread("zel-farewell", [gone] { g_object_unref(gone); }).detach();
+    }
 }
 
 void VisionStream::pushQueued()

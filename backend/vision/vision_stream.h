@@ -20,8 +20,10 @@ namespace vision
 class VisionStream final : public core::TransportStream
 {
 public:
-    /// `closed` is called once by the destructor, after the last callback.
-    VisionStream(ArvDevice* device, core::StreamSink* sink, std::function<void()> closed);
+    /// `isLost` tells whether the device is gone; `closed` is called once by the destructor, after
+    /// the last callback.
+    VisionStream(ArvDevice* device, core::StreamSink* sink, std::function<bool()> isLost,
+                 std::function<void()> closed);
     ~VisionStream() override;
 
     std::uint64_t payloadSize() override { return 0; }
@@ -61,6 +63,7 @@ private:
 
     ArvDevice* const device_;
     core::StreamSink* const sink_;
+    const std::function<bool()> isLost_;
     const std::function<void()> closed_;
 
     std::mutex mutex_; ///< Guards announced_; never held while a thread is joined.

@@ -232,7 +232,7 @@ def test_a_camera_that_ran_before_the_start_gives_no_old_frames(start_camera, op
 
 def test_a_restarted_camera_is_noticed_and_reopened(zel, interface, start_camera, open_by_serial,
                                                     messages):
-    camera = start_camera("G7", "bytes")
+    camera = start_camera("G7", "bytes", "events")
     device = open_by_serial("G7")
     stream = device.GetStreamByIndex(0)
     assert stream.AllocBufferQueue(6) and stream.StartAcquisition()
@@ -249,7 +249,9 @@ def test_a_restarted_camera_is_noticed_and_reopened(zel, interface, start_camera
     parameters = device.GetCameraParameters()
     assert parameters.GetIntegerValue("Width") == (False, None) and parameters.GetLastError() < 0
     assert interface.ReEnumerateDevices(1000) == (True, True)
+    start = time.monotonic()
     device.Release()
+    assert time.monotonic() - start < 1, "nobody waits for what is gone"
     start_camera("G7", "bytes")
     again = open_by_serial("G7")
     stream = again.GetStreamByIndex(0)
