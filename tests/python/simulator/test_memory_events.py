@@ -117,6 +117,7 @@ def test_no_event_of_100000_is_lost(device, camera):
 
 
 def test_exposure_end_comes_with_each_frame(device, camera, stream):
+    assert camera.SetIntegerValue("Width", 256) and camera.SetIntegerValue("Height", 128)
     enable(camera, "ExposureEnd")
     ended = []
     device.RegisterEvent(EXPOSURE_END, lambda data, size, key: ended.append(bytes(data)))
