@@ -96,6 +96,29 @@ def test_frames_parameters_pictures_and_settings(zel, start_camera, open_by_seri
     stream.Release()
 
 
+def test_the_camera_is_given_back_by_its_owner_alone(interface, start_camera, run_program):
+    """At the end of the process that opened it, not of a child that was forked."""
+    start_camera("GB")
+    run_program("""
+import os, sys, time
+import libZelCameraApiPy as zel
+interface = zel.PyZelSystem().GetInterfaceList()[0]
+while not interface.GetDeviceInfoList():
+    interface.ReEnumerateDevices(1000)
+device = zel.PyZelCreateDevice()
+child = os.fork()
+if child == 0:
+    sys.exit(0)
+assert os.waitpid(child, 0)[1] == 0
+time.sleep(1.5)  # the watch would have noticed
+assert device.GetCameraParameters().SetIntegerValue("Width", 100)
+raise SystemExit(3)
+""", code=3)
+    while not interface.GetDeviceInfoList():
+        interface.ReEnumerateDevices(1000)
+    assert interface.GetFirstDeviceInfo().GetAccessStatus() == 1
+
+
 TWO_CAMERAS = """
 import subprocess, sys
 sys.path.insert(0, sys.argv[2])
