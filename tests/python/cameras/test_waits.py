@@ -114,6 +114,7 @@ def test_many_waiters_get_each_frame_once(camera, waiting, messages):
 def test_interrupt_ends_a_wait(run_program, infos, timeout):
     result = run_program("""
 import os, signal, sys, threading, time
+signal.signal(signal.SIGINT, signal.default_int_handler)  # ignored where tests run in the background
 import libZelCameraApiPy as zel
 device = zel.PyZelCreateDevice()
 camera = device.GetCameraParameters()
