@@ -35,12 +35,20 @@ def mosaic_of(numpy, picture, bits):
     return samples.astype(numpy.uint8) if bits == 8 else samples << (bits - 8)
 
 
-def psnr(numpy, result, picture):
-    """Decibels of the interior and of the outer two pixels."""
-    squares = (result.astype(numpy.float64) - picture) ** 2
-    border = numpy.ones(picture.shape[:2], bool)
+def quality(numpy, demosaic, mosaic, picture):
+    """Decibels of the interior and of the outer two pixels of windows all over the picture, so that
+    both show the same. `demosaic` makes an 8-bit picture of a mosaic."""
+    height, width = 80, 96
+    border = numpy.ones((height, width), bool)
     border[2:-2, 2:-2] = False
-    return [10 * numpy.log10(255 ** 2 / squares[part].mean()) for part in (~border, border)]
+    errors = numpy.zeros((height, width, 3))
+    windows = [(slice(y, y + height), slice(x, x + width))
+               for y in range(0, min(picture.shape[0], 1200) - height, height)
+               for x in range(0, min(picture.shape[1], 1920) - width, width)]
+    for window in windows:
+        result = demosaic(numpy.ascontiguousarray(mosaic[window]))
+        errors += (result.astype(numpy.float64) - picture[window]) ** 2 / len(windows)
+    return [10 * numpy.log10(255 ** 2 / errors[part].mean()) for part in (~border, border)]
 
 
 def shift_then_bilinear(cv2, numpy, mosaic, bits):
@@ -68,17 +76,26 @@ def compare(table, component, cv2, numpy, picture, bits, threads):
     result = numpy.zeros(picture.shape, numpy.uint8)
     ours = component.operation(image_of(mosaic, BAYER_RG[bits]), image_of(result, RGB8))
     what = "demosaic %d bit %dx%d, %d thread%s" % (bits, width, height, threads, "s"[threads < 2:])
-    own = psnr(numpy, result, picture)
-    rivals = [("bilinear" if bits == 8 else "16-bit bilinear", bilinear(cv2, numpy, mosaic))]
+
+    def our_way(window):
+        picture_of_it = numpy.zeros(window.shape + (3,), numpy.uint8)
+        component.operation(image_of(window, BAYER_RG[bits]), image_of(picture_of_it, RGB8))
+        return picture_of_it
+
+    def eight_bits(result):
+        return result if result.dtype == numpy.uint8 else result >> (bits - 8)
+
+    own = quality(numpy, our_way, mosaic, picture)
+    rivals = [("bilinear" if bits == 8 else "16-bit bilinear",
+               lambda samples: bilinear(cv2, numpy, samples))]
     if bits != 8:
-        rivals.insert(0, ("shift, bilinear", shift_then_bilinear(cv2, numpy, mosaic, bits)))
-    for name, rival in rivals:
-        other = rival()
-        if other.dtype != numpy.uint8:
-            other = other >> (bits - 8)
-        theirs = psnr(numpy, other, picture)
+        rivals.insert(0, ("shift, bilinear",
+                          lambda samples: shift_then_bilinear(cv2, numpy, samples, bits)))
+    for name, rival_for in rivals:
+        theirs = quality(numpy, lambda window: eight_bits(rival_for(window)()), mosaic, picture)
         better = own[0] >= theirs[0] + 2 and own[1] >= theirs[1] + 2
-        quality = ", >= 2 dB (%.1f/%.1f to %.1f/%.1f)" % (*own, *theirs)
+        figures = ", >= 2 dB (%.1f/%.1f to %.1f/%.1f)" % (*own, *theirs)
+        rival = rival_for(mosaic)
         if threads > 1:
             target = 1.2
         elif bits == 8:
@@ -86,7 +103,7 @@ def compare(table, component, cv2, numpy, picture, bits, threads):
         else:
             target = 3.5 if name.startswith("16") else 1.5
         add_row(table, "%s, cv2 %s" % (what, name), paired(ours, rival, ROUNDS[width]), target,
-                better, quality)
+                better, figures)
 
 
 def run(table, build):

@@ -57,8 +57,8 @@ protected:
 
 TEST_F(Demosaicing, EqualsThePlainFiltersOnEveryInstructionSet)
 {
-    constexpr ZelSize kSmall[] = {{1, 1}, {1, 2}, {2, 1}, {2, 2}, {1, 7}, {7, 1},
-                                  {2, 9}, {9, 2}, {3, 3}, {5, 4}, {4, 5}};
+    constexpr ZelSize kSmall[] = {{1, 1}, {1, 2}, {2, 1}, {2, 2}, {1, 7},  {7, 1},  {2, 9},
+                                  {9, 2}, {3, 3}, {5, 4}, {4, 5}, {6, 65}, {5, 66}, {3, 67}};
     forEachTarget([&](const char* name) {
         SCOPED_TRACE(name);
         for (std::size_t order = 0; order < 4; ++order) {

@@ -1,5 +1,6 @@
 // How near a demosaiced scene comes to the scene.
 #include "reference.h"
+#include "scene.h"
 #include "zel_image/demosaicing.h"
 #include "zel_image/unpacker.h"
 
@@ -26,64 +27,9 @@ struct Delete {
     }
 };
 
-using Colour = std::array<double, 3>; // From 0 to 255.
-
-// Discs of all sizes and mostly greyish colours that lie over each other: the edges and the flat
-// parts that a photograph consists of. Four by four points make one pixel.
-class Scene
-{
-public:
-    Scene()
-    {
-        for (int disc = 0; disc < 1500; ++disc) {
-            const double radius = 14.0 / std::pow(uniform(0.02, 1.0), 0.8);
-            const double grey = uniform(40.0, 200.0);
-            const Colour colour{grey * uniform(0.8, 1.2), grey, grey * uniform(0.8, 1.2)};
-            paint(uniform(0.0, kColumns), uniform(0.0, kRows), radius, colour);
-        }
-        for (std::size_t i = 0; i < points_.size(); ++i) {
-            Colour& pixel = pixels_[i / kColumns / kFiner * kWidth + i % kColumns / kFiner];
-            for (std::size_t c = 0; c < 3; ++c) {
-                pixel[c] += points_[i][c] / (kFiner * kFiner);
-            }
-        }
-    }
-
-    const Colour& at(std::size_t x, std::size_t y) const { return pixels_[y * kWidth + x]; }
-
-private:
-    static constexpr std::size_t kFiner = 4;
-    static constexpr std::size_t kColumns = kWidth * kFiner;
-    static constexpr std::size_t kRows = kHeight * kFiner;
-
-    double uniform(double low, double high)
-    {
-        return low + (high - low) * static_cast<double>(random_()) / 4294967296.0;
-    }
-
-    void paint(double u, double v, double radius, const Colour& colour)
-    {
-        const auto first = [&](double centre) {
-            return static_cast<std::size_t>(std::max(0.0, std::ceil(centre - radius)));
-        };
-        for (std::size_t y = first(v); y < kRows && static_cast<double>(y) < v + radius; ++y) {
-            for (std::size_t x = first(u); x < kColumns && static_cast<double>(x) < u + radius;
-                 ++x) {
-                if (std::hypot(static_cast<double>(x) - u, static_cast<double>(y) - v) < radius) {
-                    points_[y * kColumns + x] = colour;
-                }
-            }
-        }
-    }
-
-    std::mt19937 random_{5};
-    std::vector<Colour> points_ = std::vector<Colour>(kColumns * kRows, Colour{90, 90, 90});
-    std::vector<Colour> pixels_ = std::vector<Colour>(kWidth * kHeight, Colour{});
-};
-
 const Colour& sceneAt(std::size_t x, std::size_t y)
 {
-    static const Scene scene;
+    static const Scene scene(kWidth, kHeight, 0.0);
     return scene.at(x, y);
 }
 

@@ -1,0 +1,141 @@
+// What the borders of pictures lose, with what the picture shows taken out of the comparison.
+#include "reference.h"
+#include "scene.h"
+#include "zel_image/demosaicing.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <memory>
+
+namespace
+{
+
+using namespace ImageTests;
+
+constexpr std::uint32_t kWidth = 480;
+constexpr std::uint32_t kHeight = 360;
+constexpr std::uint32_t kWindowWidth = 24;
+constexpr std::uint32_t kWindowHeight = 18;
+
+struct Delete {
+    void operator()(ZelBayer* bayer) const { ZelBayer_DeleteComponent(bayer); }
+};
+
+// Squared errors of many pixels.
+struct Error {
+    double sum = 0;
+    double samples = 0;
+
+    void add(const std::uint8_t* rgb, const Colour& wanted)
+    {
+        for (std::size_t i = 0; i < 3; ++i) {
+            sum += (rgb[i] - wanted[i]) * (rgb[i] - wanted[i]);
+            samples += 1;
+        }
+    }
+    double decibels() const { return 10.0 * std::log10(255.0 * 255.0 * samples / sum); }
+};
+
+// Of the outer two pixels of all windows, of the pixels that have all their neighbours in the
+// window, and of the former within the whole picture.
+struct Errors {
+    Error border;
+    Error interior;
+    Error borderWithNeighbours;
+};
+
+void fill(GuardedImage& mosaic, const Scene& scene, const std::string& order)
+{
+    const unsigned depth = mosaic.image.bitsPerComponent;
+    for (std::size_t y = 0; y < kHeight; ++y) {
+        for (std::size_t x = 0; x < kWidth; ++x) {
+            const std::size_t component = std::string("RGB").find(order[y % 2 * 2 + x % 2]);
+            const double value = scene.at(x, y)[component] * (1U << (depth - 8));
+            const auto sample = static_cast<unsigned>(std::lround(value));
+            if (depth == 8) {
+                mosaic.row(y)[x] = static_cast<std::uint8_t>(sample);
+            } else {
+                mosaic.setWord(x, y, sample);
+            }
+        }
+    }
+}
+
+class DemosaicingBorder : public testing::Test
+{
+protected:
+    Errors compare(const Scene& scene, const GuardedImage& mosaic)
+    {
+        Errors errors;
+        GuardedImage whole(ZelPixel::kRGB8, kWidth, kHeight);
+        convert(mosaic.image, whole);
+        for (std::size_t y = kWindowHeight; y + 2 * kWindowHeight <= kHeight; y += kWindowHeight) {
+            for (std::size_t x = kWindowWidth; x + 2 * kWindowWidth <= kWidth; x += kWindowWidth) {
+                ZelImage window = mosaic.image;
+                const std::size_t offset = y * window.stride + x * (window.storedBits / 8);
+                window.size = ZelSize{kWindowWidth, kWindowHeight};
+                window.data = static_cast<std::uint8_t*>(window.data) + offset;
+                window.dataSize -= offset;
+                GuardedImage part(ZelPixel::kRGB8, kWindowWidth, kWindowHeight);
+                convert(window, part);
+                add(errors, scene, x, y, part, whole);
+            }
+        }
+        return errors;
+    }
+
+    static constexpr double kTexture = 25.0;
+    // In dB, of the outer two pixels; mere reflection loses 2.1.
+    static constexpr double kMostLost = 1.8;
+
+private:
+    void convert(const ZelImage& source, GuardedImage& target)
+    {
+        ASSERT_EQ(ZelBayer_ConvertImage(bayer_.get(), &source, &target.image), ZelErr::kOk);
+    }
+
+    static void add(Errors& errors, const Scene& scene, std::size_t left, std::size_t top,
+                    const GuardedImage& part, const GuardedImage& whole)
+    {
+        for (std::size_t y = 0; y < kWindowHeight; ++y) {
+            for (std::size_t x = 0; x < kWindowWidth; ++x) {
+                const std::size_t edge =
+                    std::min({x, y, kWindowWidth - 1 - x, kWindowHeight - 1 - y});
+                const Colour& wanted = scene.at(left + x, top + y);
+                const std::uint8_t* const pixel = part.row(y) + 3 * x;
+                if (edge < 2) {
+                    errors.border.add(pixel, wanted);
+                    errors.borderWithNeighbours.add(whole.row(top + y) + 3 * (left + x), wanted);
+                } else {
+                    errors.interior.add(pixel, wanted);
+                }
+            }
+        }
+    }
+
+    std::unique_ptr<ZelBayer, Delete> bayer_{ZelBayer_CreateComponent()};
+};
+
+TEST_F(DemosaicingBorder, LosesLittleAgainstTheSamePixelsWithAllNeighbours)
+{
+    const Scene scenes[] = {{kWidth, kHeight, 0.0}, {kWidth, kHeight, kTexture}};
+    for (const Scene& scene : scenes) {
+        for (std::size_t order = 0; order < 4; ++order) {
+            for (const unsigned depth : {8U, 10U, 12U}) {
+                GuardedImage mosaic(bayerType(order, depth), kWidth, kHeight);
+                fill(mosaic, scene, kOrders[order]);
+                const Errors errors = compare(scene, mosaic);
+                const double border = errors.border.decibels();
+                SCOPED_TRACE(testing::Message() << kOrders[order] << depth << ": " << border);
+                // The windows are many enough for their borders to show what their middles show.
+                EXPECT_NEAR(errors.borderWithNeighbours.decibels(), errors.interior.decibels(),
+                            0.3);
+                EXPECT_GT(border, errors.borderWithNeighbours.decibels() - kMostLost);
+            }
+        }
+    }
+}
+
+} // namespace
