@@ -117,7 +117,9 @@ def test_no_event_of_100000_is_lost(device, camera):
 
 
 def test_exposure_end_comes_with_each_frame(device, camera, stream):
+    # Slow enough for every frame to be delivered, however slow the machine is.
     assert camera.SetIntegerValue("Width", 256) and camera.SetIntegerValue("Height", 128)
+    assert camera.SetFloatValue("AcquisitionFrameRate", 10.0)
     enable(camera, "ExposureEnd")
     ended = []
     device.RegisterEvent(EXPOSURE_END, lambda data, size, key: ended.append(bytes(data)))
