@@ -14,10 +14,10 @@ namespace
 
 using namespace ImageTests;
 
-constexpr std::uint32_t kWidth = 480;
-constexpr std::uint32_t kHeight = 360;
-constexpr std::uint32_t kWindowWidth = 24;
-constexpr std::uint32_t kWindowHeight = 18;
+constexpr std::size_t kWidth = 480;
+constexpr std::size_t kHeight = 360;
+constexpr std::size_t kWindowWidth = 24;
+constexpr std::size_t kWindowHeight = 18;
 
 struct Delete {
     void operator()(ZelBayer* bayer) const { ZelBayer_DeleteComponent(bayer); }
@@ -48,11 +48,11 @@ struct Errors {
 
 void fill(GuardedImage& mosaic, const Scene& scene, const std::string& order)
 {
-    const unsigned depth = mosaic.image.bitsPerComponent;
+    const int depth = static_cast<int>(mosaic.image.bitsPerComponent);
     for (std::size_t y = 0; y < kHeight; ++y) {
         for (std::size_t x = 0; x < kWidth; ++x) {
             const std::size_t component = std::string("RGB").find(order[y % 2 * 2 + x % 2]);
-            const double value = scene.at(x, y)[component] * (1U << (depth - 8));
+            const double value = std::ldexp(scene.at(x, y)[component], depth - 8);
             const auto sample = static_cast<unsigned>(std::lround(value));
             if (depth == 8) {
                 mosaic.row(y)[x] = static_cast<std::uint8_t>(sample);
