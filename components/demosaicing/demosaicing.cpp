@@ -60,19 +60,14 @@ public:
         const std::size_t column = lineColumn(task_.target);
         BandScratch& scratch = scratches_[slot];
         MosaicRows rows(task_.source, task_.format, column, scratch);
-        // From three rows above: so far in a row beyond the lower border reaches.
-        const auto first = static_cast<std::ptrdiff_t>(begin);
-        for (std::ptrdiff_t y = std::max<std::ptrdiff_t>(first - 3, 0); y < first + 2; ++y) {
+        for (auto y = static_cast<std::ptrdiff_t>(begin) - 2;
+             y < static_cast<std::ptrdiff_t>(begin) + 2; ++y) {
             rows.load(y);
         }
         for (std::size_t y = begin; y < end; y += 2) {
             const auto top = static_cast<std::ptrdiff_t>(y);
             rows.load(top + 2);
             rows.load(top + 3);
-            if (top == 0) {
-                rows.load(-1);
-                rows.load(-2);
-            }
             std::uint8_t* const second =
                 y + 1 < end ? task_.target.row(y + 1) : scratch.spareTarget();
             std::array<const std::uint8_t*, 2> upcoming{};

@@ -23,19 +23,6 @@ std::size_t reflected(std::ptrdiff_t position, std::size_t count)
     return static_cast<std::size_t>(std::min(remainder, period - remainder));
 }
 
-constexpr std::size_t kLeastToExtrapolate = 4;
-
-// Samples one and two steps outside, from those from the border inwards.
-std::int16_t oneOutside(int s0, int s1, int s2, int largest)
-{
-    return static_cast<std::int16_t>(std::clamp(s1 + ((s0 - s2 + 1) >> 1), 0, largest));
-}
-
-std::int16_t twoOutside(int s0, int s1, int s3, int largest)
-{
-    return static_cast<std::int16_t>(std::clamp(s0 + ((3 * (s1 - s3) + 2) >> 2), 0, largest));
-}
-
 } // namespace
 
 bool BandScratch::reserve(std::size_t width)
@@ -78,63 +65,17 @@ MosaicRows::MosaicRows(const SourcePlane& mosaic, const SampleFormat& format, st
 
 void MosaicRows::load(std::ptrdiff_t y)
 {
-    const bool isInside = y >= 0 && y < static_cast<std::ptrdiff_t>(mosaic_.height);
-    if (isInside || mosaic_.height < kLeastToExtrapolate) {
-        splitRow(source(y), mosaic_.width, format_, aligned_, scratch_.halfRow(slot(y), 0),
-                 scratch_.halfRow(slot(y), 1));
-    } else {
-        extrapolateRow(y);
-    }
-    extendSideways(y);
-}
-
-void MosaicRows::extrapolateRow(std::ptrdiff_t y)
-{
-    const auto height = static_cast<std::ptrdiff_t>(mosaic_.height);
-    const std::ptrdiff_t border = y < 0 ? 0 : height - 1;
-    const std::ptrdiff_t inwards = y < 0 ? 1 : -1;
-    const std::ptrdiff_t steps = (border - y) * inwards;
-    const std::size_t count = (mosaic_.width + 1) / 2;
-    const int largest = format_.largest();
-    for (std::size_t parity = 0; parity < 2 && steps <= 2; ++parity) {
-        const auto half = [&](std::ptrdiff_t step) {
-            return scratch_.halfRow(slot(border + step * inwards), parity);
-        };
-        const std::int16_t* const s0 = half(0);
-        const std::int16_t* const s1 = half(1);
-        const std::int16_t* const across = half(steps == 1 ? 2 : 3);
-        std::int16_t* const made = scratch_.halfRow(slot(y), parity);
-        for (std::size_t i = 0; i < count; ++i) {
-            made[i] = steps == 1 ? oneOutside(s0[i], s1[i], across[i], largest)
-                                 : twoOutside(s0[i], s1[i], across[i], largest);
-        }
-    }
-}
-
-void MosaicRows::extendSideways(std::ptrdiff_t y)
-{
     std::int16_t* const even = scratch_.halfRow(slot(y), 0);
     std::int16_t* const odd = scratch_.halfRow(slot(y), 1);
+    splitRow(source(y), mosaic_.width, format_, aligned_, even, odd);
+
     const auto entry = [&](std::ptrdiff_t column) -> std::int16_t& {
         return column % 2 == 0 ? even[column / 2] : odd[(column - 1) / 2];
     };
     const auto width = static_cast<std::ptrdiff_t>(mosaic_.width);
-    if (mosaic_.width < kLeastToExtrapolate) {
-        for (const std::ptrdiff_t column :
-             {std::ptrdiff_t{-2}, std::ptrdiff_t{-1}, width, width + 1}) {
-            entry(column) = entry(static_cast<std::ptrdiff_t>(reflected(column, mosaic_.width)));
-        }
-        return;
+    for (const std::ptrdiff_t column : {std::ptrdiff_t{-2}, std::ptrdiff_t{-1}, width, width + 1}) {
+        entry(column) = entry(static_cast<std::ptrdiff_t>(reflected(column, mosaic_.width)));
     }
-    const int largest = format_.largest();
-    const auto extend = [&](std::ptrdiff_t border, std::ptrdiff_t inwards) {
-        const int s0 = entry(border);
-        const int s1 = entry(border + inwards);
-        entry(border - inwards) = oneOutside(s0, s1, entry(border + 2 * inwards), largest);
-        entry(border - 2 * inwards) = twoOutside(s0, s1, entry(border + 3 * inwards), largest);
-    };
-    extend(0, 1);
-    extend(width - 1, -1);
 }
 
 SplitRow MosaicRows::row(std::ptrdiff_t y) const

@@ -43,16 +43,9 @@ private:
 };
 
 /// A window of six rows that moves down a mosaic. Beyond its borders the mosaic is reflected about
-/// the outermost samples (row -1 is row 1), which keeps the positions of the colours, and goes on
-/// as it went at the border: with s0, s1, ... the samples from the border inwards,
-///   one step outside     s1 + 1/2 (s0 - s2)
-///   two steps outside    s0 + 3/4 (s1 - s3)
-/// rounded, halves up, and limited to what samples can be; rows first, then columns. Against mere
-/// reflection that takes a third off the squared error of the outer pixels of soft pictures and a
-/// little off that of sharp ones (steeper slopes: more and nothing). A mosaic of less than four
-/// samples in a direction is only reflected in that direction. One sample is repeated: such a
-/// mosaic lacks a colour or two, and the colours that it has stand in for them, so that grey stays
-/// grey.
+/// the outermost samples (row -1 is row 1), which keeps the positions of the colours. A mosaic one
+/// sample wide or high is repeated instead: it lacks a colour or two, and the colours that it has
+/// stand in for them, so that grey stays grey.
 class MosaicRows
 {
 public:
@@ -61,9 +54,7 @@ public:
     MosaicRows(const SourcePlane& mosaic, const SampleFormat& format, std::size_t aligned,
                BandScratch& scratch);
 
-    /// Brings row y into the window, in place of row y - 6. One or two rows beyond the borders it
-    /// is made from the outermost four rows, which must be in the window; further out it is not
-    /// made.
+    /// Brings row y (which may lie beyond the borders) into the window, in place of row y - 6.
     void load(std::ptrdiff_t y);
     /// A row among the last six loaded.
     SplitRow row(std::ptrdiff_t y) const;
@@ -73,8 +64,6 @@ public:
 private:
     static constexpr std::ptrdiff_t kRows = 6;
     static std::size_t slot(std::ptrdiff_t y);
-    void extrapolateRow(std::ptrdiff_t y);
-    void extendSideways(std::ptrdiff_t y);
 
     const SourcePlane& mosaic_;
     SampleFormat format_;

@@ -11,9 +11,6 @@ namespace ZelComponents
 struct SampleFormat {
     std::size_t bytes; ///< 1, or 2 for little-endian words.
     unsigned excess;   ///< Low bits of a word to be rounded away (0 to 6).
-
-    /// Of the samples of a SplitRow.
-    int largest() const { return bytes == 1 ? 255 : 1023; }
 };
 
 /// Splits `width` samples, which need no alignment. Words are limited to 10 bits. `aligned` is an

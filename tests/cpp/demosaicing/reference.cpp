@@ -1,6 +1,5 @@
 #include "reference.h"
 
-#include <cmath>
 #include <utility>
 
 namespace ImageTests
@@ -47,17 +46,6 @@ std::size_t reflect(std::ptrdiff_t i, std::size_t count)
     return static_cast<std::size_t>(last > 0 ? i : 0);
 }
 
-// Beyond the border the samples go on as they went at it.
-void extend(int* border, std::ptrdiff_t inwards, int largest)
-{
-    const auto rounded = [&](double value) {
-        return std::clamp(static_cast<int>(std::floor(value + 0.5)), 0, largest);
-    };
-    const int one = rounded(border[inwards] + 0.5 * (border[0] - border[2 * inwards]));
-    border[-2 * inwards] = rounded(border[0] + 0.75 * (border[inwards] - border[3 * inwards]));
-    border[-inwards] = one;
-}
-
 } // namespace
 
 ZelPixelType bayerType(std::size_t order, unsigned depth)
@@ -86,16 +74,6 @@ Reference::Reference(const GuardedImage& mosaic, std::string order)
                                1023);
             samples_.push_back(sample);
         }
-    }
-    const int largest = depth == 8 ? 255 : 1023;
-    const auto stride = static_cast<std::ptrdiff_t>(stride_);
-    for (std::size_t x = 0; size.height >= 4 && x < stride_; ++x) {
-        extend(&samples_[2 * stride_ + x], stride, largest);
-        extend(&samples_[(size.height + 1U) * stride_ + x], -stride, largest);
-    }
-    for (std::size_t y = 0; size.width >= 4 && y < size.height + 4U; ++y) {
-        extend(&samples_[y * stride_ + 2], 1, largest);
-        extend(&samples_[y * stride_ + size.width + 1], -1, largest);
     }
 }
 

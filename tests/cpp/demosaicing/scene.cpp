@@ -15,7 +15,7 @@ constexpr std::size_t kCoarsest = 128;
 
 } // namespace
 
-Scene::Scene(std::size_t width, std::size_t height, double texture)
+Scene::Scene(std::size_t width, std::size_t height, double texture, double grain)
     : width_(width), height_(height), points_(kFiner * width * kFiner * height, {90, 90, 90}),
       pixels_(width * height)
 {
@@ -38,10 +38,10 @@ Scene::Scene(std::size_t width, std::size_t height, double texture)
         addTexture({texture, texture, texture}, 2);
         addTexture({texture / 3, 0, 0}, 8);
         addTexture({0, 0, texture / 3}, 8);
-        for (Colour& pixel : pixels_) {
-            for (double& component : pixel) {
-                component = std::clamp(component, 0.0, 255.0);
-            }
+    }
+    for (Colour& pixel : pixels_) {
+        for (double& component : pixel) {
+            component = std::clamp(component + uniform(-grain, grain), 0.0, 255.0);
         }
     }
 }

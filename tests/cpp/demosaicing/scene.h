@@ -17,8 +17,9 @@ using Colour = std::array<double, 3>; // From 0 to 255.
 class Scene
 {
 public:
-    /// `texture` is the standard deviation of what lies upon the discs; 0 for none.
-    Scene(std::size_t width, std::size_t height, double texture);
+    /// `texture` is the amplitude of what lies upon the discs, `grain` that of what every pixel of
+    /// every colour has for itself, as sensors give it; 0 for none.
+    Scene(std::size_t width, std::size_t height, double texture, double grain = 0.0);
 
     const Colour& at(std::size_t x, std::size_t y) const { return pixels_[y * width_ + x]; }
 
