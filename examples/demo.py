@@ -72,8 +72,7 @@ def grab(device, frames, folder, movie):
     for index in range(frames):
         buffer = stream.GetBuffer(3000)
         if buffer is None:
-            print("    frame %d did not arrive: %s" % (
-                index, zel.ErrorCodeToString(stream.GetLastError())))
+            print("    frame %d did not arrive: code %d" % (index, stream.GetLastError()))
             good = False
             break
         ids.append(buffer.GetFrameID())

@@ -13,7 +13,7 @@ stream.AllocBufferQueue(4)
 stream.StartAcquisition()
 buffer = stream.GetBuffer(2000)
 if buffer is None:
-    sys.exit("no frame: " + zel.ErrorCodeToString(stream.GetLastError()))
+    sys.exit("no frame within two seconds: code %d" % stream.GetLastError())
 print("frame %d: %d x %d" % (buffer.GetFrameID(), buffer.GetWidth(), buffer.GetHeight()))
 saved = zel.PySaveImage(buffer, sys.argv[1] if len(sys.argv) > 1 else "first_frame.png")
 

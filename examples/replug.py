@@ -53,7 +53,8 @@ def main():
         else:
             print("unplug %s now" % device.GetDisplayName())
     frames, code = grab(device, 30.0, unplug)
-    print("%d frames, then code %d: %s" % (frames, code, zel.ErrorCodeToString(code)))
+    reason = "time-out" if code == -1011 else zel.ErrorCodeToString(code)
+    print("%d frames, then code %d: %s" % (frames, code, reason))
     device.Release()
 
     start = time.monotonic()
