@@ -67,6 +67,15 @@ template <PackedDepth kDepth> HWY_INLINE WordVector unpackVector(const std::uint
     }
 }
 
+// Pixels up to where vectors begin at multiples of their size; 0 where they cannot with whole
+// triples in front.
+HWY_INLINE std::size_t pixelsUntilAligned(const std::uint8_t* target)
+{
+    const std::size_t size = hn::Lanes(Bytes());
+    const auto beyond = static_cast<std::size_t>(reinterpret_cast<std::uintptr_t>(target) % size);
+    return beyond % 4 == 0 ? (size - beyond) % size / 2 : 0;
+}
+
 // Unpacks as many whole vectors as the source holds; returns the pixels done.
 template <PackedDepth kDepth>
 std::size_t unpackVectors(const std::uint8_t* source, std::size_t pixels, std::uint8_t* target)
@@ -75,14 +84,26 @@ std::size_t unpackVectors(const std::uint8_t* source, std::size_t pixels, std::u
     const std::size_t step = hn::Lanes(words);
     const std::size_t packedStep = step / kPixelsPerBlock * kPackedBytesPerBlock;
     const std::size_t sourceBytes = (pixels * 3 + 1) / 2;
-    std::size_t done = 0;
-    std::size_t offset = 0;
     // A load reads a third more than it uses.
-    while (offset + hn::Lanes(Bytes()) <= sourceBytes) {
+    const std::size_t loaded = hn::Lanes(Bytes());
+    if (sourceBytes < loaded) {
+        return 0;
+    }
+    const auto unpackAt = [&](std::size_t pixel, std::size_t offset) {
         const WordVector pixelWords = unpackVector<kDepth>(source + offset);
-        hn::StoreU(hn::BitCast(Bytes(), pixelWords), Bytes(), target + 2 * done);
+        hn::StoreU(hn::BitCast(Bytes(), pixelWords), Bytes(), target + 2 * pixel);
+    };
+    // Stores across cache lines cost: the first vector overlaps the second, and the others are
+    // aligned.
+    unpackAt(0, 0);
+    std::size_t done = pixelsUntilAligned(target);
+    if (done == 0) {
+        done = step;
+    }
+    std::size_t offset = done / 2 * 3;
+    for (; offset + loaded <= sourceBytes; offset += packedStep) {
+        unpackAt(done, offset);
         done += step;
-        offset += packedStep;
     }
     return done;
 }
