@@ -15,8 +15,6 @@ namespace
 
 using features::FeatureValue;
 
-// Frames wait here while the script is busy; asked for before the first packet comes.
-constexpr std::int64_t kSocketBuffer = 16 << 20;
 // The receiver's count of what found no free buffer.
 constexpr const char* kShortages = "n_underruns";
 
@@ -39,7 +37,7 @@ std::uint64_t imageBytes(const core::FrameInfo& info)
 VisionStream::VisionStream(ArvDevice* device, core::StreamSink* sink, std::function<bool()> isLost,
                            std::function<void()> closed)
     : device_(device), sink_(sink), isLost_(std::move(isLost)), closed_(std::move(closed)),
-      socketBuffer_(kSocketBuffer), features_("VisionStream", "Data stream")
+      features_("VisionStream", "Data stream")
 {
     declareFeatures();
 }
@@ -53,51 +51,7 @@ VisionStream::~VisionStream()
 void VisionStream::declareFeatures()
 {
     features::FeatureTable& table = features_.table();
-    const auto flag = [this](std::atomic<bool>* option) {
-        return [this, option](std::size_t, const FeatureValue& value) {
-            *option = std::get<std::int64_t>(value) != 0;
-            optionsChanged_ = true;
-            return std::int32_t{0};
-        };
-    };
-    const auto number = [this](std::atomic<std::int64_t>* option) {
-        return [this, option](std::size_t, const FeatureValue& value) {
-            *option = std::get<std::int64_t>(value);
-            optionsChanged_ = true;
-            return std::int32_t{0};
-        };
-    };
-    table.category("StreamReceiver", "How frames are received; takes effect at the next start.");
-    if (ARV_IS_GV_DEVICE(device_)) {
-        table.boolean("StreamPacketResend", "Missing packets are asked for again.")
-            .value(std::int64_t{1})
-            .onWrite(flag(&packetResend_));
-        table
-            .boolean("StreamPacketSocket",
-                     "Packets are taken in front of the network stack where that is permitted: "
-                     "nothing is lost at high rates, but a start takes longer.")
-            .expert()
-            .value(std::int64_t{1})
-            .onWrite(flag(&packetSocket_));
-        table.integer("StreamSocketBufferSize", "Receive buffer asked from the system.")
-            .unit("B")
-            .expert()
-            .range(std::int64_t{65536}, std::int64_t{1} << 30)
-            .value(kSocketBuffer)
-            .onWrite(number(&socketBuffer_));
-        table.integer("StreamPacketTimeout", "Time after which a missing packet is asked for.")
-            .unit("us")
-            .expert()
-            .range(std::int64_t{0}, std::int64_t{10000000})
-            .value(packetTimeoutUs_.load())
-            .onWrite(number(&packetTimeoutUs_));
-        table.integer("StreamFrameRetention", "Time after which a frame is given up.")
-            .unit("us")
-            .expert()
-            .range(std::int64_t{0}, std::int64_t{10000000})
-            .value(frameRetentionUs_.load())
-            .onWrite(number(&frameRetentionUs_));
-    }
+    options_.declare(table, ARV_IS_GV_DEVICE(device_));
     declareCounters();
     table.finish();
 }
@@ -222,9 +176,10 @@ void VisionStream::haltThread(bool discardBuffers)
 ZelCamErr VisionStream::createReceiver()
 {
     if (ARV_IS_GV_DEVICE(device_)) {
-        arv_gv_device_set_stream_options(
-            ARV_GV_DEVICE(device_), packetSocket_ ? ARV_GV_STREAM_OPTION_NONE
-                                                  : ARV_GV_STREAM_OPTION_PACKET_SOCKET_DISABLED);
+        arv_gv_device_set_stream_options(ARV_GV_DEVICE(device_),
+                                         options_.packetSocket
+                                             ? ARV_GV_STREAM_OPTION_NONE
+                                             : ARV_GV_STREAM_OPTION_PACKET_SOCKET_DISABLED);
     }
     ArvError error;
     ArvPtr<ArvStream> receiver(arv_device_create_stream(device_, nullptr, nullptr, error.out()));
@@ -234,18 +189,18 @@ ZelCamErr VisionStream::createReceiver()
     }
     if (ARV_IS_GV_STREAM(receiver.get())) {
         g_object_set(receiver.get(), "packet-resend",
-                     packetResend_ ? ARV_GV_STREAM_PACKET_RESEND_ALWAYS
-                                   : ARV_GV_STREAM_PACKET_RESEND_NEVER,
-                     "packet-timeout", static_cast<guint>(packetTimeoutUs_.load()),
-                     "frame-retention", static_cast<guint>(frameRetentionUs_.load()),
+                     options_.packetResend ? ARV_GV_STREAM_PACKET_RESEND_ALWAYS
+                                           : ARV_GV_STREAM_PACKET_RESEND_NEVER,
+                     "packet-timeout", static_cast<guint>(options_.packetTimeoutUs.load()),
+                     "frame-retention", static_cast<guint>(options_.frameRetentionUs.load()),
                      "socket-buffer", ARV_GV_STREAM_SOCKET_BUFFER_FIXED, "socket-buffer-size",
-                     static_cast<gint>(socketBuffer_.load()), nullptr);
+                     static_cast<gint>(options_.socketBuffer.load()), nullptr);
         enlargeReceiveBuffer(arv_gv_stream_get_port(ARV_GV_STREAM(receiver.get())),
-                             static_cast<int>(socketBuffer_.load()));
+                             static_cast<int>(options_.socketBuffer.load()));
     }
     g_signal_connect(receiver.get(), "new-buffer", G_CALLBACK(onNewBuffer), this);
     arv_stream_set_emit_signals(receiver.get(), TRUE);
-    optionsChanged_ = false;
+    options_.changed = false;
     threadRuns_ = true;
     const std::lock_guard<std::mutex> lock(receiverMutex_);
     receiver_ = std::move(receiver);
@@ -301,7 +256,7 @@ ZelCamErr VisionStream::start(std::uint64_t frames)
     ids_.reset();
     underruns_ = 0;
     lost_ = 0;
-    if (receiver_ != nullptr && optionsChanged_) {
+    if (receiver_ != nullptr && options_.changed) {
         dropReceiver();
     }
     if (receiver_ == nullptr) {

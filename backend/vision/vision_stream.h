@@ -4,6 +4,7 @@
 #include "core/transport.h"
 #include "vision/arv_ptr.h"
 #include "vision/frame_ids.h"
+#include "vision/receiver_options.h"
 #include "vision/table_source.h"
 
 #include <atomic>
@@ -84,14 +85,7 @@ private:
     /// The receiver's own count at the last frame. It counts packets without a frame.
     std::atomic<std::uint64_t> shortagesSeen_{0};
 
-    // Options; a change takes effect at the next start.
-    std::atomic<bool> packetResend_{true};
-    std::atomic<bool> packetSocket_{true};
-    std::atomic<std::int64_t> socketBuffer_;
-    std::atomic<std::int64_t> packetTimeoutUs_{20000};
-    std::atomic<std::int64_t> frameRetentionUs_{100000};
-    std::atomic<bool> optionsChanged_{false};
-
+    ReceiverOptions options_;
     TableSource features_;
 };
 
