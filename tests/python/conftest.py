@@ -1,10 +1,14 @@
 """What all Python tests share: the watched standard streams and programs in their own process."""
 
 import os
+import signal
 import subprocess
 import sys
 
 import pytest
+
+# Where the tests run in the background, Ctrl-C is ignored; the programs they start would inherit that.
+signal.signal(signal.SIGINT, signal.default_int_handler)
 
 
 def pytest_configure(config):
