@@ -18,12 +18,14 @@ public:
     }
     std::uint64_t last() const { return last_; }
 
-    /// The id of the next frame; `raw` 0 means that the frame did not tell: the one after the last.
+    /// The id of the next frame; `raw` 0 means that the frame did not tell: the one after the last,
+    /// or 0 as long as no frame has told.
     std::uint64_t extend(std::uint64_t raw)
     {
         wide_ = wide_ || raw > kTurn;
         if (raw == 0) {
-            return ++last_;
+            // A guess to begin with would make the ids that follow look late.
+            return last_ == 0 ? 0 : ++last_;
         }
         if (wide_ || last_ == 0) {
             return last_ = raw;

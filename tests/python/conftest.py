@@ -57,3 +57,32 @@ def run_program(tmp_path):
         return result
 
     return run
+
+
+# What follows is for suites that have open_device(), which gives devices back after the test.
+
+@pytest.fixture
+def device(open_device):
+    """The default camera, with its default settings."""
+    return open_device()
+
+
+@pytest.fixture
+def camera(device):
+    return device.GetCameraParameters()
+
+
+@pytest.fixture
+def stream(device):
+    """A stream with eight buffers, not started."""
+    stream = device.GetStreamByIndex(0)
+    assert stream.AllocBufferQueue(8)
+    yield stream
+    stream.StopAcquisition(0)
+    stream.Release()
+
+
+@pytest.fixture
+def running(stream):
+    assert stream.StartAcquisition()
+    return stream

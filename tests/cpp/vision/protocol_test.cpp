@@ -74,6 +74,10 @@ TEST(FrameIds, GoOnBeyondSixteenBits)
     EXPECT_EQ(ids.extend(65535), 65535U);
     EXPECT_EQ(ids.extend(65536), 65536U); // a device with wide ids
     EXPECT_EQ(ids.extend(1U << 30U), 1U << 30U);
+    ids.reset();
+    EXPECT_EQ(ids.extend(0), 0U); // the first one did not tell either
+    EXPECT_EQ(ids.extend(65415), 65415U);
+    EXPECT_EQ(ids.extend(65416), 65416U);
 }
 
 TEST(ChunkTrailer, FindsChunksFromTheEnd)

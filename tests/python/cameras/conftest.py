@@ -132,33 +132,6 @@ def open_device(zel, infos):
 
 
 @pytest.fixture
-def device(open_device):
-    """The default camera, with its default settings."""
-    return open_device()
-
-
-@pytest.fixture
-def camera(device):
-    return device.GetCameraParameters()
-
-
-@pytest.fixture
-def stream(device):
-    """A stream with eight buffers, not started."""
-    stream = device.GetStreamByIndex(0)
-    assert stream.AllocBufferQueue(8)
-    yield stream
-    stream.StopAcquisition(0)
-    stream.Release()
-
-
-@pytest.fixture
-def running(stream):
-    assert stream.StartAcquisition()
-    return stream
-
-
-@pytest.fixture
 def every_camera(zel, infos):
     """Walks over all cameras, open one after the other."""
     def walk():

@@ -54,30 +54,3 @@ def open_device(zel):
     yield open_one
     for device in opened:
         device.Release()
-
-
-@pytest.fixture
-def device(open_device):
-    """The default camera, with its default settings."""
-    return open_device()
-
-
-@pytest.fixture
-def camera(device):
-    return device.GetCameraParameters()
-
-
-@pytest.fixture
-def stream(device):
-    """A stream with eight buffers, not started."""
-    stream = device.GetStreamByIndex(0)
-    assert stream.AllocBufferQueue(8)
-    yield stream
-    stream.StopAcquisition(0)
-    stream.Release()
-
-
-@pytest.fixture
-def running(stream):
-    assert stream.StartAcquisition()
-    return stream
