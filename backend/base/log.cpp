@@ -29,10 +29,8 @@ struct Name {
 };
 
 constexpr Name kNames[] = {
-    {LogChannel::Backend, "backend"},
-    {LogChannel::GenTL, "gentl"},
-    {LogChannel::GenApi, "genapi"},
-    {LogChannel::Vision, "vision"},
+    {LogChannel::Backend, "backend"}, {LogChannel::GenTL, "gentl"}, {LogChannel::GenApi, "genapi"},
+    {LogChannel::Vision, "vision"},   {LogChannel::Gige, "gige"},   {LogChannel::Usb3, "usb3"},
 };
 
 // Never destroyed: threads may log while the process exits.

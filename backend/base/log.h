@@ -16,6 +16,8 @@ enum class LogChannel : std::uint32_t {
     GenTL = 2,
     GenApi = 4,
     Vision = 8,
+    Gige = 16,
+    Usb3 = 32,
 };
 
 namespace detail

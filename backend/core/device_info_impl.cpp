@@ -1,10 +1,10 @@
 // ZelCam::DeviceInfo over a device that an interface found.
 #include "core/device_info_impl.h"
 
+#include "base/ipv4.h"
 #include "base/text.h"
 #include "core/guard.h"
 #include "core/interface_impl.h"
-#include "core/ipv4.h"
 
 namespace core
 {
@@ -80,8 +80,9 @@ ZelCamErr DeviceInfoImpl::ForceIP(const char* address, const char* mask, const c
 {
     return guarded([&] {
         IpSettings settings;
-        if (!parseIpv4(address, &settings.address) || !parseIpv4(mask, &settings.mask) ||
-            !parseIpv4(gateway, &settings.gateway)) {
+        if (!base::parseIpv4(address, &settings.address) ||
+            !base::parseIpv4(mask, &settings.mask) ||
+            !base::parseIpv4(gateway, &settings.gateway)) {
             return ZelErr::kInvalidArgument;
         }
         if (device_.isOpen()) {
@@ -108,9 +109,9 @@ ZelCamErr DeviceInfoImpl::askIp(IpSettings* settings)
 {
     const ZelCamErr code = interface_.ipSettings(id_, settings);
     if (code == ZelErr::kOk) {
-        ipTexts_[kAddress] = base::intern(formatIpv4(settings->address));
-        ipTexts_[kMask] = base::intern(formatIpv4(settings->mask));
-        ipTexts_[kGateway] = base::intern(formatIpv4(settings->gateway));
+        ipTexts_[kAddress] = base::intern(base::formatIpv4(settings->address));
+        ipTexts_[kMask] = base::intern(base::formatIpv4(settings->mask));
+        ipTexts_[kGateway] = base::intern(base::formatIpv4(settings->gateway));
     }
     return code;
 }

@@ -1,7 +1,7 @@
 // Values and ranges of a feature.
 #include "features/feature.h"
 
-#include "gentl/gentl_abi.h"
+#include "gentl_abi/gentl_abi.h"
 
 #include <algorithm>
 #include <cmath>

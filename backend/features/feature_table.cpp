@@ -2,7 +2,7 @@
 #include "features/feature_table.h"
 
 #include "features/feature_xml.h"
-#include "gentl/gentl_abi.h"
+#include "gentl_abi/gentl_abi.h"
 
 #include <algorithm>
 #include <array>

@@ -1,7 +1,7 @@
 // The functions of a GenTL producer as a table: filled from a loaded library, or by the simulator.
 #pragma once
 
-#include "gentl/gentl_abi.h"
+#include "gentl_abi/gentl_abi.h"
 
 namespace gentl
 {

@@ -1,7 +1,7 @@
 // Reading the answers of a producer's information functions, which are optional and often odd.
 #pragma once
 
-#include "gentl/gentl_abi.h"
+#include "gentl_abi/gentl_abi.h"
 
 #include <cstdint>
 #include <functional>

@@ -1,7 +1,7 @@
 // Run, trigger, exposure and time plan of a simulated camera.
 #include "simulator/acquisition_section.h"
 
-#include "gentl/gentl_abi.h"
+#include "gentl_abi/gentl_abi.h"
 
 #include <algorithm>
 #include <limits>

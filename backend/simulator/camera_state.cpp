@@ -1,7 +1,7 @@
 // One lock around the sections of a camera, and what needs several of them.
 #include "simulator/camera_state.h"
 
-#include "gentl/gentl_abi.h"
+#include "gentl_abi/gentl_abi.h"
 
 #include <algorithm>
 #include <cstring>

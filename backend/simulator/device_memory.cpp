@@ -1,7 +1,7 @@
 // User, factory and protected memory of a simulated camera.
 #include "simulator/device_memory.h"
 
-#include "gentl/gentl_abi.h"
+#include "gentl_abi/gentl_abi.h"
 
 #include <cstring>
 

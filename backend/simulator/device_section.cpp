@@ -1,7 +1,7 @@
 // Identity, link, temperature, clock and reset of a simulated camera.
 #include "simulator/device_section.h"
 
-#include "gentl/gentl_abi.h"
+#include "gentl_abi/gentl_abi.h"
 
 #include <cmath>
 #include <utility>

@@ -1,7 +1,7 @@
 // Events and counters of a simulated camera.
 #include "simulator/event_section.h"
 
-#include "gentl/gentl_abi.h"
+#include "gentl_abi/gentl_abi.h"
 
 #include <string>
 

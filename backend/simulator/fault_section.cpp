@@ -1,7 +1,7 @@
 // Faults on demand of a simulated camera.
 #include "simulator/fault_section.h"
 
-#include "gentl/gentl_abi.h"
+#include "gentl_abi/gentl_abi.h"
 
 namespace simulator
 {

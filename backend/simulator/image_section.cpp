@@ -1,7 +1,7 @@
 // Geometry, pixel format and test pattern of a simulated camera.
 #include "simulator/image_section.h"
 
-#include "gentl/gentl_abi.h"
+#include "gentl_abi/gentl_abi.h"
 
 #include <algorithm>
 #include <stdexcept>

@@ -1,7 +1,7 @@
 // User sets of a simulated camera.
 #include "simulator/user_set_section.h"
 
-#include "gentl/gentl_abi.h"
+#include "gentl_abi/gentl_abi.h"
 
 #include <utility>
 

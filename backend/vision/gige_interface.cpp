@@ -1,7 +1,7 @@
 #include "vision/gige_interface.h"
 
 #include "base/log.h"
-#include "gentl/gentl_abi.h"
+#include "gentl_abi/gentl_abi.h"
 #include "vision/gige_device.h"
 #include "vision/gvcp_socket.h"
 #include "zel_camera_api.h"

@@ -1,7 +1,7 @@
 #include "vision/usb_interface.h"
 
 #include "base/text.h"
-#include "gentl/gentl_abi.h"
+#include "gentl_abi/gentl_abi.h"
 #include "vision/vision_device.h"
 #include "zel_camera_api.h"
 

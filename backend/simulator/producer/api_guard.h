@@ -1,7 +1,7 @@
 // What surrounds every function of the producer: errors become codes, and are remembered.
 #pragma once
 
-#include "gentl/gentl_abi.h"
+#include "gentl_abi/gentl_abi.h"
 #include "simulator/producer/failure.h"
 #include "simulator/producer/library.h"
 

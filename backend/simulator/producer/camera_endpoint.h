@@ -1,7 +1,7 @@
 // A simulated camera as it hangs on its interface: plugged in or not, owned by somebody or not.
 #pragma once
 
-#include "gentl/gentl_abi.h"
+#include "gentl_abi/gentl_abi.h"
 #include "simulator/camera_model.h"
 
 #include <atomic>

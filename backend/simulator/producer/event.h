@@ -1,7 +1,7 @@
 // A registered event: waiting for its data, ending waits, asking about its queue.
 #pragma once
 
-#include "gentl/gentl_abi.h"
+#include "gentl_abi/gentl_abi.h"
 #include "simulator/producer/handle_registry.h"
 #include "simulator/producer/info_value.h"
 

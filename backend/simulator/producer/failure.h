@@ -1,7 +1,7 @@
 // How the producer's inside reports an error to the C functions around it.
 #pragma once
 
-#include "gentl/gentl_abi.h"
+#include "gentl_abi/gentl_abi.h"
 
 #include <stdexcept>
 #include <string>

@@ -1,7 +1,7 @@
 // Handles that a foreigner may pass in any shape: numbers that are looked up, never pointers.
 #pragma once
 
-#include "gentl/gentl_abi.h"
+#include "gentl_abi/gentl_abi.h"
 #include "simulator/producer/failure.h"
 
 #include <cstdint>

@@ -1,7 +1,7 @@
 // A typed answer of an INFO function and the rules for handing it out.
 #pragma once
 
-#include "gentl/gentl_abi.h"
+#include "gentl_abi/gentl_abi.h"
 
 #include <cstddef>
 #include <cstdint>

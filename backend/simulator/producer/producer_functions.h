@@ -1,7 +1,7 @@
 // The functions of the producer, as the C interface and the function table give them out.
 #pragma once
 
-#include "gentl/gentl_abi.h"
+#include "gentl_abi/gentl_abi.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -1,5 +1,5 @@
 // Registers of simulated cameras: what a camera enforces, whatever the host checks.
-#include "gentl/gentl_abi.h"
+#include "gentl_abi/gentl_abi.h"
 #include "test_camera.h"
 
 #include <gtest/gtest.h>

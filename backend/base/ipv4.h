@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <string>
 
-namespace core
+namespace base
 {
 
 /// Parses exactly four decimal numbers of 0 to 255, at most three digits each, separated by dots;
@@ -13,4 +13,4 @@ bool parseIpv4(const char* text, std::uint32_t* address);
 
 std::string formatIpv4(std::uint32_t address);
 
-} // namespace core
+} // namespace base

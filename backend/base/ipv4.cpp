@@ -1,7 +1,7 @@
 // IPv4 addresses as dotted text and as host integers.
-#include "core/ipv4.h"
+#include "base/ipv4.h"
 
-namespace core
+namespace base
 {
 
 bool parseIpv4(const char* text, std::uint32_t* address)
@@ -43,4 +43,4 @@ std::string formatIpv4(std::uint32_t address)
     }
 }
 
-} // namespace core
+} // namespace base

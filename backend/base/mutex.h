@@ -1,0 +1,63 @@
+// A mutex whose rules clang checks: which members it guards, which functions want it held.
+//
+// Members are declared with ZEL_GUARDED_BY(mutex_), private helpers with ZEL_REQUIRES(mutex_);
+// `clang++ -Wthread-safety` then refuses every access outside a Lock. Other compilers see nothing.
+#pragma once
+
+#include <condition_variable>
+#include <mutex>
+
+#if defined(__clang__)
+#define ZEL_THREAD_ANNOTATION(text) __attribute__((text))
+#else
+#define ZEL_THREAD_ANNOTATION(text)
+#endif
+
+#define ZEL_CAPABILITY(name) ZEL_THREAD_ANNOTATION(capability(name))
+#define ZEL_SCOPED_CAPABILITY ZEL_THREAD_ANNOTATION(scoped_lockable)
+#define ZEL_GUARDED_BY(mutex) ZEL_THREAD_ANNOTATION(guarded_by(mutex))
+#define ZEL_REQUIRES(...) ZEL_THREAD_ANNOTATION(requires_capability(__VA_ARGS__))
+#define ZEL_EXCLUDES(...) ZEL_THREAD_ANNOTATION(locks_excluded(__VA_ARGS__))
+#define ZEL_ACQUIRE(...) ZEL_THREAD_ANNOTATION(acquire_capability(__VA_ARGS__))
+#define ZEL_RELEASE(...) ZEL_THREAD_ANNOTATION(release_capability(__VA_ARGS__))
+#define ZEL_TRY_ACQUIRE(...) ZEL_THREAD_ANNOTATION(try_acquire_capability(__VA_ARGS__))
+#define ZEL_NO_THREAD_SAFETY_ANALYSIS ZEL_THREAD_ANNOTATION(no_thread_safety_analysis)
+
+namespace base
+{
+
+/// std::mutex with a name for the analysis.
+class ZEL_CAPABILITY("mutex") Mutex
+{
+public:
+    void lock() ZEL_ACQUIRE() { mutex_.lock(); }
+    void unlock() ZEL_RELEASE() { mutex_.unlock(); }
+    bool try_lock() ZEL_TRY_ACQUIRE(true) { return mutex_.try_lock(); }
+    /// For condition variables; the caller holds the mutex.
+    std::mutex& native() { return mutex_; }
+
+private:
+    std::mutex mutex_;
+};
+
+/// Holds a Mutex for a scope, or until unlock().
+class ZEL_SCOPED_CAPABILITY Lock
+{
+public:
+    explicit Lock(Mutex& mutex) ZEL_ACQUIRE(mutex) : lock_(mutex.native()) {}
+    ~Lock() ZEL_RELEASE() {}
+    Lock(const Lock&) = delete;
+    Lock& operator=(const Lock&) = delete;
+
+    void unlock() ZEL_RELEASE() { lock_.unlock(); }
+    void lock() ZEL_ACQUIRE() { lock_.lock(); }
+
+    /// The lock as std::condition_variable wants it: condition.wait(lock.native()). The mutex is
+    /// held again when the wait returns, so the analysis need not know.
+    std::unique_lock<std::mutex>& native() { return lock_; }
+
+private:
+    std::unique_lock<std::mutex> lock_;
+};
+
+} // namespace base
