@@ -1,8 +1,9 @@
 // ZelCam::Device over an opened device of any transport.
 #include "core/device_impl.h"
 
+#include "base/log.h"
+#include "base/operation_guard.h"
 #include "core/device_info_impl.h"
-#include "core/guard.h"
 #include "core/interface_impl.h"
 #include "genapi/configuration_file.h"
 
@@ -28,7 +29,7 @@ DeviceImpl::DeviceImpl(DeviceInfoImpl& info)
 
 template <class Body> ZelCamErr DeviceImpl::whileOpen(Body&& body)
 {
-    return guarded([&] {
+    return base::guarded([&] {
         const Shared lock(lifetime_);
         if (transport_ == nullptr) {
             return ZelErr::kGenTLInvalidHandle;
@@ -68,7 +69,7 @@ ZelCamErr DeviceImpl::open()
 
 void DeviceImpl::Release()
 {
-    static_cast<void>(guarded([&] {
+    static_cast<void>(base::guarded([&] {
         // Before the exclusive lock: slow operations and callbacks may hold the shared one.
         for (StreamImpl* const stream : shells()) {
             stream->endWaits();
@@ -192,7 +193,7 @@ ZelCamErr DeviceImpl::RegisterEvent(long eventId, ZelCam::EventCallback callback
 ZelCamErr DeviceImpl::UnRegisterEvent(long eventId, ZelCam::EventCallback callback, void* context)
 {
     // Not under the device's lock: it may wait for a callback that wants to use the device.
-    return guarded([&] {
+    return base::guarded([&] {
         const std::shared_ptr<EventDispatcher> dispatcher = events();
         if (dispatcher == nullptr) {
             return ZelErr::kGenTLInvalidHandle;
@@ -205,7 +206,7 @@ ZelCamErr DeviceImpl::UnRegisterEvent(long eventId, ZelCam::EventCallback callba
 ZelGenParam::Array* DeviceImpl::GetTransportParameters(ZelCamErr* err)
 {
     const ZelCamErr code = whileOpen([](TransportDevice& /*transport*/) { return ZelErr::kOk; });
-    report(err, code);
+    base::report(err, code);
     return code == ZelErr::kOk ? &transportParameters_ : nullptr;
 }
 
@@ -213,7 +214,7 @@ ZelGenParam::Array* DeviceImpl::GetCameraParameters(ZelCamErr* err)
 {
     const ZelCamErr code =
         whileOpen([this](TransportDevice& /*transport*/) { return cameraCode_; });
-    report(err, code);
+    base::report(err, code);
     return code == ZelErr::kOk ? &camera_ : nullptr;
 }
 

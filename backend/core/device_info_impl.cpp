@@ -2,8 +2,8 @@
 #include "core/device_info_impl.h"
 
 #include "base/ipv4.h"
+#include "base/operation_guard.h"
 #include "base/text.h"
-#include "core/guard.h"
 #include "core/interface_impl.h"
 
 namespace core
@@ -41,7 +41,7 @@ ZelCam::Interface* DeviceInfoImpl::GetInterface() { return &interface_; }
 
 std::int32_t DeviceInfoImpl::GetAccessStatus()
 {
-    return guardedValue(kStatusUnknown, [&] {
+    return base::guardedValue(kStatusUnknown, [&] {
         return device_.isOpen() ? kStatusOpenHere : interface_.accessStatus(id_);
     });
 }
@@ -53,13 +53,13 @@ const char* DeviceInfoImpl::GetIPGateway() { return ipText(kGateway); }
 const char* DeviceInfoImpl::ipText(IpText which)
 {
     IpSettings settings;
-    static_cast<void>(guarded([&] { return askIp(&settings); }));
+    static_cast<void>(base::guarded([&] { return askIp(&settings); }));
     return ipTexts_[which];
 }
 
 ZelCamErr DeviceInfoImpl::GetIP(std::uint32_t* address, std::uint32_t* mask, std::uint32_t* gateway)
 {
-    return guarded([&] {
+    return base::guarded([&] {
         IpSettings settings;
         const ZelCamErr code = askIp(&settings);
         if (code == ZelErr::kOk) {
@@ -78,7 +78,7 @@ ZelCamErr DeviceInfoImpl::GetIP(std::uint32_t* address, std::uint32_t* mask, std
 
 ZelCamErr DeviceInfoImpl::ForceIP(const char* address, const char* mask, const char* gateway)
 {
-    return guarded([&] {
+    return base::guarded([&] {
         IpSettings settings;
         if (!base::parseIpv4(address, &settings.address) ||
             !base::parseIpv4(mask, &settings.mask) ||

@@ -1,8 +1,9 @@
 // ZelCam::Interface over an interface of any transport.
 #include "core/interface_impl.h"
 
+#include "base/log.h"
+#include "base/operation_guard.h"
 #include "base/text.h"
-#include "core/guard.h"
 #include "core/lists.h"
 
 #include <algorithm>
@@ -25,7 +26,7 @@ InterfaceImpl::InterfaceImpl(TransportInterface& transport)
 
 ZelCam::DeviceInfoList* InterfaceImpl::GetDeviceInfoList()
 {
-    return guardedValue<ZelCam::DeviceInfoList*>(nullptr, [&] {
+    return base::guardedValue<ZelCam::DeviceInfoList*>(nullptr, [&] {
         const std::vector<DeviceInfoImpl*> present = devices();
         return new DeviceInfoListImpl({present.begin(), present.end()});
     });
@@ -33,7 +34,7 @@ ZelCam::DeviceInfoList* InterfaceImpl::GetDeviceInfoList()
 
 ZelCam::DeviceInfo* InterfaceImpl::GetFirstDeviceInfo()
 {
-    return guardedValue<ZelCam::DeviceInfo*>(nullptr, [&]() -> ZelCam::DeviceInfo* {
+    return base::guardedValue<ZelCam::DeviceInfo*>(nullptr, [&]() -> ZelCam::DeviceInfo* {
         const std::vector<DeviceInfoImpl*> present = devices();
         return present.empty() ? nullptr : present.front();
     });
@@ -41,7 +42,7 @@ ZelCam::DeviceInfo* InterfaceImpl::GetFirstDeviceInfo()
 
 ZelCamErr InterfaceImpl::ReEnumerateDevices(bool* changed, std::uint64_t timeoutMs)
 {
-    return guarded([&] {
+    return base::guarded([&] {
         bool differs = false;
         const ZelCamErr code = enumerate(timeoutMs, &differs);
         if (code == ZelErr::kOk && changed != nullptr) {
@@ -53,13 +54,13 @@ ZelCamErr InterfaceImpl::ReEnumerateDevices(bool* changed, std::uint64_t timeout
 
 const char* InterfaceImpl::GetDescription()
 {
-    return guardedValue<const char*>(
+    return base::guardedValue<const char*>(
         "", [&] { return base::intern(base::toUtf8(transport_.description())); });
 }
 
 std::int32_t InterfaceImpl::GetType()
 {
-    return guardedValue(0, [&] { return transport_.type(); });
+    return base::guardedValue(0, [&] { return transport_.type(); });
 }
 
 const char* InterfaceImpl::typeName()
@@ -82,7 +83,7 @@ const char* InterfaceImpl::typeName()
 
 ZelGenParam::Array* InterfaceImpl::GetParameters(ZelCamErr* err)
 {
-    const ZelCamErr code = guarded([&] {
+    const ZelCamErr code = base::guarded([&] {
         const Guard guard(transportMutex_);
         if (!attached_) {
             // A module without a description, or with a broken one, has no parameters; that is no
@@ -101,7 +102,7 @@ ZelGenParam::Array* InterfaceImpl::GetParameters(ZelCamErr* err)
         }
         return ZelErr::kOk;
     });
-    report(err, code);
+    base::report(err, code);
     return code == ZelErr::kOk ? &parameters_ : nullptr;
 }
 

@@ -1,7 +1,6 @@
 // The snapshots that enumeration hands out.
 #pragma once
 
-#include "core/guard.h"
 #include "zel_cam/lists.h"
 
 #include <cstddef>

@@ -1,8 +1,8 @@
 // ZelCam::Stream over a stream of any transport.
 #include "core/stream_impl.h"
 
+#include "base/operation_guard.h"
 #include "core/device_impl.h"
-#include "core/guard.h"
 
 #include <sys/sysinfo.h>
 
@@ -38,7 +38,7 @@ StreamImpl::StreamImpl(DeviceImpl& device, std::uint32_t index)
 
 template <class Body> ZelCamErr StreamImpl::whileOpen(Body&& body)
 {
-    return guarded([&] {
+    return base::guarded([&] {
         const Guard guard(control_);
         return transport_ != nullptr ? body(*transport_) : ZelErr::kGenTLInvalidHandle;
     });
@@ -56,7 +56,7 @@ template <class Body> std::uint64_t StreamImpl::ask(Body&& body)
 
 void StreamImpl::Release()
 {
-    static_cast<void>(guarded([&] {
+    static_cast<void>(base::guarded([&] {
         device_.releaseStream(*this);
         return ZelErr::kOk;
     }));
@@ -65,14 +65,14 @@ void StreamImpl::Release()
 ZelCam::Buffer* StreamImpl::CreateBuffer(std::int64_t size, void* /*userPointer*/, ZelCamErr* err)
 {
     BufferImpl* buffer = nullptr;
-    report(err, whileOpen([&](TransportStream& transport) {
-               if (size <= 0) {
-                   return ZelErr::kGenTLInvalidParameter;
-               }
-               ZelCamErr code = ZelErr::kOk;
-               buffer = announce(transport, static_cast<std::uint64_t>(size), false, &code);
-               return code;
-           }));
+    base::report(err, whileOpen([&](TransportStream& transport) {
+                     if (size <= 0) {
+                         return ZelErr::kGenTLInvalidParameter;
+                     }
+                     ZelCamErr code = ZelErr::kOk;
+                     buffer = announce(transport, static_cast<std::uint64_t>(size), false, &code);
+                     return code;
+                 }));
     return buffer;
 }
 
@@ -108,20 +108,20 @@ ZelCamErr StreamImpl::QueueBuffer(ZelCam::Buffer* buffer)
 ZelCam::Buffer* StreamImpl::GetBuffer(std::uint64_t timeoutMs, ZelCamErr* err)
 {
     BufferImpl* buffer = nullptr;
-    report(err, guarded([&] {
-               ZelCamErr code = ZelErr::kOk;
-               buffer = pool_.fetch(timeoutMs, &code);
-               if (buffer != nullptr) {
-                   device_.publishChunks(*buffer);
-               }
-               return code;
-           }));
+    base::report(err, base::guarded([&] {
+                     ZelCamErr code = ZelErr::kOk;
+                     buffer = pool_.fetch(timeoutMs, &code);
+                     if (buffer != nullptr) {
+                         device_.publishChunks(*buffer);
+                     }
+                     return code;
+                 }));
     return buffer;
 }
 
 ZelCamErr StreamImpl::CancelBuffer()
 {
-    return guarded([&] {
+    return base::guarded([&] {
         pool_.endWaits();
         return pool_.broken();
     });
@@ -218,7 +218,7 @@ ZelCamErr StreamImpl::ReleaseBufferQueue()
 
 std::uint64_t StreamImpl::GetBufferQueueSize()
 {
-    return guardedValue(std::uint64_t{0}, [&] { return pool_.queueSize(); });
+    return base::guardedValue(std::uint64_t{0}, [&] { return pool_.queueSize(); });
 }
 
 std::uint64_t StreamImpl::GetBufferSize()

@@ -2,7 +2,7 @@
 #include "core/system_impl.h"
 
 #include "base/fork_guard.h"
-#include "core/guard.h"
+#include "base/operation_guard.h"
 #include "core/lists.h"
 
 #include <algorithm>
@@ -36,7 +36,7 @@ SystemImpl::SystemImpl(ProviderLoader& loader, std::string version)
 
 ZelCam::InterfaceList* SystemImpl::GetInterfaceList(std::uint32_t mask)
 {
-    return guardedValue<ZelCam::InterfaceList*>(nullptr, [&] {
+    return base::guardedValue<ZelCam::InterfaceList*>(nullptr, [&] {
         std::vector<ZelCam::Interface*> selected;
         for (InterfaceImpl* const interface : interfaces()) {
             if (isSelected(mask, interface->GetType())) {
@@ -54,13 +54,13 @@ const char* SystemImpl::GetVersion() { return version_.c_str(); }
 ZelCam::Device* SystemImpl::CreateDeviceFromConfig(const char* fileName, ZelCamErr* err)
 {
     ZelCam::Device* device = nullptr;
-    report(err, guarded([&] { return openFromConfiguration(fileName, &device); }));
+    base::report(err, base::guarded([&] { return openFromConfiguration(fileName, &device); }));
     return device;
 }
 
 ZelCamErr SystemImpl::RegisterGenTLProvider(const char* path)
 {
-    return guarded([&] {
+    return base::guarded([&] {
         if (path == nullptr || *path == '\0') {
             return ZelErr::kInvalidArgument;
         }
@@ -73,18 +73,18 @@ ZelCamErr SystemImpl::RegisterGenTLProvider(const char* path)
 ZelCam::Device* SystemImpl::openDevice(ZelCam::DeviceInfo* info, std::int32_t mode, ZelCamErr* err)
 {
     ZelCam::Device* device = nullptr;
-    report(err, guarded([&] {
-               if (mode != kReadWrite) {
-                   return ZelErr::kInvalidArgument;
-               }
-               DeviceInfoImpl* const chosen = info != nullptr ? find(info) : defaultDevice();
-               if (chosen == nullptr) {
-                   return info != nullptr ? ZelErr::kInvalidArgument : ZelErr::kNoDevice;
-               }
-               const ZelCamErr code = chosen->device().open();
-               device = code == ZelErr::kOk ? &chosen->device() : nullptr;
-               return code;
-           }));
+    base::report(err, base::guarded([&] {
+                     if (mode != kReadWrite) {
+                         return ZelErr::kInvalidArgument;
+                     }
+                     DeviceInfoImpl* const chosen = info != nullptr ? find(info) : defaultDevice();
+                     if (chosen == nullptr) {
+                         return info != nullptr ? ZelErr::kInvalidArgument : ZelErr::kNoDevice;
+                     }
+                     const ZelCamErr code = chosen->device().open();
+                     device = code == ZelErr::kOk ? &chosen->device() : nullptr;
+                     return code;
+                 }));
     return device;
 }
 
