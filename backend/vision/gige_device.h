@@ -1,9 +1,9 @@
 // A GigE Vision camera.
 #pragma once
 
+#include "features/table_source.h"
 #include "vision/message_channel.h"
 #include "vision/network_adapter.h"
-#include "vision/table_source.h"
 #include "vision/vision_device.h"
 
 #include <condition_variable>
@@ -40,7 +40,7 @@ private:
 
     const NetworkAdapter adapter_;
     const std::uint32_t address_;
-    TableSource features_;
+    features::TableSource features_;
     std::unique_ptr<MessageChannel> messages_;
 
     std::mutex watchMutex_;

@@ -2,9 +2,9 @@
 #pragma once
 
 #include "core/transport.h"
+#include "features/table_source.h"
 #include "vision/gvcp_packet.h"
 #include "vision/network_adapter.h"
-#include "vision/table_source.h"
 
 #include <map>
 #include <mutex>
@@ -43,7 +43,7 @@ private:
     NetworkAdapter adapter_;
     const std::string name_;
     std::map<std::string, gvcp::DiscoveryRecord> devices_; ///< By device id, last enumeration.
-    TableSource features_;
+    features::TableSource features_;
 };
 
 } // namespace vision

@@ -1,5 +1,7 @@
 #include "vision/network_adapter.h"
 
+#include "base/camera_places.h"
+
 #include <arpa/inet.h>
 #include <ifaddrs.h>
 #include <net/if.h>
@@ -10,7 +12,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
 #include <memory>
 
@@ -19,17 +20,6 @@ namespace vision
 
 namespace
 {
-
-/// What ZELCAM_VISION says: everything, or the names in it ("off" is a list without a match).
-bool allowed(const std::string& name)
-{
-    const char* setting = std::getenv("ZELCAM_VISION");
-    if (setting == nullptr || *setting == '\0' || std::strcmp(setting, "on") == 0) {
-        return true;
-    }
-    const std::string list = std::string(",") + setting + ",";
-    return list.find("," + name + ",") != std::string::npos;
-}
 
 std::uint32_t hostAddress(const sockaddr* address)
 {
@@ -80,7 +70,7 @@ std::vector<NetworkAdapter> networkAdapters()
     const std::unique_ptr<ifaddrs, decltype(&::freeifaddrs)> list(raw, ::freeifaddrs);
     for (const ifaddrs* entry = raw; entry != nullptr; entry = entry->ifa_next) {
         if ((entry->ifa_flags & IFF_UP) == 0 || hostAddress(entry->ifa_addr) == 0 ||
-            !allowed(entry->ifa_name)) {
+            !base::camerasAllowedAt(entry->ifa_name)) {
             continue;
         }
         NetworkAdapter adapter;
@@ -101,7 +91,7 @@ std::vector<NetworkAdapter> networkAdapters()
     return adapters;
 }
 
-bool usbAllowed() { return allowed("usb"); }
+bool usbAllowed() { return base::camerasAllowedAt("usb"); }
 
 std::string ipText(std::uint32_t address)
 {

@@ -2,8 +2,8 @@
 #pragma once
 
 #include "core/transport.h"
+#include "features/table_source.h"
 #include "vision/arv_ptr.h"
-#include "vision/table_source.h"
 
 #include <mutex>
 
@@ -38,7 +38,7 @@ private:
     std::mutex mutex_;              ///< The library's device list is not safe against itself.
     ArvInterface* const interface_; ///< The library's own instance, never freed.
     std::vector<std::string> ids_;
-    TableSource features_;
+    features::TableSource features_;
 };
 
 } // namespace vision

@@ -2,7 +2,7 @@
 
 #include "base/log.h"
 #include "base/thread.h"
-#include "vision/chunk_trailer.h"
+#include "core/chunk_trailer.h"
 #include "vision/socket_buffer.h"
 
 #include <algorithm>
@@ -387,7 +387,7 @@ core::FrameInfo VisionStream::describe(ArvBuffer* buffer, bool complete)
     // A frame that is larger than its buffer comes back as a success, cut.
     info.incomplete = info.deliveredSize < wanted;
     if (arv_buffer_has_chunks(buffer)) {
-        info.chunks = chunkPlaces(data, received, ARV_IS_GV_DEVICE(device_));
+        info.chunks = core::chunkPlaces(data, received, ARV_IS_GV_DEVICE(device_));
         info.deliveredSize = std::min(info.deliveredSize, wanted);
     }
     return info;

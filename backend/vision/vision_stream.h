@@ -2,10 +2,10 @@
 #pragma once
 
 #include "core/transport.h"
+#include "features/table_source.h"
 #include "vision/arv_ptr.h"
 #include "vision/frame_ids.h"
 #include "vision/receiver_options.h"
-#include "vision/table_source.h"
 
 #include <atomic>
 #include <functional>
@@ -86,7 +86,7 @@ private:
     std::atomic<std::uint64_t> shortagesSeen_{0};
 
     ReceiverOptions options_;
-    TableSource features_;
+    features::TableSource features_;
 };
 
 } // namespace vision

@@ -1,5 +1,5 @@
 // Packets, frame ids and chunks against bytes written by hand.
-#include "vision/chunk_trailer.h"
+#include "core/chunk_trailer.h"
 #include "vision/frame_ids.h"
 #include "vision/gvcp_packet.h"
 
@@ -84,7 +84,7 @@ TEST(ChunkTrailer, FindsChunksFromTheEnd)
 {
     gvcp::Bytes bytes{1,          2, 3, 4, /* id */ 0,     0, 0, 1, /* length */ 0, 0, 0, 4, 9, 9,
                       /* id */ 0, 0, 0, 7, /* length */ 0, 0, 0, 2};
-    const auto places = chunkPlaces(bytes.data(), bytes.size(), true);
+    const auto places = core::chunkPlaces(bytes.data(), bytes.size(), true);
     ASSERT_EQ(places.size(), 2U);
     EXPECT_EQ(places[0].id, 1U);
     EXPECT_EQ(places[0].offset, 0U);
@@ -92,10 +92,10 @@ TEST(ChunkTrailer, FindsChunksFromTheEnd)
     EXPECT_EQ(places[1].id, 7U);
     EXPECT_EQ(places[1].offset, 12U);
     EXPECT_EQ(places[1].size, 2U);
-    EXPECT_TRUE(chunkPlaces(bytes.data(), bytes.size(), false).empty());
-    EXPECT_TRUE(chunkPlaces(bytes.data(), bytes.size() - 1, true).empty());
+    EXPECT_TRUE(core::chunkPlaces(bytes.data(), bytes.size(), false).empty());
+    EXPECT_TRUE(core::chunkPlaces(bytes.data(), bytes.size() - 1, true).empty());
     bytes[11] = 5; // the first chunk would begin before the payload
-    EXPECT_TRUE(chunkPlaces(bytes.data(), bytes.size(), true).empty());
+    EXPECT_TRUE(core::chunkPlaces(bytes.data(), bytes.size(), true).empty());
 }
 
 } // namespace

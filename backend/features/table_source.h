@@ -7,7 +7,7 @@
 #include <mutex>
 #include <string>
 
-namespace vision
+namespace features
 {
 
 /// A feature table behind one lock. Fill table(), finish() it, then hand the source out. Hooks that
@@ -21,7 +21,7 @@ public:
     {
     }
 
-    features::FeatureTable& table() { return table_; }
+    FeatureTable& table() { return table_; }
 
     ZelCamErr description(std::string* document) override
     {
@@ -50,9 +50,9 @@ public:
     }
 
 private:
-    static features::ModuleIdentity identity(const std::string& model, const std::string& toolTip)
+    static ModuleIdentity identity(const std::string& model, const std::string& toolTip)
     {
-        features::ModuleIdentity identity;
+        ModuleIdentity identity;
         identity.vendor = "Zelcam";
         identity.model = model;
         identity.toolTip = toolTip;
@@ -61,7 +61,7 @@ private:
 
     std::mutex mutex_; ///< Guards the values and failure_.
     ZelCamErr failure_ = ZelErr::kOk;
-    features::FeatureTable table_;
+    FeatureTable table_;
 };
 
-} // namespace vision
+} // namespace features
