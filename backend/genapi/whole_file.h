@@ -13,8 +13,8 @@ namespace genapi
 /// -40003 anything else. Devices, pipes and directories are never opened for good.
 ZelCamErr readWholeFile(const char* file, std::size_t limit, std::string* content);
 
-/// Replaces a file or makes it: a reader sees the old content or all of the new one. Links are
-/// followed. -40007 null or empty name, -40002 no such directory, -40003 anything else.
+/// Replaces a file or makes it, as base::ReplacedFile does: a reader sees the old content or all of
+/// the new one. -40007 null or empty name, -40002 no such directory, -40003 anything else.
 ZelCamErr replaceFile(const char* file, const std::string& content);
 
 } // namespace genapi

@@ -1,6 +1,6 @@
 #include "movie_file.h"
 
-#include "../output_file.h"
+#include "base/replaced_file.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -47,7 +47,7 @@ ZelCamErr MovieFile::fail(int avError)
 {
     if (error_ == ZelErr::kOk) {
         if (writeError_ != 0) {
-            error_ = serializer::codeFromErrno(writeError_);
+            error_ = base::codeFromErrno(writeError_);
         } else {
             error_ = avError == AVERROR(ENOMEM) ? ZelErr::kGenTLOutOfMemory : ZelErr::kUnknown;
         }
@@ -118,8 +118,8 @@ bool MovieFile::wantsGlobalHeader() const
 
 ZelCamErr MovieFile::openFile(const std::string& fileName)
 {
-    if (const int error = serializer::resolveLinks(fileName, &path_)) {
-        return serializer::codeFromErrno(error);
+    if (const int error = base::resolveLinks(fileName, &path_)) {
+        return base::codeFromErrno(error);
     }
     struct stat existing = {};
     if (::stat(path_.c_str(), &existing) == 0 && !S_ISREG(existing.st_mode)) {
@@ -127,7 +127,7 @@ ZelCamErr MovieFile::openFile(const std::string& fileName)
     }
     descriptor_ = ::open(path_.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, kNewFileMode);
     if (descriptor_ < 0) {
-        return serializer::codeFromErrno(errno);
+        return base::codeFromErrno(errno);
     }
     touched_ = true;
     return ZelErr::kOk;

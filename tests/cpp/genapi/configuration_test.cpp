@@ -275,8 +275,12 @@ TEST_F(Configuration, FilesThatAreNone)
     ASSERT_EQ(symlink(odd.c_str(), path("link").c_str()), 0);
     EXPECT_EQ(save(path("link")), 0);
     EXPECT_TRUE(fs::is_symlink(path("link")));
+    fs::permissions(odd, fs::perms(0600));
+    EXPECT_EQ(save(odd), 0);
+    EXPECT_EQ(fs::status(odd).permissions(), fs::perms(0600));
+    EXPECT_EQ(save(path(std::string(255, 'n'))), 0);
     for (const auto& file : fs::directory_iterator(directory))
-        EXPECT_EQ(file.path().string().find(".tmp"), std::string::npos) << file.path();
+        EXPECT_EQ(file.path().string().find(".part"), std::string::npos) << file.path();
     const std::string before = get(odd);
     source.failure = -1010;
     EXPECT_EQ(save(odd), -1010);
