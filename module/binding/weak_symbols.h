@@ -6,3 +6,5 @@
 
 #pragma weak _Py_PackageContext
 #pragma weak PyCMethod_New
+#pragma weak PyInterpreterState_Main
+#pragma weak PyObject_CheckBuffer

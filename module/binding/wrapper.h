@@ -5,6 +5,8 @@
 #include "module/binding/guard.h"
 #include "module/binding/pycxx.h"
 
+#include <string_view>
+
 namespace binding
 {
 
@@ -32,6 +34,25 @@ public:
         }
     }
 
+    /// What a name means that is no constant: the method of that name, and for `__names__` that no
+    /// method has what every object has, such as `__class__`; AttributeError for all others.
+    Py::Object getattr_methods(const char* name) override
+    {
+        try {
+            return Py::PythonExtension<Self>::getattr_methods(name);
+        } catch (Py::AttributeError& error) {
+            if (!isSpecial(name)) {
+                throw;
+            }
+            error.clear();
+        }
+        PyObject* found = PyObject_GenericGetAttr(this, Py::String(name).ptr());
+        if (found == nullptr) {
+            throw Py::Exception();
+        }
+        return Py::asObject(found);
+    }
+
 protected:
     /// Names the type; the documentation may be null.
     static void describe(const char* name, const char* documentation = nullptr)
@@ -56,6 +77,13 @@ protected:
     }
 
 private:
+    /// True for `__names__`, which belong to the interpreter.
+    static bool isSpecial(const char* name)
+    {
+        const std::string_view text(name);
+        return text.size() > 4 && text.substr(0, 2) == "__" && text.substr(text.size() - 2) == "__";
+    }
+
     /// dir(): the interpreter sees no names by itself, for they are looked up by getattr.
     static PyObject* listNames(PyObject* self, PyObject* /*none*/)
     {

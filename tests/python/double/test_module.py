@@ -1,6 +1,9 @@
 """The module itself: functions, placeholders and the error table."""
 
 import fractions
+import glob
+import os
+import subprocess
 import sys
 import warnings
 
@@ -164,3 +167,30 @@ def test_import_calls_nothing_and_leaves_cleanly(run_program, tmp_path):
     log = tmp_path / "log"
     result = run_program("import libZelCameraApiPy", ZELDOUBLE_LOG=str(log))
     assert not log.exists() and result.stdout == result.stderr == b""
+
+
+def other_interpreters():
+    """Programs of every CPython on this machine, by version, but the running version."""
+    found = {}
+    patterns = ("~/.pyenv/versions/*/bin/python3.?", "~/.pyenv/versions/*/bin/python3.??",
+                "/usr/bin/python3.?", "/usr/bin/python3.??")
+    for pattern in patterns:
+        for path in glob.glob(os.path.expanduser(pattern)):
+            version = os.path.basename(path)[len("python"):]
+            if not version.endswith("m"):
+                found[version] = path
+    found.pop("%d.%d" % sys.version_info[:2], None)
+    return sorted(found.items())
+
+
+def test_another_version_of_the_interpreter_is_told_so():
+    others = other_interpreters()
+    if not others:
+        pytest.skip("no other version of the interpreter on this machine")
+    environment = dict(os.environ, PYTHONPATH=os.path.dirname(zel.__file__))
+    for version, path in others:
+        answer = subprocess.run([path, "-c", "import libZelCameraApiPy"], env=environment,
+                                stdout=subprocess.PIPE, stderr=subprocess.PIPE).stderr.decode()
+        assert answer.splitlines()[-1] == (
+            "ImportError: libZelCameraApiPy was built for Python %d.%d and cannot run in Python %s"
+            % (sys.version_info[0], sys.version_info[1], version))
