@@ -1,10 +1,7 @@
-"""Count exposure-end events next to the frames of a camera.
-
-    count_events.py [frames]
-"""
+"""Count exposure-end events next to the frames of a camera."""
 import sys
 
-import libZelCameraApiPy as zel
+from cameras import open_camera, parser_of
 
 
 def event_id(camera, name):
@@ -15,10 +12,11 @@ def event_id(camera, name):
 
 def main():
     """Fetches frames while a callable counts."""
-    wanted = int(sys.argv[1]) if len(sys.argv) > 1 else 50
-    device = zel.PyZelCreateDevice()
-    if not device.IsValid():
-        sys.exit("no camera: " + zel.ErrorCodeToString(zel.GetLastError()))
+    parser = parser_of(__doc__)
+    parser.add_argument("frames", type=int, nargs="?", default=50)
+    arguments = parser.parse_args()
+    wanted = arguments.frames
+    device = open_camera(arguments.serial)
     camera = device.GetCameraParameters()
     number = event_id(camera, "ExposureEnd")
     if number is None:

@@ -2,19 +2,19 @@
 
 Runs on the built-in simulated cameras when no real one is connected.
 """
-import argparse
 import os
 import sys
 import time
 
 import libZelCameraApiPy as zel
+from cameras import parser_of
 
 INTERFACE_TYPES = {1: "USB3 Vision", 2: "GigE Vision", 3: "Camera Link", 4: "CoaXPress", 5: "HD-SDI"}
 ACCESS = {1: "free", 2: "read only", 3: "no access", 4: "busy", 5: "open", 6: "open, read only"}
 SHOWN = ("Width", "Height", "PixelFormat", "ExposureTime", "Gain", "AcquisitionFrameRate",
          "DeviceTemperature")
 # What a picture file can be made of, best first.
-SAVED_FORMATS = ("BayerRG8", "BayerGB8", "BayerGR8", "BayerBG8", "Mono8")
+SAVED_FORMATS = ("BayerRG8", "BayerGB8", "BayerGR8", "BayerBG8", "RGB8", "Mono8")
 
 
 def value_of(parameters, name):
@@ -47,6 +47,15 @@ def find_cameras(system):
                 ACCESS.get(info.GetAccessStatus(), "?"), address))
             found.append(info)
     return found
+
+
+def save_rgb(buffer, name):
+    """Writes red, green and blue as they came: PySaveImage is for grey and Bayer frames."""
+    size = 3 * buffer.GetWidth() * buffer.GetHeight()
+    with open(name, "wb") as file:
+        file.write(b"P6 %d %d 255\n" % (buffer.GetWidth(), buffer.GetHeight()))
+        file.write(buffer.GetBufferPtr()[:size])
+    return True
 
 
 def grab(device, frames, folder, movie):
@@ -95,9 +104,11 @@ def grab(device, frames, folder, movie):
                   len(ids), seconds, len(ids) / seconds, bytes_seen / seconds / 1e6, period,
                   ids[0], ids[-1], ids[-1] - ids[0] + 1 - len(ids), incomplete))
         buffer = stream.GetBuffer(3000)
-        for extension in ("png", "tiff", "jpg"):
+        in_colour = camera.GetEnumValueStr("PixelFormat")[1] == "RGB8"
+        for extension in ("ppm",) if in_colour else ("png", "tiff", "jpg"):
             name = stem + "." + extension
-            saved = buffer is not None and zel.PySaveImage(buffer, name)
+            save = save_rgb if in_colour else zel.PySaveImage
+            saved = buffer is not None and save(buffer, name)
             print("    %-22s %s" % ("saved" if saved else "NOT SAVED", name))
             good &= saved
     stream.StopAcquisition(0)
@@ -108,7 +119,7 @@ def grab(device, frames, folder, movie):
 
 def main():
     """Runs the demonstration; exit code 0 when every picture was saved."""
-    parser = argparse.ArgumentParser(description=__doc__)
+    parser = parser_of(__doc__)
     parser.add_argument("--frames", type=int, default=100, help="frames from each camera")
     parser.add_argument("--output", default="demo-output", help="folder for the pictures")
     arguments = parser.parse_args()
@@ -116,7 +127,8 @@ def main():
 
     system = zel.PyZelSystem()
     print("%s %s" % (system.GetDisplayName(), system.GetVersion()))
-    infos = find_cameras(system)
+    infos = [info for info in find_cameras(system)
+             if arguments.serial in (None, info.GetSerialNumber())]
     if not infos:
         sys.exit("no camera was found")
     good = True

@@ -1,11 +1,7 @@
-"""Print the tree of features of a camera: type, access, value, range and unit of each.
-
-    feature_tree.py [--visibility beginner|expert|guru|invisible] [--transport | --interface]
-"""
-import argparse
+"""Print the tree of features of a camera: type, access, value, range and unit of each."""
 import sys
 
-import libZelCameraApiPy as zel
+from cameras import open_camera, parser_of
 
 TYPES = {1: "Integer", 2: "Float", 3: "String", 4: "Enumeration", 5: "EnumEntry", 6: "Boolean",
          7: "Command", 8: "Category"}
@@ -106,16 +102,14 @@ def walk(parameters, category, level, depth, names, rows):
 
 def main():
     """Opens the default camera and prints its tree."""
-    parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
+    parser = parser_of(__doc__)
     parser.add_argument("--visibility", choices=LEVELS, default="beginner")
     which = parser.add_mutually_exclusive_group()
     which.add_argument("--transport", action="store_true", help="the features of the transport")
     which.add_argument("--interface", action="store_true", help="the features of the interface")
     arguments = parser.parse_args()
 
-    device = zel.PyZelCreateDevice()
-    if not device.IsValid():
-        sys.exit("no camera: " + zel.ErrorCodeToString(zel.GetLastError()))
+    device = open_camera(arguments.serial)
     print(device.GetDisplayName())
     parameters = device.GetCameraParameters()
     if arguments.transport:

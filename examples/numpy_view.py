@@ -3,7 +3,7 @@ import sys
 
 import numpy
 
-import libZelCameraApiPy as zel
+from cameras import open_camera, parser_of
 
 # PFNC codes of the formats that this example shows.
 MONO8, MONO12, MONO12_PACKED = 0x01080001, 0x01100005, 0x010C0006
@@ -30,9 +30,7 @@ def as_array(buffer):
 
 def main():
     """Shows size, range and mean of a frame of each format."""
-    device = zel.PyZelCreateDevice()
-    if not device.IsValid():
-        sys.exit("no camera: " + zel.ErrorCodeToString(zel.GetLastError()))
+    device = open_camera(parser_of(__doc__).parse_args().serial)
     camera = device.GetCameraParameters()
     stream = device.GetStreamByIndex(0)
     for name in ("Mono8", "Mono12", "Mono12Packed"):

@@ -1,12 +1,9 @@
-"""Record a movie with a progress bar and the achieved rate.
-
-    record_movie.py [--seconds 10] [--compressor mjpeg] [--fps 25] [movie.avi]
-"""
-import argparse
+"""Record a movie with a progress bar and the achieved rate."""
 import sys
 import time
 
 import libZelCameraApiPy as zel
+from cameras import open_camera, parser_of
 
 
 def record(stream, arguments):
@@ -35,15 +32,13 @@ def record(stream, arguments):
 
 def main():
     """Records from the default camera."""
-    parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
+    parser = parser_of(__doc__)
     parser.add_argument("file", nargs="?", default="movie.avi")
     parser.add_argument("--seconds", type=float, default=10.0)
     parser.add_argument("--fps", type=float, default=25.0)
     parser.add_argument("--compressor", default="mjpeg")
     arguments = parser.parse_args()
-    device = zel.PyZelCreateDevice()
-    if not device.IsValid():
-        sys.exit("no camera: " + zel.ErrorCodeToString(zel.GetLastError()))
+    device = open_camera(arguments.serial)
     camera = device.GetCameraParameters()
     camera.SetBooleanValue("AcquisitionFrameRateEnable", True)
     camera.SetFloatValue("AcquisitionFrameRate", arguments.fps)

@@ -6,16 +6,13 @@ import sys
 import time
 
 import libZelCameraApiPy as zel
+from cameras import every_camera, open_camera, parser_of
 
 
 def find(serial):
-    """The device info with this serial number, or None."""
-    for interface in zel.PyZelSystem().GetInterfaceList():
-        interface.ReEnumerateDevices(1000)
-        for info in interface.GetDeviceInfoList():
-            if info.GetSerialNumber() == serial and info.GetAccessStatus() == 1:
-                return info
-    return None
+    """The device info with this serial number, once it can be opened, or None."""
+    return next((info for info in every_camera()
+                 if info.GetSerialNumber() == serial and info.GetAccessStatus() == 1), None)
 
 
 def grab(device, seconds, meanwhile=lambda: None):
@@ -40,9 +37,7 @@ def grab(device, seconds, meanwhile=lambda: None):
 
 def main():
     """Grabs, loses the camera, reopens it, grabs again."""
-    device = zel.PyZelCreateDevice()
-    if not device.IsValid():
-        sys.exit("no camera: " + zel.ErrorCodeToString(zel.GetLastError()))
+    device = open_camera(parser_of(__doc__).parse_args().serial)
     serial = device.GetInfo().GetSerialNumber()
     camera = device.GetCameraParameters()
 

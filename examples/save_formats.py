@@ -1,12 +1,9 @@
-"""Save one frame of every pixel format that can become a picture, in every kind of file.
-
-    save_formats.py [--output FOLDER]
-"""
-import argparse
+"""Save one frame of every pixel format that can become a picture, in every kind of file."""
 import os
 import sys
 
 import libZelCameraApiPy as zel
+from cameras import every_camera, parser_of
 
 EXTENSIONS = ("png", "tiff", "jpg", "bmp", "pgm")
 
@@ -46,20 +43,20 @@ def save_each_format(device, folder):
 
 
 def main():
-    """Runs over all cameras that are free."""
-    parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
+    """Runs over all cameras that are free, or over the one that was named."""
+    parser = parser_of(__doc__)
     parser.add_argument("--output", default="demo-output/formats")
     arguments = parser.parse_args()
     os.makedirs(arguments.output, exist_ok=True)
     total = 0
-    for interface in zel.PyZelSystem().GetInterfaceList():
-        interface.ReEnumerateDevices(1000)
-        for info in interface.GetDeviceInfoList():
-            device = zel.PyZelCreateDevice(info)
-            if device.IsValid():
-                print(device.GetDisplayName())
-                total += save_each_format(device, arguments.output)
-                device.Release()
+    for info in every_camera():
+        if arguments.serial not in (None, info.GetSerialNumber()):
+            continue
+        device = zel.PyZelCreateDevice(info)
+        if device.IsValid():
+            print(device.GetDisplayName())
+            total += save_each_format(device, arguments.output)
+            device.Release()
     print("%d files in %s/" % (total, arguments.output))
     sys.exit(0 if total else "no picture was saved")
 

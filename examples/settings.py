@@ -1,43 +1,51 @@
-"""Save the settings of a camera to a file, change them, and bring them back.
-
-    settings.py [settings.txt]
-"""
+"""Save the settings of a camera to a file, change them, and bring them back."""
 import sys
 
 import libZelCameraApiPy as zel
+from cameras import open_camera, parser_of
 
+# Of these the ones that the camera has are shown and changed.
 NAMES = ("Width", "Height", "ExposureTime", "Gain")
+
+
+def numbers(camera):
+    """The settings that the camera has, as (name, number object)."""
+    found = []
+    for name in NAMES:
+        parameter = camera.GetParam(name)
+        if parameter is not None and parameter.IsReadable():
+            get = camera.GetFloat if parameter.GetType() == camera.ParamFloat else camera.GetInt
+            found.append((name, get(name)))
+    return found
 
 
 def show(camera, title):
     """Prints a few settings."""
-    values = [camera.GetFloatValue(name)[1] if camera.GetParam(name).GetType() == camera.ParamFloat
-              else camera.GetIntegerValue(name)[1] for name in NAMES]
-    print("%-9s" % title, "  ".join("%s %g" % pair for pair in zip(NAMES, values)))
+    print("%-9s" % title, "  ".join("%s %g" % (name, number.GetValue()[1])
+                                    for name, number in numbers(camera)))
 
 
 def main():
     """Saves, changes, restores; then opens the camera from the file alone."""
-    file_name = sys.argv[1] if len(sys.argv) > 1 else "settings.txt"
-    device = zel.PyZelCreateDevice()
-    if not device.IsValid():
-        sys.exit("no camera: " + zel.ErrorCodeToString(zel.GetLastError()))
+    parser = parser_of(__doc__)
+    parser.add_argument("file", nargs="?", default="settings.txt")
+    arguments = parser.parse_args()
+    device = open_camera(arguments.serial)
     camera = device.GetCameraParameters()
     show(camera, "before")
-    if not device.SaveConfiguration(file_name):
-        sys.exit("%s cannot be written" % file_name)
-    camera.SetIntegerValue("Height", camera.GetInt("Height").GetMin()[1])
-    camera.SetFloatValue("ExposureTime", 1234.0)
-    camera.SetFloatValue("Gain", 6.0)
+    if not device.SaveConfiguration(arguments.file):
+        sys.exit("%s cannot be written" % arguments.file)
+    for _, number in numbers(camera):
+        number.SetValue(number.GetMin()[1])
     show(camera, "changed")
-    if not device.LoadConfiguration(file_name):
-        sys.exit("%s cannot be loaded" % file_name)
+    if not device.LoadConfiguration(arguments.file):
+        sys.exit("%s cannot be loaded" % arguments.file)
     show(camera, "restored")
     device.Release()
 
-    again = zel.PyZelSystem().CreateDeviceFromConfig(file_name)
+    again = zel.PyZelSystem().CreateDeviceFromConfig(arguments.file)
     if again is None:
-        sys.exit("the camera that %s names cannot be opened" % file_name)
+        sys.exit("the camera that %s names cannot be opened" % arguments.file)
     show(again.GetCameraParameters(), "reopened")
     again.Release()
 

@@ -6,7 +6,7 @@ packages_build="ca-certificates cmake g++ ninja-build pkg-config python3 python3
 
 packages_test="libgtest-dev python3-pytest python3-exceptiongroup python3-tomli
     python3-typing-extensions python3-numpy python3-pil python3-opencv
-    ffmpeg aravis-tools iproute2 libtiff-tools pngcheck"
+    ffmpeg aravis-tools iproute2 libtiff-tools pngcheck locales"
 
 packages_lint="clang-format clang-tidy"
 
@@ -37,13 +37,12 @@ need_packages() {
   apt-get update && apt-get install --no-install-recommends $missing"
     fi
     log=$(mktemp)
+    leftovers="$leftovers $log"
     # shellcheck disable=SC2086  # both are lists of words
-    if ! { $as_root env DEBIAN_FRONTEND=noninteractive apt-get update &&
-           $as_root env DEBIAN_FRONTEND=noninteractive \
-               apt-get install -y --no-install-recommends $missing; } >"$log" 2>&1; then
+    if ! { $as_root env DEBIAN_FRONTEND=noninteractive apt-get update >"$log" 2>&1 &&
+           watched "$log" show_apt $as_root env DEBIAN_FRONTEND=noninteractive \
+               apt-get install -y --no-install-recommends -o APT::Status-Fd=1 $missing; }; then
         tail -n 20 "$log" >&2
-        rm -f "$log"
         fail "could not install: $missing"
     fi
-    rm -f "$log"
 }

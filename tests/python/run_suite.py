@@ -5,7 +5,9 @@ of the real ones; the others, such as "simulator", run over the real ones. Some 
 another suite, in another environment: "producer" is "simulator" with the cameras of a producer
 that is loaded from a file instead of the compiled-in ones. "cameras" holds what is true of any
 camera; it runs over the simulated ones, those of the producer, and GigE Vision cameras on loopback.
-Further arguments go to pytest. The exit code is 0 only if every suite ran and passed.
+Every suite sets its own environment: no ZELCAM_ or GENICAM_ variable of the caller reaches a test.
+Further arguments go to pytest. The exit code is 0 only if every suite ran and passed; with --name 5
+when no suite has such a test.
 """
 
 import argparse
@@ -21,6 +23,8 @@ DEBIAN_PACKAGES = pathlib.Path("/usr/lib/python3/dist-packages")
 PYTEST_PARTS = ["pytest", "_pytest", "pluggy", "iniconfig", "packaging", "attr", "attrs", "py",
                 "exceptiongroup", "tomli", "typing_extensions.py"]
 
+# What holds in every suite that does not say otherwise: no packet leaves this machine.
+USUAL = {"ZELCAM_VISION": "off"}
 # Suites that run a folder again: name -> folder, environment; {python} is the folder of the build.
 PRODUCER = {"ZELCAM_SIMULATOR": "off", "GENICAM_GENTL64_PATH": "{python}/zelcam_simulator.cti"}
 GIGE = {"ZELCAM_SIMULATOR": "off", "ZELCAM_VISION": "lo", "ZELCAM_TEST_CAMERAS": "own"}
@@ -37,6 +41,9 @@ if shutil.which(STRANGE_CAMERA):
 # permitted they run in a network of their own, in which nothing else is heard.
 ON_LOOPBACK = {"gige", "cameras-gige", "cameras-gige-program"}
 OWN_NETWORK = ["unshare", "-n", "sh", "-c", 'ip link set lo up && exec "$@"', "sh"]
+
+# pytest's answer when a name was given that no test has.
+NONE_SELECTED = 5
 
 # Suites that read files back with the usual imaging libraries, which are Debian's interpreter's.
 DEBIAN_PYTHON = "/usr/bin/python3"
@@ -79,6 +86,38 @@ def sanitizer_environment(build):
                                os.environ.get("TSAN_OPTIONS", ""))}
 
 
+def decimal_comma_environment(build):
+    """A locale whose numbers have a comma, made in the build folder, and interpreters that use it."""
+    folder = build / "locale"
+    (folder / "start").mkdir(parents=True, exist_ok=True)
+    if not (folder / "de_DE.UTF-8").exists():
+        subprocess.run(["localedef", "-i", "de_DE", "-f", "UTF-8", str(folder / "de_DE.UTF-8")],
+                       check=True)
+    # Read by every interpreter at its start, also by those that the tests start.
+    (folder / "start" / "sitecustomize.py").write_text(
+        "import locale\nlocale.setlocale(locale.LC_ALL, '')\n"
+        "assert locale.localeconv()['decimal_point'] == ','\n")
+    return {"LC_ALL": "de_DE.UTF-8", "LOCPATH": str(folder)}
+
+
+def suite_environment(suite, options, build):
+    environment = {name: value for name, value in os.environ.items()
+                   if not name.startswith(("ZELCAM_", "GENICAM_", "LD_LIBRARY_PATH"))}
+    environment.update(USUAL, PYTHONDONTWRITEBYTECODE="1", ZELCAM_TEST_BUILD=str(build))
+    environment.update(sanitizer_environment(build))
+    path = [build / "python", pytest_links(build)]
+    if options.decimal_comma:
+        environment.update(decimal_comma_environment(build))
+        path.append(build / "locale" / "start")
+    environment["PYTHONPATH"] = os.pathsep.join(map(str, path))
+    environment["ZELCAM_LONG_TESTS"] = "1" if options.long else ""
+    environment.update((name, value.format(python=build / "python"))
+                       for name, value in AGAIN.get(suite, (suite, {}))[1].items())
+    if suite == "double":
+        environment["LD_LIBRARY_PATH"] = str(build / "double")
+    return environment
+
+
 def may_have_own_network():
     try:
         return subprocess.run(OWN_NETWORK + ["true"], stderr=subprocess.DEVNULL).returncode == 0
@@ -92,23 +131,19 @@ def main():
     parser.add_argument("--python", help="default: the interpreter the build was made for")
     parser.add_argument("--suite", action="append", help="only this one; may be repeated")
     parser.add_argument("--long", action="store_true", help="also the tests that take long")
+    parser.add_argument("--name", help="only tests with this in their name")
+    parser.add_argument("--decimal-comma", action="store_true",
+                        help="in a locale whose numbers have a comma")
     options, pytest_arguments = parser.parse_known_args()
+    if options.name:
+        pytest_arguments += ["-k", options.name]
     build = options.build.resolve()
     python = options.python or cache_value(build, "ZEL_PYTHON", sys.executable)
 
     suites = options.suite or sorted({path.parent.name for path in HERE.glob("*/test_*.py")} | set(AGAIN))
-    status = 0
+    answers = []
     for suite in suites:
-        environment = dict(os.environ, PYTHONDONTWRITEBYTECODE="1", ZELCAM_TEST_BUILD=str(build))
-        environment.update(sanitizer_environment(build))
-        environment["PYTHONPATH"] = os.pathsep.join([str(build / "python"), str(pytest_links(build))])
-        environment["ZELCAM_LONG_TESTS"] = "1" if options.long else ""
-        environment.pop("LD_LIBRARY_PATH", None)
-        folder, extra = AGAIN.get(suite, (suite, {}))
-        environment.update((name, value.format(python=build / "python"))
-                           for name, value in extra.items())
-        if suite == "double":
-            environment["LD_LIBRARY_PATH"] = str(build / "double")
+        folder = AGAIN.get(suite, (suite,))[0]
         # Errors of threads and destructors go to standard error, which every test watches.
         plugins = ["-pno:" + name for name in ("cacheprovider", "unraisableexception",
                                                "threadexception")]
@@ -122,8 +157,12 @@ def main():
         if suite in ON_LOOPBACK and may_have_own_network():
             command = OWN_NETWORK + command
         print("== %s suite" % suite, flush=True)
-        status |= subprocess.run(command + pytest_arguments, env=environment, cwd=str(build)).returncode
-    return 1 if status or not suites else 0
+        answers.append(subprocess.run(command + pytest_arguments, cwd=str(build),
+                                      env=suite_environment(suite, options, build)).returncode)
+    if options.name and set(answers) <= {NONE_SELECTED}:
+        return NONE_SELECTED
+    passed = {0, NONE_SELECTED} if options.name else {0}
+    return 0 if answers and set(answers) <= passed else 1
 
 
 if __name__ == "__main__":

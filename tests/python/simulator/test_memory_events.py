@@ -117,18 +117,18 @@ def test_no_event_of_100000_is_lost(device, camera):
 
 
 def test_exposure_end_comes_with_each_frame(device, camera, stream):
-    # Slow enough for every frame to be delivered, however slow the machine is.
-    assert camera.SetIntegerValue("Width", 256) and camera.SetIntegerValue("Height", 128)
-    assert camera.SetFloatValue("AcquisitionFrameRate", 10.0)
+    # Frame by frame on request: none can be missed, however slow the machine is.
+    assert camera.SetEnumValueStr("TriggerSelector", "FrameStart")
+    assert camera.SetEnumValueStr("TriggerMode", "On")
+    assert camera.SetEnumValueStr("TriggerSource", "Software")
     enable(camera, "ExposureEnd")
     ended = []
     device.RegisterEvent(EXPOSURE_END, lambda data, size, key: ended.append(bytes(data)))
-    camera.SetEnumValueStr("AcquisitionMode", "MultiFrame")
-    camera.SetIntegerValue("AcquisitionFrameCount", 7)
     assert stream.StartAcquisition()
-    for _ in range(7):
-        stream.QueueBuffer(stream.GetBuffer(2000))
-    assert wait_for(lambda: len(ended) == 7)
+    for frame in range(7):
+        assert camera.ExecuteCommand("TriggerSoftware")
+        stream.QueueBuffer(stream.GetBuffer(20000))
+        assert wait_for(lambda: len(ended) == frame + 1, 20)
     assert [struct.unpack(">Q", data[16:24])[0] for data in ended] == list(range(7))
     device.UnRegisterEvent(EXPOSURE_END, None)
 
