@@ -19,7 +19,7 @@ bool parseIpv4(const char* text, std::uint32_t* address)
         for (; *text >= '0' && *text <= '9' && digits < 3; ++digits) {
             value = value * 10 + static_cast<unsigned>(*text++ - '0');
         }
-        if (digits == 0 || value > 255) {
+        if (digits == 0 || value > 255 || (digits > 1 && text[-digits] == '0')) {
             return false;
         }
         result = (result << 8U) | value;
@@ -41,6 +41,23 @@ std::string formatIpv4(std::uint32_t address)
         }
         text += '.';
     }
+}
+
+bool isHostSetting(std::uint32_t address, std::uint32_t mask, std::uint32_t gateway)
+{
+    const std::uint32_t hostBits = ~mask;
+    if (mask == 0 || hostBits < 3 || (hostBits & (hostBits + 1)) != 0) {
+        return false;
+    }
+    const auto isHost = [&](std::uint32_t one) {
+        const std::uint32_t host = one & hostBits;
+        return host != 0 && host != hostBits;
+    };
+    const std::uint32_t first = address >> 24U;
+    if (first == 0 || first >= 224 || !isHost(address)) {
+        return false;
+    }
+    return gateway == 0 || ((gateway & mask) == (address & mask) && isHost(gateway));
 }
 
 } // namespace base

@@ -97,8 +97,9 @@ Feature& Feature::constant(std::int64_t value)
     return this->value(value);
 }
 
-Feature& Feature::inPort(std::string port, std::uint64_t address)
+Feature& Feature::inPort(std::string port, std::uint64_t address, bool littleEndian)
 {
+    littleEndian_ = littleEndian;
     port_ = std::move(port);
     address_ = address;
     access_ = Access::ReadOnly;
@@ -202,7 +203,7 @@ std::int32_t Feature::check(const FeatureValue& value, std::size_t index) const
         });
         break;
     case FeatureType::String:
-        good = std::get<std::string>(value).size() < length_;
+        good = std::get<std::string>(value).size() <= length_;
         break;
     case FeatureType::Command:
     case FeatureType::Category:

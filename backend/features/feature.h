@@ -79,7 +79,8 @@ public:
     Feature& limits(std::function<FloatLimits(std::size_t index)> limits);
 
     // Registers.
-    /// Integers: 8 (signed) by default, or 4 (unsigned). Strings: capacity with the closing NUL.
+    /// Integers: 8 (signed) by default, or 4 (unsigned). Strings: capacity; a text that fills it
+    /// has no closing NUL.
     Feature& bytes(std::uint32_t count) { return length_ = count, *this; }
     /// The register holds value times `factor` as an integer; a Converter makes it a float again.
     Feature& scaledBy(double factor) { return scale_ = factor, *this; }
@@ -89,7 +90,7 @@ public:
     /// An integer without register: always this value. Read only.
     Feature& constant(std::int64_t value);
     /// A read-only feature at `address` of an event or chunk port instead of the module's own.
-    Feature& inPort(std::string port, std::uint64_t address);
+    Feature& inPort(std::string port, std::uint64_t address, bool littleEndian = false);
     /// Unavailable features answer -1005.
     Feature& availableIf(std::function<bool()> test) { return available_ = std::move(test), *this; }
     /// Locked features are readable and answer -1005 to writes.
@@ -164,6 +165,7 @@ private:
     std::string formula_;
     std::vector<std::pair<std::string, std::string>> variables_;
     std::string port_;
+    bool littleEndian_ = false;
     std::uint64_t address_ = 0; ///< Of the block of registers of index 0.
     std::uint64_t stride_ = 0;  ///< From one index to the next.
     std::function<bool()> available_;

@@ -215,7 +215,7 @@ std::int32_t FeatureTable::readRegister(const Register& reg, unsigned char* byte
         const FeatureValue value = feature.current(reg.index);
         if (const auto* text = std::get_if<std::string>(&value)) {
             std::memset(bytes, 0, reg.size);
-            std::copy_n(text->begin(), std::min<std::size_t>(text->size(), reg.size - 1), bytes);
+            std::copy_n(text->begin(), std::min<std::size_t>(text->size(), reg.size), bytes);
             return gentl::err::kSuccess;
         }
         if (const auto* real = std::get_if<double>(&value)) {

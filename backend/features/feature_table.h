@@ -47,7 +47,7 @@ public:
     Feature& real(const std::string& name, const std::string& toolTip);
     Feature& boolean(const std::string& name, const std::string& toolTip);
     Feature& enumeration(const std::string& name, const std::string& toolTip);
-    /// `capacity` bytes with the closing NUL.
+    /// `capacity` bytes; a text that fills them has no closing NUL.
     Feature& string(const std::string& name, const std::string& toolTip, std::uint32_t capacity);
     Feature& command(const std::string& name, const std::string& toolTip);
     void port(const std::string& name, bool chunk, std::uint64_t id);

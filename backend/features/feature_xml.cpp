@@ -146,6 +146,10 @@ void FeatureXml::common(const Feature& feature)
     if (feature.locked_) {
         element("pIsLocked", feature.name_ + "RegLocked");
     }
+    if (feature.constant_) {
+        // A literal value would be the host's to change.
+        element("ImposedAccessMode", "RO");
+    }
     if (feature.type_ != FeatureType::Category && feature.type_ != FeatureType::Command) {
         if (feature.streamable_) {
             element("Streamable", "Yes");
@@ -297,7 +301,7 @@ void FeatureXml::valueRegister(const Feature& feature)
     if (!isFloatRegister) {
         element("Sign", feature.length_ == 8 ? "Signed" : "Unsigned");
     }
-    element("Endianess", "BigEndian");
+    element("Endianess", feature.littleEndian_ ? "LittleEndian" : "BigEndian");
     close(tag);
     if (feature.type_ == FeatureType::Float && feature.scale_ != 0.0) {
         open("Converter", feature.name_ + "Converter");

@@ -14,7 +14,8 @@ namespace gentl
 namespace
 {
 
-constexpr std::uint32_t kMaxDevices = 1024;
+/// More than any interface has; a producer that claims more is not believed.
+constexpr std::uint32_t kMaxDevices = 65536;
 
 struct TypeName {
     const char* name;

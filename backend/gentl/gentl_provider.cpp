@@ -1,6 +1,7 @@
 // A GenTL producer as a source of transport interfaces.
 #include "gentl/gentl_provider.h"
 
+#include "base/log.h"
 #include "gentl/info.h"
 
 #include <algorithm>
@@ -10,7 +11,8 @@ namespace gentl
 
 namespace
 {
-constexpr std::uint32_t kMaxInterfaces = 256;
+/// More than any host has; a producer that claims more is not believed.
+constexpr std::uint32_t kMaxInterfaces = 65536;
 constexpr std::uint64_t kUpdateTimeoutMs = 1000;
 } // namespace
 
@@ -43,6 +45,10 @@ std::vector<core::TransportInterface*> GentlProvider::updateInterfaces()
     if (api_->call<&FunctionTable::TLGetNumInterfaces>("TLGetNumInterfaces", system_, &count) !=
         err::kSuccess) {
         return present;
+    }
+    if (count > kMaxInterfaces) {
+        base::warn(base::LogChannel::GenTL, "%s claims %u interfaces; %u are looked at",
+                   api_->name().c_str(), count, kMaxInterfaces);
     }
     for (std::uint32_t index = 0; index < std::min(count, kMaxInterfaces); ++index) {
         const auto id = askId([&](char* text, std::size_t* size) {

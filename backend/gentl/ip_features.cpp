@@ -13,7 +13,7 @@ using namespace std::chrono_literals;
 namespace
 {
 constexpr const char* kSelector = "DeviceSelector";
-constexpr std::int64_t kMaxDevices = 1024;
+constexpr std::int64_t kMaxDevices = 65536;
 constexpr auto kForceTime = 5s;
 } // namespace
 

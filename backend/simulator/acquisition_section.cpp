@@ -267,8 +267,13 @@ bool AcquisitionSection::isWaitingFor(std::size_t trigger) const
     if (trigger == kAcquisitionStart) {
         return !acquisitionTriggered_;
     }
-    const bool burstIsRunning = trigger == kFrameBurstStart && burstLeft_ != 0;
-    return acquisitionTriggered_ && !burstIsRunning && context_.now() >= earliestNs_;
+    const bool burstIsRunning = burstLeft_ != 0;
+    // A frame of a burst can only be triggered when its burst was.
+    const bool fits =
+        trigger == kFrameBurstStart
+            ? !burstIsRunning
+            : !isTriggered(kFrameBurstStart) || burstIsRunning || pending_[kFrameBurstStart].set;
+    return acquisitionTriggered_ && fits && context_.now() >= earliestNs_;
 }
 
 void AcquisitionSection::softwareTrigger(std::size_t trigger)

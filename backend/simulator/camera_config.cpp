@@ -93,6 +93,14 @@ std::vector<std::string> defaultPixelFormats(SensorKind sensor)
     }
 }
 
+WireFormat wireFormatOf(const std::string& tlType)
+{
+    if (tlType == "GEV") {
+        return WireFormat::GigEVision;
+    }
+    return tlType == "U3V" ? WireFormat::Usb3Vision : WireFormat::Plain;
+}
+
 std::vector<InterfaceConfig> defaultInterfaces()
 {
     auto gige = interface("ZelSimGigE", "Simulated GigE Vision interface", "GEV");
@@ -124,7 +132,13 @@ std::vector<InterfaceConfig> defaultInterfaces()
     sdi.cameras.back().maxFrameRate = 60.0;
     sdi.cameras.back().linkBytesPerSecond = kHdSdi;
 
-    return {gige, usb, cameraLink, coaxPress, sdi};
+    std::vector<InterfaceConfig> interfaces = {gige, usb, cameraLink, coaxPress, sdi};
+    for (InterfaceConfig& one : interfaces) {
+        for (CameraConfig& camera : one.cameras) {
+            camera.wire = wireFormatOf(one.tlType);
+        }
+    }
+    return interfaces;
 }
 
 std::vector<InterfaceConfig> interfacesFromEnvironment(std::string* error, bool offHides)

@@ -18,6 +18,16 @@ struct IpConfig {
 /// What the sensor sees.
 enum class SensorKind { Mono, BayerGR, BayerRG, BayerGB, BayerBG, Color };
 
+/// How chunks and events lie in memory; the standard of the transport layer decides.
+enum class WireFormat {
+    Plain, ///< Chunks without anything between them; events of three 64-bit big-endian numbers.
+    GigEVision,
+    Usb3Vision,
+};
+
+/// Of a GenTL transport layer type (GEV, U3V; all others: Plain).
+WireFormat wireFormatOf(const std::string& tlType);
+
 /// One simulated camera.
 struct CameraConfig {
     std::string vendor;
@@ -32,6 +42,7 @@ struct CameraConfig {
     double maxFrameRate = 100.0;           ///< Frames per second at full size, Mono8.
     std::uint64_t linkBytesPerSecond = 0;  ///< 0: no limit.
     bool hasNetwork = false;               ///< GigE: IP settings and features.
+    WireFormat wire = WireFormat::Plain;
     IpConfig ip;
     std::string macAddress;  ///< "02:5a:43:00:00:01"
     std::uint64_t seed = 1;  ///< Noise and scene are repeatable.

@@ -1,4 +1,5 @@
 // Simulated interfaces and cameras from a JSON file.
+#include "base/ipv4.h"
 #include "simulator/camera_config.h"
 #include "simulator/pixel_format.h"
 #include "simulator/scene.h"
@@ -7,12 +8,12 @@
 
 #include <algorithm>
 #include <array>
-#include <cctype>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <initializer_list>
 #include <limits>
+#include <set>
 #include <stdexcept>
 #include <utility>
 
@@ -25,7 +26,7 @@ namespace
 using Json = nlohmann::json;
 
 constexpr std::int64_t kLargestSide = 32768;
-constexpr std::int64_t kMostCameras = 256;
+constexpr std::int64_t kMostCameras = 10000;
 
 /// A mistake in the file; the text names the place.
 struct Mistake : std::runtime_error {
@@ -134,21 +135,8 @@ std::uint32_t ipNumber(const Section& section, const char* key, std::uint32_t fa
     }
     const std::string text = section.text(key, "");
     std::uint32_t address = 0;
-    std::size_t place = 0;
-    for (int part = 0; part < 4; ++part) {
-        std::uint32_t value = 0;
-        std::size_t digits = 0;
-        while (place < text.size() && std::isdigit(static_cast<unsigned char>(text[place])) != 0 &&
-               digits < 3) {
-            value = value * 10 + static_cast<std::uint32_t>(text[place++] - '0');
-            ++digits;
-        }
-        const bool endsWell =
-            part == 3 ? place == text.size() : place < text.size() && text[place++] == '.';
-        if (digits == 0 || value > 255 || !endsWell) {
-            section.fail(key, "expected an IPv4 address such as 192.168.0.1");
-        }
-        address = address << 8 | value;
+    if (!base::parseIpv4(text.c_str(), &address)) {
+        section.fail(key, "expected an IPv4 address such as 192.168.0.1");
     }
     return address;
 }
@@ -231,6 +219,7 @@ CameraConfig readCamera(const Section& section, const InterfaceConfig& parent, R
     if (camera.linkBytesPerSecond != 0 && camera.linkBytesPerSecond < 1000000) {
         section.fail("linkBytesPerSecond", "expected 0 or at least 1000000");
     }
+    camera.wire = wireFormatOf(parent.tlType);
     camera.hasNetwork = section.boolean("network", parent.tlType == "GEV");
     camera.ip.address = ipNumber(section, "ip", 0xC0A86500 + number % 250 + 1);
     camera.ip.mask = ipNumber(section, "mask", 0xFFFFFF00);
@@ -252,12 +241,17 @@ CameraConfig copyOf(CameraConfig camera, std::uint32_t n)
     camera.serialNumber += '-' + std::to_string(n + 1);
     camera.seed += n;
     camera.ip.address += n;
-    std::array<char, 24> tail{};
-    std::snprintf(tail.data(), tail.size(), ":%02x", n & 255);
-    // The last but one byte keeps copies of different cameras apart.
-    if (camera.macAddress.size() == 17) {
-        camera.macAddress =
-            camera.macAddress.substr(0, 9) + camera.macAddress.substr(12) + tail.data();
+    // The last but one byte keeps copies of different cameras apart; more than fit into the last
+    // one count on in the third.
+    unsigned third = 0;
+    if (camera.macAddress.size() == 17 &&
+        std::sscanf(camera.macAddress.c_str() + 6, "%2x", &third) == 1) {
+        std::array<char, 24> head{};
+        std::array<char, 24> tail{};
+        std::snprintf(head.data(), head.size(), "%02x:", (third + n / 256) & 255);
+        std::snprintf(tail.data(), tail.size(), ":%02x", n & 255);
+        camera.macAddress = camera.macAddress.substr(0, 6) + head.data() +
+                            camera.macAddress.substr(12) + tail.data();
     }
     return camera;
 }
@@ -282,12 +276,9 @@ void readCameras(const Section& section, InterfaceConfig& parent, Reading& readi
                                                 : copyOf(camera, static_cast<std::uint32_t>(i)));
         }
     }
+    std::set<std::pair<std::string, std::string>> known;
     for (const CameraConfig& camera : parent.cameras) {
-        const auto same = std::count_if(
-            parent.cameras.begin(), parent.cameras.end(), [&](const CameraConfig& other) {
-                return other.model == camera.model && other.serialNumber == camera.serialNumber;
-            });
-        if (same > 1) {
+        if (!known.emplace(camera.model, camera.serialNumber).second) {
             section.fail("cameras", "serial number " + camera.serialNumber + " stands there twice");
         }
     }

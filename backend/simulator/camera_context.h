@@ -3,7 +3,7 @@
 
 #include "features/feature_table.h"
 #include "simulator/camera_config.h"
-#include "simulator/camera_model.h"
+#include "simulator/camera_frame.h"
 
 #include <chrono>
 #include <cstdint>

@@ -1,68 +1,337 @@
-// The public face of a simulated camera.
+// One lock around the sections of a camera, and what needs several of them.
 #include "simulator/camera_model.h"
 
-#include "simulator/camera_state.h"
+#include "gentl_abi/gentl_abi.h"
+
+#include <algorithm>
+#include <cstring>
+#include <type_traits>
 
 namespace simulator
 {
 
-CameraModel::CameraModel(const CameraConfig& config) : state_(std::make_unique<CameraState>(config))
+namespace
 {
+
+/// Plans that a host forgot to end; more than any host has in flight.
+constexpr std::size_t kMostLatched = 256;
+
+/// A C identifier, as the head of the description wants it.
+std::string identifier(std::string text)
+{
+    for (char& c : text) {
+        const bool isPlain =
+            (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
+        c = isPlain ? c : '_';
+    }
+    return text;
 }
 
-CameraModel::~CameraModel() = default;
+ModuleIdentity identityOf(const CameraConfig& config)
+{
+    return {identifier(config.vendor),
+            identifier(config.model),
+            "Simulated camera " + config.model,
+            config.hasNetwork ? "GEV" : "None",
+            "6D1E7A52-8C0B-4D3F-9A61-3B52E0C7F410",
+            "0B7C9E34-52A8-4E16-8F7D-C1A46D20E995"};
+}
 
-void CameraModel::setObserver(CameraObserver* observer) { state_->setObserver(observer); }
+} // namespace
 
-const std::string& CameraModel::xml() const { return state_->xml(); }
+CameraModel::CameraModel(const CameraConfig& config)
+    : table_(identityOf(config), kRegisterBase), context_(config, table_),
+      device_(context_, [this] { powerLoss(); }),
+      image_(context_, [this] { return device_.hasRateForWideFormats(); }), analog_(context_),
+      chunks_(context_), events_(context_),
+      acquisition_(context_, events_,
+                   {[this] { return readoutNs(); }, [this] { return transferNs(); }}),
+      userSets_(context_,
+                [this] {
+                    image_.fitWindow();
+                    context_.pictureChanged();
+                }),
+      transport_(context_, [this] { return payload(); }), memory_(context_),
+      faults_(context_, events_, [this] { powerLoss(); })
+{
+    context_.linkChanged = [this] { image_.fitFormat(); };
+    table_.finish();
+    acquisition_.setFaults(&faults_);
+    userSets_.keepFactorySettings();
+    if (!config.imageSource.empty()) {
+        std::string error;
+        scenes_ = loadScenes(config.imageSource, &error);
+    }
+    if (scenes_.empty()) {
+        scenes_.push_back(Scene::generated());
+    }
+}
 
-std::uint64_t CameraModel::xmlAddress() const { return kXmlBase; }
+template <typename Action> auto CameraModel::run(Action action)
+{
+    using Result = decltype(action());
+    std::vector<CameraContext::Message> messages;
+    if constexpr (std::is_void_v<Result>) {
+        {
+            const std::lock_guard<std::mutex> lock(mutex_);
+            action();
+            messages.swap(context_.messages);
+        }
+        deliver(messages);
+    } else {
+        std::unique_lock<std::mutex> lock(mutex_);
+        Result result = action();
+        messages.swap(context_.messages);
+        lock.unlock();
+        deliver(messages);
+        return result;
+    }
+}
+
+void CameraModel::deliver(const std::vector<CameraContext::Message>& messages)
+{
+    if (messages.empty()) {
+        return;
+    }
+    std::unique_lock<std::mutex> lock(observerMutex_);
+    CameraObserver* observer = observer_;
+    if (observer == nullptr) {
+        return;
+    }
+    ++callsUnderWay_;
+    lock.unlock();
+    for (const auto& message : messages) {
+        message(*observer);
+    }
+    lock.lock();
+    --callsUnderWay_;
+    observerFree_.notify_all();
+}
+
+void CameraModel::setObserver(CameraObserver* observer)
+{
+    std::unique_lock<std::mutex> lock(observerMutex_);
+    observer_ = observer;
+    if (observer == nullptr) {
+        observerFree_.wait(lock, [this] { return callsUnderWay_ == 0; });
+    }
+}
 
 std::int32_t CameraModel::read(std::uint64_t address, void* data, std::size_t size)
 {
-    return state_->read(address, data, size);
+    const std::string& description = table_.xml();
+    if (liesIn(address, size, kXmlBase, description.size())) {
+        std::memcpy(data, description.data() + (address - kXmlBase), size);
+        return gentl::err::kSuccess;
+    }
+    return run([&] {
+        if (const std::int32_t refused = faults_.nextAccess(); refused != 0) {
+            return refused;
+        }
+        const bool isRegister = liesIn(address, size, table_.base(), table_.end() - table_.base());
+        return isRegister ? table_.read(address, data, size) : memory_.read(address, data, size);
+    });
 }
 
 std::int32_t CameraModel::write(std::uint64_t address, const void* data, std::size_t size)
 {
-    return state_->write(address, data, size);
+    if (liesIn(address, size, kXmlBase, table_.xml().size())) {
+        return gentl::err::kAccessDenied;
+    }
+    return run([&] {
+        if (const std::int32_t refused = faults_.nextAccess(); refused != 0) {
+            return refused;
+        }
+        const bool isRegister = liesIn(address, size, table_.base(), table_.end() - table_.base());
+        return isRegister ? table_.write(address, data, size) : memory_.write(address, data, size);
+    });
 }
 
-const CameraConfig& CameraModel::config() const { return state_->config(); }
+std::uint64_t CameraModel::payload() const
+{
+    return chunks_.payload(image_.imageBytes(), chunks_.enabled());
+}
 
-std::string CameraModel::userDefinedName() { return state_->userDefinedName(); }
+std::uint64_t CameraModel::readoutNs() const
+{
+    const double frame = 1e9 / context_.config.maxFrameRate;
+    const double lines = static_cast<double>(image_.linesRead());
+    return static_cast<std::uint64_t>(frame * lines / context_.config.sensorHeight);
+}
 
-IpConfig CameraModel::ip() { return state_->ip(); }
+std::uint64_t CameraModel::transferNs() const
+{
+    return static_cast<std::uint64_t>(static_cast<double>(payload()) * 1e9 /
+                                      static_cast<double>(device_.linkRate()));
+}
 
-void CameraModel::forceIp(const IpConfig& ip) { state_->forceIp(ip); }
+void CameraModel::powerLoss()
+{
+    acquisition_.stop();
+    events_.disableAll();
+    transport_.restart();
+    userSets_.loadDefault();
+}
 
-std::uint64_t CameraModel::now() const { return state_->now(); }
+void CameraModel::latch(FramePlan& plan)
+{
+    if (context_.pictureIsStale || renderer_ == nullptr) {
+        PictureSettings settings;
+        image_.fill(settings);
+        analog_.fill(settings);
+        settings.exposureUs = acquisition_.exposureUs();
+        settings.seed = context_.config.seed;
+        renderer_ = std::make_shared<PictureRenderer>(settings, scenes_);
+        context_.pictureIsStale = false;
+    }
+    const PictureSettings& settings = renderer_->settings();
+    LatchedFrame frame;
+    frame.renderer = renderer_;
+    frame.chunks = chunks_.enabled();
+    frame.values = {plan.frameId,     plan.startNs,     settings.exposureUs,
+                    settings.gainDb,  settings.width,   settings.height,
+                    settings.offsetX, settings.offsetY, settings.format->code};
+    plan.settings = nextHandle_++;
+    latched_.emplace(plan.settings, std::move(frame));
+    if (latched_.size() > kMostLatched) {
+        latched_.erase(latched_.begin());
+    }
+}
 
-std::uint64_t CameraModel::payloadSize() { return state_->payloadSize(); }
+FramePlan CameraModel::nextFrame()
+{
+    return run([this] {
+        FramePlan plan = acquisition_.next();
+        if (plan.expose) {
+            latch(plan);
+        }
+        return plan;
+    });
+}
 
-void CameraModel::setTransportLocked(bool locked) { state_->setTransportLocked(locked); }
+void CameraModel::frameStarted(const FramePlan& plan)
+{
+    run([&] {
+        const auto it = latched_.find(plan.settings);
+        if (it != latched_.end() && !it->second.isExposing) {
+            it->second.isExposing = true;
+            acquisition_.started(plan);
+        }
+    });
+}
 
-void CameraModel::sessionClosed() { state_->sessionClosed(); }
+void CameraModel::endExposure(const FramePlan& plan)
+{
+    const auto it = latched_.find(plan.settings);
+    if (it != latched_.end() && it->second.isExposing) {
+        it->second.isExposing = false;
+        acquisition_.exposed(plan);
+    }
+}
 
-FramePlan CameraModel::nextFrame() { return state_->nextFrame(); }
-
-void CameraModel::frameStarted(const FramePlan& plan) { state_->frameStarted(plan); }
-
-void CameraModel::exposureEnded(const FramePlan& plan) { state_->exposureEnded(plan); }
+void CameraModel::exposureEnded(const FramePlan& plan)
+{
+    run([&] { endExposure(plan); });
+}
 
 std::int32_t CameraModel::render(const FramePlan& plan, void* memory, std::size_t capacity,
                                  FrameLayout* layout)
 {
-    return state_->render(plan, memory, capacity, layout);
+    LatchedFrame frame;
+    const bool known = run([&] {
+        const auto it = latched_.find(plan.settings);
+        if (it == latched_.end()) {
+            return false;
+        }
+        frame = it->second;
+        return true;
+    });
+    if (!known) {
+        return gentl::err::kInvalidParameter;
+    }
+    const PictureSettings& settings = frame.renderer->settings();
+    *layout = {};
+    layout->imageSize = frame.renderer->imageBytes();
+    layout->chunkLayoutId = frame.chunks;
+    layout->size = chunks_.payload(layout->imageSize, frame.chunks);
+    layout->chunkBytes = chunks_.chunkBytes(layout->imageSize, frame.chunks);
+    layout->pixelFormat = settings.format->code;
+    layout->width = settings.width;
+    layout->height = settings.height;
+    layout->offsetX = settings.offsetX;
+    layout->offsetY = settings.offsetY;
+    layout->timestampNs = plan.startNs;
+
+    const auto draw = [&](unsigned char* target) {
+        frame.renderer->render(plan.frameId, target);
+        chunks_.write(frame.values, layout->imageSize, frame.chunks, target);
+    };
+    if (capacity >= layout->size) {
+        draw(static_cast<unsigned char*>(memory));
+        return gentl::err::kSuccess;
+    }
+    std::vector<unsigned char> aside(layout->size);
+    draw(aside.data());
+    std::memcpy(memory, aside.data(), capacity);
+    return gentl::err::kBufferTooSmall;
 }
 
 std::size_t CameraModel::chunks(const FrameLayout& layout, ChunkPlace* places, std::size_t capacity)
 {
-    return ChunkSection::places(layout.imageSize, layout.chunkLayoutId, places, capacity);
+    return chunks_.places(layout.imageSize, layout.chunkLayoutId, places, capacity);
 }
 
-void CameraModel::frameDropped(const FramePlan& plan) { state_->endFrame(plan, true); }
+void CameraModel::endFrame(const FramePlan& plan, bool dropped)
+{
+    run([&] {
+        endExposure(plan);
+        if (latched_.erase(plan.settings) == 0) {
+            return;
+        }
+        if (dropped) {
+            events_.fire(CameraEvent::FrameLost, context_.now(), plan.frameId);
+        }
+        acquisition_.finished(plan);
+    });
+}
 
-void CameraModel::frameDone(const FramePlan& plan) { state_->endFrame(plan, false); }
+std::string CameraModel::userDefinedName()
+{
+    return run([this] { return device_.userId(); });
+}
+
+IpConfig CameraModel::ip()
+{
+    return run([this] { return transport_.ip(); });
+}
+
+void CameraModel::forceIp(const IpConfig& ip)
+{
+    run([&] { transport_.forceIp(ip); });
+}
+
+std::uint64_t CameraModel::payloadSize()
+{
+    return run([this] { return payload(); });
+}
+
+void CameraModel::setTransportLocked(bool locked)
+{
+    run([&] {
+        transport_.setLocked(locked);
+        if (locked) {
+            acquisition_.hostStarted();
+        }
+    });
+}
+
+void CameraModel::sessionClosed()
+{
+    run([this] {
+        acquisition_.stop();
+        events_.disableAll();
+        transport_.setLocked(false);
+    });
+}
 
 } // namespace simulator

@@ -1,71 +1,31 @@
 // A simulated camera without its host side: registers, GenICam description, pictures, timing.
 #pragma once
 
+#include "simulator/acquisition_section.h"
+#include "simulator/analog_section.h"
 #include "simulator/camera_config.h"
+#include "simulator/camera_context.h"
+#include "simulator/camera_frame.h"
+#include "simulator/chunk_section.h"
+#include "simulator/device_memory.h"
+#include "simulator/device_section.h"
+#include "simulator/event_section.h"
+#include "simulator/fault_section.h"
+#include "simulator/image_section.h"
+#include "simulator/transport_section.h"
+#include "simulator/user_set_section.h"
 
+#include <condition_variable>
 #include <cstddef>
 #include <cstdint>
+#include <map>
 #include <memory>
+#include <mutex>
 #include <string>
+#include <vector>
 
 namespace simulator
 {
-
-class CameraState;
-
-/// What a camera tells the host side that carries it. Called on the thread that wrote the register
-/// or rendered the frame, with no lock of the model held.
-class CameraObserver
-{
-public:
-    virtual ~CameraObserver() = default;
-    /// AcquisitionStart, AcquisitionStop and AcquisitionAbort were executed.
-    virtual void acquisitionStarted() = 0;
-    virtual void acquisitionStopped() = 0;
-    /// A software trigger was accepted: one frame (or burst) is to be exposed now.
-    virtual void triggered() = 0;
-    /// An enabled event: its GenICam EventID and the bytes of its event port, offset 0 first.
-    virtual void event(std::uint64_t eventId, const void* data, std::size_t size) = 0;
-    /// Something changed that hosts keep copies of: device identity, user name, IP settings.
-    virtual void identityChanged() = 0;
-    /// DeviceReset or the unplug fault: the device leaves now and is back after this time
-    /// (all ones: it stays away).
-    virtual void unplugged(std::uint64_t backAfterMs) = 0;
-};
-
-/// What becomes of the next frame; decided by the model from settings, trigger state and faults.
-struct FramePlan {
-    bool expose = false;       ///< False: nothing to do until triggered or started again.
-    bool lastOfRun = false;    ///< Single and multi frame: acquisition ends after this one.
-    std::uint64_t frameId = 0; ///< Counted from 0 at each AcquisitionStart, lost frames included.
-    std::uint64_t startNs = 0; ///< Start of exposure, camera clock.
-    std::uint64_t exposureEndNs = 0;
-    std::uint64_t readyNs = 0; ///< When the frame is complete on the host, camera clock.
-    bool lost = false;         ///< Fault: the frame vanishes on the wire.
-    bool incomplete = false;   ///< Fault: only `lines` lines arrive; render() draws all of them.
-    std::uint64_t lines = 0;
-    std::uint64_t settings = 0; ///< Handle of the settings latched at exposure, for render().
-};
-
-/// One rendered frame as it lies in memory.
-struct FrameLayout {
-    std::uint64_t size = 0;        ///< Bytes written, chunks included.
-    std::uint64_t imageSize = 0;   ///< Bytes of the image.
-    std::uint32_t pixelFormat = 0; ///< PFNC.
-    std::uint32_t width = 0;
-    std::uint32_t height = 0;
-    std::uint32_t offsetX = 0;
-    std::uint32_t offsetY = 0;
-    std::uint64_t timestampNs = 0;
-    std::uint64_t chunkLayoutId = 0; ///< 0: no chunks; see CameraModel::chunks().
-};
-
-/// One chunk of a rendered frame; the offset counts from the start of the memory.
-struct ChunkPlace {
-    std::uint64_t id;
-    std::size_t offset;
-    std::size_t size;
-};
 
 /// Registers, description and pictures of one camera. Thread safe: one lock inside, never held
 /// while an observer is called or pixels are rendered. Codes are those of GenTL.
@@ -73,7 +33,6 @@ class CameraModel
 {
 public:
     explicit CameraModel(const CameraConfig& config);
-    ~CameraModel();
     CameraModel(const CameraModel&) = delete;
     CameraModel& operator=(const CameraModel&) = delete;
 
@@ -83,13 +42,13 @@ public:
 
     /// GenICam description, the same text for the life of the model. It also lies in the register
     /// space, at xmlAddress().
-    const std::string& xml() const;
-    std::uint64_t xmlAddress() const;
+    const std::string& xml() const { return table_.xml(); }
+    std::uint64_t xmlAddress() const { return kXmlBase; }
 
     std::int32_t read(std::uint64_t address, void* data, std::size_t size);
     std::int32_t write(std::uint64_t address, const void* data, std::size_t size);
 
-    const CameraConfig& config() const;
+    const CameraConfig& config() const { return context_.config; }
     /// Present identity and network settings (registers may have changed them).
     std::string userDefinedName();
     IpConfig ip();
@@ -97,7 +56,7 @@ public:
     void forceIp(const IpConfig& ip);
 
     /// Nanoseconds of the camera clock.
-    std::uint64_t now() const;
+    std::uint64_t now() const { return context_.now(); }
     std::uint64_t payloadSize();
     /// The host locks and unlocks what must not change during an acquisition (TLParamsLocked).
     void setTransportLocked(bool locked);
@@ -122,12 +81,54 @@ public:
     /// last frame; that end is not reported through acquisitionStopped().
     ///
     /// The host found no buffer for a planned frame: the camera's lost-frame event and counter.
-    void frameDropped(const FramePlan& plan);
+    void frameDropped(const FramePlan& plan) { endFrame(plan, true); }
     /// A frame was delivered, or lost on its way (plan.lost).
-    void frameDone(const FramePlan& plan);
+    void frameDone(const FramePlan& plan) { endFrame(plan, false); }
 
 private:
-    std::unique_ptr<CameraState> state_;
+    /// Settings of a planned frame, as they were at the start of its exposure.
+    struct LatchedFrame {
+        std::shared_ptr<const PictureRenderer> renderer;
+        ChunkValues values;
+        std::uint64_t chunks = 0;
+        bool isExposing = false; ///< Started, and its exposure-end event is still to come.
+    };
+
+    /// Calls `action` under the lock; then the observer, without it.
+    template <typename Action> auto run(Action action);
+    void deliver(const std::vector<CameraContext::Message>& messages);
+    void latch(FramePlan& plan);
+    void endFrame(const FramePlan& plan, bool dropped);
+    void endExposure(const FramePlan& plan);
+    void powerLoss();
+    std::uint64_t payload() const;
+    std::uint64_t readoutNs() const;
+    std::uint64_t transferNs() const;
+
+    std::mutex mutex_;
+    FeatureTable table_;
+    CameraContext context_;
+    // In the order in which their categories are listed.
+    DeviceSection device_;
+    ImageSection image_;
+    AnalogSection analog_;
+    ChunkSection chunks_;
+    EventSection events_;
+    AcquisitionSection acquisition_;
+    UserSetSection userSets_;
+    TransportSection transport_;
+    DeviceMemory memory_;
+    FaultSection faults_;
+
+    std::vector<std::shared_ptr<const Scene>> scenes_;
+    std::shared_ptr<const PictureRenderer> renderer_;
+    std::map<std::uint64_t, LatchedFrame> latched_;
+    std::uint64_t nextHandle_ = 1;
+
+    std::mutex observerMutex_;
+    std::condition_variable observerFree_;
+    CameraObserver* observer_ = nullptr;
+    std::size_t callsUnderWay_ = 0;
 };
 
 } // namespace simulator

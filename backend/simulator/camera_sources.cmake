@@ -2,7 +2,7 @@
 find_package(PNG REQUIRED)
 foreach(source
         acquisition_section analog_section camera_config camera_config_json camera_model
-        camera_state chunk_section color_writer device_memory device_section event_section
+        chunk_section color_writer device_memory device_section event_section
         fault_section image_section picture_renderer
         pixel_format pixel_packer scene scene_files transport_section user_set_section)
     target_sources(zel_backend_simulator PRIVATE ${CMAKE_CURRENT_LIST_DIR}/${source}.cpp)

@@ -1,6 +1,8 @@
 // Chunk data of a simulated camera.
 #include "simulator/chunk_section.h"
 
+#include "base/endian.h"
+
 #include <array>
 #include <cstring>
 #include <string>
@@ -11,8 +13,9 @@ namespace simulator
 namespace
 {
 
-constexpr std::uint64_t kFirstChunkId = 0xA001;
+constexpr std::uint64_t kFirstChunkId = kImageChunkId + 1;
 constexpr std::size_t kChunkSize = 8;
+constexpr std::size_t kTrailerSize = 8;
 
 struct ChunkText {
     const char* name;
@@ -47,7 +50,7 @@ std::uint64_t bitsOf(double value)
 
 } // namespace
 
-ChunkSection::ChunkSection(CameraContext& context)
+ChunkSection::ChunkSection(CameraContext& context) : wire_(context.config.wire)
 {
     FeatureTable& table = context.table;
     table.category("ChunkDataControl", "Facts about a frame, delivered behind its image.");
@@ -82,31 +85,58 @@ std::uint64_t ChunkSection::enabled() const
 }
 
 std::size_t ChunkSection::places(std::uint64_t imageBytes, std::uint64_t enabled,
-                                 ChunkPlace* places, std::size_t capacity)
+                                 ChunkPlace* places, std::size_t capacity) const
 {
     std::size_t count = 0;
+    std::uint64_t offset = aligned(imageBytes) + (hasTrailers() ? kTrailerSize : 0);
     for (std::size_t i = 0; i < kChunks.size(); ++i) {
         if ((enabled >> i & 1) == 0) {
             continue;
         }
         if (count < capacity) {
-            places[count] = {kFirstChunkId + i,
-                             static_cast<std::size_t>(aligned(imageBytes)) + count * kChunkSize,
-                             kChunkSize};
+            places[count] = {kFirstChunkId + i, static_cast<std::size_t>(offset), kChunkSize};
         }
+        offset += kChunkSize + (hasTrailers() ? kTrailerSize : 0);
         ++count;
     }
     return count;
 }
 
-std::uint64_t ChunkSection::payload(std::uint64_t imageBytes, std::uint64_t enabled)
+std::uint64_t ChunkSection::payload(std::uint64_t imageBytes, std::uint64_t enabled) const
 {
     const std::size_t count = places(imageBytes, enabled, nullptr, 0);
-    return count == 0 ? imageBytes : aligned(imageBytes) + count * kChunkSize;
+    if (count == 0) {
+        return imageBytes;
+    }
+    const std::uint64_t trailers = hasTrailers() ? (count + 1) * kTrailerSize : 0;
+    return aligned(imageBytes) + count * kChunkSize + trailers;
+}
+
+std::uint64_t ChunkSection::chunkBytes(std::uint64_t imageBytes, std::uint64_t enabled) const
+{
+    const std::uint64_t all = payload(imageBytes, enabled);
+    return hasTrailers() && enabled != 0 ? all : all - imageBytes;
+}
+
+unsigned char* ChunkSection::writeTrailer(std::uint32_t id, std::uint64_t length,
+                                          unsigned char* out) const
+{
+    const auto bytes = static_cast<std::uint32_t>(length);
+    if (wire_ == WireFormat::GigEVision) {
+        base::storeBig(out, id);
+        base::storeBig(out + 4, bytes);
+        return out + kTrailerSize;
+    }
+    if (wire_ == WireFormat::Usb3Vision) {
+        base::storeLittle(out, id);
+        base::storeLittle(out + 4, bytes);
+        return out + kTrailerSize;
+    }
+    return out;
 }
 
 void ChunkSection::write(const ChunkValues& values, std::uint64_t imageBytes, std::uint64_t enabled,
-                         unsigned char* memory)
+                         unsigned char* memory) const
 {
     const std::array<std::uint64_t, kChunks.size()> raw = {
         values.frameId,        values.timestampNs, bitsOf(values.exposureUs),
@@ -116,13 +146,13 @@ void ChunkSection::write(const ChunkValues& values, std::uint64_t imageBytes, st
         return;
     }
     std::memset(memory + imageBytes, 0, aligned(imageBytes) - imageBytes);
-    unsigned char* out = memory + aligned(imageBytes);
+    unsigned char* out =
+        writeTrailer(kImageChunkId, aligned(imageBytes), memory + aligned(imageBytes));
     for (std::size_t i = 0; i < kChunks.size(); ++i) {
-        if ((enabled >> i & 1) == 0) {
-            continue;
-        }
-        for (std::size_t byte = 0; byte < kChunkSize; ++byte) {
-            *out++ = static_cast<unsigned char>(raw[i] >> (56 - 8 * byte));
+        if ((enabled >> i & 1) != 0) {
+            base::storeBig(out, raw[i]);
+            out = writeTrailer(static_cast<std::uint32_t>(kFirstChunkId + i), kChunkSize,
+                               out + kChunkSize);
         }
     }
 }

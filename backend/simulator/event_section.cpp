@@ -1,6 +1,7 @@
 // Events and counters of a simulated camera.
 #include "simulator/event_section.h"
 
+#include "base/endian.h"
 #include "gentl_abi/gentl_abi.h"
 
 #include <string>
@@ -29,14 +30,28 @@ constexpr std::array<EventText, kEventCount> kEvents = {{
     {"Test", "TestEventGenerate was executed."},
 }};
 
-void putBigEndian(std::uint64_t value, unsigned char* bytes)
-{
-    for (int i = 0; i < 8; ++i) {
-        bytes[i] = static_cast<unsigned char>(value >> (56 - 8 * i));
-    }
-}
-
 } // namespace
+
+std::vector<unsigned char> eventBytes(WireFormat wire, std::uint64_t eventId,
+                                      std::uint64_t timestampNs, std::uint64_t frameId)
+{
+    if (wire == WireFormat::Usb3Vision) {
+        std::vector<unsigned char> bytes(20);
+        base::storeLittle(bytes.data() + 2, static_cast<std::uint16_t>(eventId));
+        base::storeLittle(bytes.data() + 4, timestampNs);
+        base::storeLittle(bytes.data() + 12, frameId);
+        return bytes;
+    }
+    std::vector<unsigned char> bytes(24);
+    if (wire == WireFormat::GigEVision) {
+        base::storeBig(bytes.data() + 2, static_cast<std::uint16_t>(eventId));
+    } else {
+        base::storeBig(bytes.data(), eventId);
+    }
+    base::storeBig(bytes.data() + 8, timestampNs);
+    base::storeBig(bytes.data() + 16, frameId);
+    return bytes;
+}
 
 EventSection::EventSection(CameraContext& context) : context_(context)
 {
@@ -65,6 +80,7 @@ void EventSection::declareEvents()
             fire(CameraEvent::Test, context_.now(), 0);
             return gentl::err::kSuccess;
         });
+    const bool isLittle = context_.config.wire == WireFormat::Usb3Vision;
     for (std::size_t i = 0; i < kEventCount; ++i) {
         const std::string name = std::string("Event") + kEvents[i].name;
         const std::string port = name + "Port";
@@ -79,10 +95,10 @@ void EventSection::declareEvents()
         table.integer(name + "Timestamp", "Camera time of the event.")
             .unit("ns")
             .expert()
-            .inPort(port, 8);
+            .inPort(port, isLittle ? 4 : 8, isLittle);
         table.integer(name + "FrameID", "Frame that the event belongs to.")
             .expert()
-            .inPort(port, 16);
+            .inPort(port, isLittle ? 12 : 16, isLittle);
     }
 }
 
@@ -130,10 +146,7 @@ void EventSection::fire(CameraEvent event, std::uint64_t timestampNs, std::uint6
         return;
     }
     const std::uint64_t id = kFirstEventId + index;
-    std::array<unsigned char, kEventSize> data{};
-    putBigEndian(id, data.data());
-    putBigEndian(timestampNs, data.data() + 8);
-    putBigEndian(frameId, data.data() + 16);
+    const auto data = eventBytes(context_.config.wire, id, timestampNs, frameId);
     context_.post(
         [id, data](CameraObserver& observer) { observer.event(id, data.data(), data.size()); });
 }

@@ -5,6 +5,7 @@
 
 #include <array>
 #include <cstdint>
+#include <vector>
 
 namespace simulator
 {
@@ -23,8 +24,15 @@ enum class CameraEvent : std::size_t {
 
 constexpr std::uint64_t kFirstEventId = 0x9001;
 constexpr std::size_t kEventCount = 8;
-/// Bytes of an event: EventID, timestamp in ns, frame id; 64 bits each, big-endian.
-constexpr std::size_t kEventSize = 24;
+
+/// The bytes of an event, offset 0 of its event port first; they are what the wire format of the
+/// camera makes of EventID, timestamp in ns and frame id:
+/// - Plain: 64 bits each, big-endian;
+/// - GigE Vision: an EVENTDATA entry with a 16-bit block id (reserved, EventID, channel 0, block id
+///   0: 16 bits each; timestamp: 64 bits), then the frame id with 64 bits; big-endian;
+/// - USB3 Vision: reserved, EventID: 16 bits each; timestamp, frame id: 64 bits; little-endian.
+std::vector<unsigned char> eventBytes(WireFormat wire, std::uint64_t eventId,
+                                      std::uint64_t timestampNs, std::uint64_t frameId);
 
 class EventSection
 {

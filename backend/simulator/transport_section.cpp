@@ -1,6 +1,8 @@
 // Payload, locks and network settings of a simulated camera.
 #include "simulator/transport_section.h"
 
+#include "base/ipv4.h"
+
 #include <cstdlib>
 #include <string>
 
@@ -149,7 +151,12 @@ void TransportSection::restart()
         const auto number = [](const Feature* feature) {
             return static_cast<std::uint32_t>(feature->integer());
         };
-        forceIp({number(persistentAddress_), number(persistentMask_), number(persistentGateway_)});
+        const IpConfig kept = {number(persistentAddress_), number(persistentMask_),
+                               number(persistentGateway_)};
+        // Settings that no host can have are not taken: the camera would be out of reach.
+        if (base::isHostSetting(kept.address, kept.mask, kept.gateway)) {
+            forceIp(kept);
+        }
     }
 }
 

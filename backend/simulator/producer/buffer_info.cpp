@@ -99,7 +99,7 @@ InfoValue ofFrame(const FrameRecord& frame, std::int32_t command)
     case gentl::kBufferInfoContainsChunkData:
         return InfoValue::bool8(!frame.chunks.empty());
     case gentl::kBufferInfoDeliveredChunkPayloadSize:
-        return InfoValue::size(frame.chunks.empty() ? 0 : layout.size - layout.imageSize);
+        return InfoValue::size(frame.chunks.empty() ? 0 : layout.chunkBytes);
     case gentl::kBufferInfoChunkLayoutId:
         if (frame.chunks.empty()) {
             throw Failure(gentl::err::kNoData, "the frame has no chunks");

@@ -9,19 +9,49 @@ namespace simulator::producer
 {
 
 CameraEndpoint::CameraEndpoint(std::string id, std::string tlType, const CameraConfig& config)
-    : id_(std::move(id)), tlType_(std::move(tlType)), model_(config)
+    : id_(std::move(id)), tlType_(std::move(tlType)), config_(config)
 {
-    model_.setObserver(this);
 }
 
-CameraEndpoint::~CameraEndpoint() { model_.setObserver(nullptr); }
+CameraEndpoint::~CameraEndpoint()
+{
+    if (model_ != nullptr) {
+        model_->setObserver(nullptr);
+    }
+}
+
+CameraModel& CameraEndpoint::model()
+{
+    if (CameraModel* known = made_; known != nullptr) {
+        return *known;
+    }
+    const std::lock_guard lock(making_);
+    if (model_ == nullptr) {
+        auto fresh = std::make_unique<CameraModel>(config_);
+        fresh->setObserver(this);
+        model_ = std::move(fresh);
+        made_ = model_.get();
+    }
+    return *model_;
+}
+
+std::string CameraEndpoint::userDefinedName()
+{
+    CameraModel* known = made_;
+    return known != nullptr ? known->userDefinedName() : config_.userDefinedName;
+}
+
+IpConfig CameraEndpoint::ip()
+{
+    CameraModel* known = made_;
+    return known != nullptr ? known->ip() : config_.ip;
+}
 
 std::string CameraEndpoint::displayName()
 {
-    const CameraConfig& config = model_.config();
-    const std::string user = model_.userDefinedName();
-    return config.vendor + ' ' + config.model + " (" + (user.empty() ? config.serialNumber : user) +
-           ')';
+    const std::string user = userDefinedName();
+    return config_.vendor + ' ' + config_.model + " (" +
+           (user.empty() ? config_.serialNumber : user) + ')';
 }
 
 bool CameraEndpoint::isPresent() const
@@ -71,7 +101,7 @@ void CameraEndpoint::attach(const std::shared_ptr<CameraSession>& session,
 
 void CameraEndpoint::detach()
 {
-    model_.sessionClosed(); // before a next session can begin
+    model().sessionClosed(); // before a next session can begin
     const std::lock_guard lock(mutex_);
     session_.reset();
     openAccess_ = gentl::kDeviceAccessNone;

@@ -38,7 +38,11 @@ public:
     CameraEndpoint(const CameraEndpoint&) = delete;
     CameraEndpoint& operator=(const CameraEndpoint&) = delete;
 
-    CameraModel& model() { return model_; }
+    /// Made when it is first asked for: who only lists cameras needs none.
+    CameraModel& model();
+    const CameraConfig& config() const { return config_; }
+    std::string userDefinedName();
+    IpConfig ip();
     const std::string& id() const { return id_; }
     const std::string& tlType() const { return tlType_; }
     std::string displayName();
@@ -70,12 +74,15 @@ private:
 
     const std::string id_;
     const std::string tlType_;
+    const CameraConfig config_;
     mutable std::mutex mutex_;
     std::weak_ptr<CameraSession> session_;
     gentl::DeviceAccess openAccess_ = gentl::kDeviceAccessNone;
     Clock::time_point backAt_ = Clock::time_point::min();
     std::atomic<gentl::DeviceAccess> otherHost_{gentl::kDeviceAccessNone};
-    CameraModel model_; // last: its calls end before the rest goes
+    std::mutex making_;
+    std::atomic<CameraModel*> made_{nullptr};
+    std::unique_ptr<CameraModel> model_; // last: its calls end before the rest goes
 };
 
 } // namespace simulator::producer

@@ -35,7 +35,7 @@ ModuleIdentity identity()
 
 InfoValue deviceInfo(CameraEndpoint& camera, std::int32_t command)
 {
-    const CameraConfig& config = camera.model().config();
+    const CameraConfig& config = camera.config();
     switch (command) {
     case gentl::kDeviceInfoId:
         return InfoValue::text(camera.id());
@@ -50,7 +50,7 @@ InfoValue deviceInfo(CameraEndpoint& camera, std::int32_t command)
     case gentl::kDeviceInfoAccessStatus:
         return InfoValue::int32(camera.status());
     case gentl::kDeviceInfoUserDefinedName:
-        return InfoValue::text(camera.model().userDefinedName());
+        return InfoValue::text(camera.userDefinedName());
     case gentl::kDeviceInfoSerialNumber:
         return InfoValue::text(config.serialNumber);
     case gentl::kDeviceInfoVersion:
@@ -92,7 +92,7 @@ std::shared_ptr<DeviceModule> DeviceModule::open(HandleRegistry& handles, gentl:
 void DeviceModule::addFeatures()
 {
     FeatureTable& features = table();
-    const CameraConfig& config = camera_->model().config();
+    const CameraConfig& config = camera_->config();
     features.category("DeviceInformation", "Who the device is.");
     features.string("DeviceID", "Unique identifier of the device.", 128)
         .readOnly()
@@ -104,7 +104,7 @@ void DeviceModule::addFeatures()
         .value(config.serialNumber);
     features.string("DeviceUserID", "Name that the user gave the device.", 64)
         .readOnly()
-        .onRead([this](std::size_t) { return camera_->model().userDefinedName(); });
+        .onRead([this](std::size_t) { return camera_->userDefinedName(); });
     addTransportTypes(features.enumeration("DeviceType", "Transport layer of the device."), false)
         .readOnly()
         .value(transportTypeValue(camera_->tlType()));
@@ -154,8 +154,7 @@ void DeviceModule::addNetworkFeatures()
         features.integer(name, toolTip)
             .representation("IPV4Address")
             .readOnly()
-            .onRead(
-                [this, part](std::size_t) { return std::int64_t{camera_->model().ip().*part}; });
+            .onRead([this, part](std::size_t) { return std::int64_t{camera_->ip().*part}; });
     };
     address("GevDeviceIPAddress", "Present IP address of the device.", &IpConfig::address);
     address("GevDeviceSubnetMask", "Present subnet mask of the device.", &IpConfig::mask);
@@ -163,12 +162,12 @@ void DeviceModule::addNetworkFeatures()
     features.integer("GevDeviceMACAddress", "Hardware address of the device.")
         .representation("MACAddress")
         .readOnly()
-        .value(macAddress(camera_->model().config().macAddress));
+        .value(macAddress(camera_->config().macAddress));
 }
 
 PortFacts DeviceModule::facts()
 {
-    const CameraConfig& config = camera_->model().config();
+    const CameraConfig& config = camera_->config();
     PortFacts facts;
     facts.id = camera_->id();
     facts.vendor = config.vendor;
@@ -259,13 +258,14 @@ void DeviceModule::acquisitionStopped()
 
 void DeviceModule::cameraEvent(std::uint64_t eventId, const void* data, std::size_t size)
 {
-    events().post(gentl::kEventRemoteDevice, deviceMessage(eventId, data, size));
+    const WireFormat wire = camera_->config().wire;
+    events().post(gentl::kEventRemoteDevice, cameraMessage(wire, ++messages_, eventId, data, size));
 }
 
 void DeviceModule::identityChanged()
 {
     events().post(gentl::kEventFeatureInvalidate, featureMessage("DeviceUserID"));
-    if (camera_->model().config().hasNetwork) {
+    if (camera_->config().hasNetwork) {
         for (const char* name :
              {"GevCurrentIPAddress", "GevCurrentSubnetMask", "GevCurrentDefaultGateway"}) {
             events().post(gentl::kEventFeatureInvalidate, featureMessage(name));

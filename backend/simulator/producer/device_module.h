@@ -66,6 +66,7 @@ private:
     const std::shared_ptr<CameraEndpoint> camera_;
     const gentl::DeviceAccess access_;
     std::atomic<bool> lost_{false};
+    std::atomic<std::uint16_t> messages_{0}; ///< Numbers of event commands.
     gentl::Handle remotePort_ = nullptr;
     mutable std::mutex streamMutex_;
     std::shared_ptr<StreamModule> stream_;

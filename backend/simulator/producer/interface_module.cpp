@@ -1,6 +1,7 @@
 // Features, device list and open devices of an interface.
 #include "simulator/producer/interface_module.h"
 
+#include "base/ipv4.h"
 #include "simulator/producer/failure.h"
 #include "simulator/producer/message_event.h"
 #include "simulator/producer/network_text.h"
@@ -107,13 +108,13 @@ void InterfaceModule::addDeviceFeatures()
     text("DeviceID", "Unique identifier of the device.",
          [](CameraEndpoint& camera) { return camera.id(); });
     text("DeviceVendorName", "Maker of the device.",
-         [](CameraEndpoint& camera) { return camera.model().config().vendor; });
+         [](CameraEndpoint& camera) { return camera.config().vendor; });
     text("DeviceModelName", "Model of the device.",
-         [](CameraEndpoint& camera) { return camera.model().config().model; });
+         [](CameraEndpoint& camera) { return camera.config().model; });
     text("DeviceSerialNumber", "Serial number of the device.",
-         [](CameraEndpoint& camera) { return camera.model().config().serialNumber; });
+         [](CameraEndpoint& camera) { return camera.config().serialNumber; });
     text("DeviceUserID", "Name that the user gave the device.",
-         [](CameraEndpoint& camera) { return camera.model().userDefinedName(); });
+         [](CameraEndpoint& camera) { return camera.userDefinedName(); });
     features.enumeration("DeviceAccessStatus", "How the device could be opened.")
         .entry("Unknown", gentl::kStatusUnknown, "Not known.")
         .entry("ReadWrite", gentl::kStatusReadWrite, "Free.")
@@ -131,7 +132,8 @@ void InterfaceModule::addDeviceFeatures()
     Feature& otherHost =
         features.enumeration("SimulatorOtherHost", "What another host holds of the device.");
     otherHost.entry("None", gentl::kDeviceAccessNone, "Nothing.")
-        .entry("Control", gentl::kDeviceAccessControl, "Control: here it can only be read.")
+        .entry("Control", gentl::kDeviceAccessControl,
+               "Control: here it can be opened to read only.")
         .entry("Exclusive", gentl::kDeviceAccessExclusive, "All access.")
         .selectedBy("DeviceSelector", count)
         .guru()
@@ -161,16 +163,16 @@ void InterfaceModule::addNetworkFeatures()
             });
     };
     number("GevDeviceIPAddress", "Present IP address of the device.", [](CameraEndpoint& camera) {
-        return camera.model().ip().address;
+        return camera.ip().address;
     }).representation("IPV4Address");
     number("GevDeviceSubnetMask", "Present subnet mask of the device.", [](CameraEndpoint& camera) {
-        return camera.model().ip().mask;
+        return camera.ip().mask;
     }).representation("IPV4Address");
     number("GevDeviceGateway", "Present gateway of the device.", [](CameraEndpoint& camera) {
-        return camera.model().ip().gateway;
+        return camera.ip().gateway;
     }).representation("IPV4Address");
     number("GevDeviceMACAddress", "Hardware address of the device.", [](CameraEndpoint& camera) {
-        return macAddress(camera.model().config().macAddress);
+        return macAddress(camera.config().macAddress);
     }).representation("MACAddress");
 }
 
@@ -211,6 +213,9 @@ std::int32_t InterfaceModule::forceIp(std::size_t index)
     ip.address = wanted("GevDeviceForceIPAddress");
     ip.mask = wanted("GevDeviceForceSubnetMask");
     ip.gateway = wanted("GevDeviceForceGateway");
+    if (!base::isHostSetting(ip.address, ip.mask, ip.gateway) || base::isLoopback(ip.address)) {
+        return gentl::err::kInvalidValue;
+    }
     camera->model().forceIp(ip);
     for (const char* name : {"GevDeviceIPAddress", "GevDeviceSubnetMask", "GevDeviceGateway"}) {
         events().post(gentl::kEventFeatureInvalidate, featureMessage(name));
@@ -273,13 +278,11 @@ std::string InterfaceModule::deviceId(std::size_t index) const
 
 std::shared_ptr<CameraEndpoint> InterfaceModule::device(const std::string& id) const
 {
-    for (const auto& camera : plugs_->cameras) {
-        if (camera->id() != id) {
-            continue;
-        }
+    if (const auto found = plugs_->byId.find(id); found != plugs_->byId.end()) {
         const std::lock_guard lock(listMutex_);
-        if (camera->isPresent() || std::find(list_.begin(), list_.end(), camera) != list_.end()) {
-            return camera;
+        if (found->second->isPresent() ||
+            std::find(list_.begin(), list_.end(), found->second) != list_.end()) {
+            return found->second;
         }
     }
     throw Failure(gentl::err::kInvalidId, "no device '" + id + "'");

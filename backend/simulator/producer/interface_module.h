@@ -10,6 +10,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 namespace simulator::producer
@@ -22,6 +23,7 @@ struct SimulatedInterface {
     std::string displayName;
     std::string tlType;
     std::vector<std::shared_ptr<CameraEndpoint>> cameras;
+    std::unordered_map<std::string, std::shared_ptr<CameraEndpoint>> byId;
 };
 
 /// Answers TLGetInterfaceInfo and IFGetInfo. Throws Failure -1009 for unknown commands.

@@ -1,6 +1,7 @@
 // Messages as bytes, and their queue.
 #include "simulator/producer/message_event.h"
 
+#include "base/endian.h"
 #include "simulator/producer/failure.h"
 
 #include <algorithm>
@@ -14,6 +15,19 @@ namespace simulator::producer
 
 namespace
 {
+
+constexpr std::uint32_t kGvcpEventData = 0x420000C2; ///< Key, no flags, command.
+constexpr std::size_t kGvcpHeader = 8;
+constexpr std::uint32_t kUsb3EventMagic = 0x45563355;
+constexpr std::uint16_t kUsb3Event = 0x0C00;
+constexpr std::size_t kUsb3EventHeader = 12;
+
+InfoValue hexText(std::uint64_t id)
+{
+    char hex[17];
+    std::snprintf(hex, sizeof hex, "%" PRIX64, id);
+    return InfoValue::text(hex);
+}
 
 InfoValue newBufferData(std::string_view raw, std::int32_t command)
 {
@@ -57,9 +71,35 @@ InfoValue featureData(gentl::EventType type, std::string_view raw, std::int32_t 
     throw Failure(gentl::err::kNoData, "a feature event has no numeric id");
 }
 
+/// Bytes of the command header before the entry of a message of the camera; 0: not such a message.
+/// The bytes 4 to 7 tell them apart: there are the upper half of an identifier of 32 bits, the
+/// length of a GigE Vision command, the code of a USB3 Vision one.
+std::size_t commandHeader(std::string_view raw)
+{
+    if (raw.size() < kUsb3EventHeader || base::loadLittle<std::uint32_t>(raw.data() + 4) == 0) {
+        return 0;
+    }
+    if (base::loadBig<std::uint32_t>(raw.data()) == kGvcpEventData) {
+        return kGvcpHeader;
+    }
+    const bool isUsb3 = base::loadLittle<std::uint32_t>(raw.data()) == kUsb3EventMagic;
+    return isUsb3 ? kUsb3EventHeader : 0;
+}
+
 InfoValue deviceData(std::string_view raw, std::int32_t command)
 {
     std::uint64_t id = 0;
+    if (const std::size_t header = commandHeader(raw); header != 0) {
+        raw.remove_prefix(header);
+        requireParameter(raw.size() >= sizeof(std::uint32_t), "too little data for a device event");
+        id = header == kGvcpHeader ? base::loadBig<std::uint16_t>(raw.data() + 2)
+                                   : base::loadLittle<std::uint16_t>(raw.data() + 2);
+        if (command == gentl::kEventDataNumId) {
+            return InfoValue::uint64(id);
+        }
+        return command == gentl::kEventDataValue ? InfoValue::bytes(raw.data(), raw.size())
+                                                 : hexText(id);
+    }
     requireParameter(raw.size() >= sizeof id, "too little data for a device event");
     std::memcpy(&id, raw.data(), sizeof id);
     if (command == gentl::kEventDataNumId) {
@@ -68,9 +108,7 @@ InfoValue deviceData(std::string_view raw, std::int32_t command)
     if (command == gentl::kEventDataValue) {
         return InfoValue::bytes(raw.data() + sizeof id, raw.size() - sizeof id);
     }
-    char hex[17];
-    std::snprintf(hex, sizeof hex, "%" PRIX64, id);
-    return InfoValue::text(hex);
+    return hexText(id);
 }
 
 } // namespace
@@ -93,6 +131,29 @@ std::string deviceMessage(std::uint64_t eventId, const void* data, std::size_t s
     message.append(static_cast<const char*>(data),
                    std::min(size, kMaxMessageSize - message.size()));
     return message;
+}
+
+std::string cameraMessage(WireFormat wire, std::uint16_t number, std::uint64_t eventId,
+                          const void* data, std::size_t size)
+{
+    requireParameter(size <= kMaxMessageSize - kUsb3EventHeader, "the event is too large");
+    const auto length = static_cast<std::uint16_t>(size);
+    std::string message;
+    if (wire == WireFormat::GigEVision) {
+        message.resize(kGvcpHeader);
+        base::storeBig(message.data(), kGvcpEventData);
+        base::storeBig(message.data() + 4, length);
+        base::storeBig(message.data() + 6, number);
+    } else if (wire == WireFormat::Usb3Vision) {
+        message.resize(kUsb3EventHeader);
+        base::storeLittle(message.data(), kUsb3EventMagic);
+        base::storeLittle(message.data() + 6, kUsb3Event);
+        base::storeLittle(message.data() + 8, length);
+        base::storeLittle(message.data() + 10, number);
+    } else {
+        return deviceMessage(eventId, data, size);
+    }
+    return message.append(static_cast<const char*>(data), size);
 }
 
 InfoValue readEventData(gentl::EventType type, const void* raw, std::size_t size,

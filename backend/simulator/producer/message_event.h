@@ -1,6 +1,7 @@
 // Events that carry a message: errors, feature changes, events of cameras and modules.
 #pragma once
 
+#include "simulator/camera_config.h"
 #include "simulator/producer/event.h"
 
 #include <deque>
@@ -14,6 +15,10 @@ std::string errorMessage(gentl::Error code, const std::string& text);
 std::string featureMessage(const std::string& name, const std::string& value = {});
 /// `data` are the bytes of the event's port; what goes beyond kMaxMessageSize is cut off.
 std::string deviceMessage(std::uint64_t eventId, const void* data, std::size_t size);
+/// An event of the camera with the header of its wire format's event command, number `number`: what
+/// other consumers' event adapters take. `data` as in CameraObserver::event().
+std::string cameraMessage(WireFormat wire, std::uint16_t number, std::uint64_t eventId,
+                          const void* data, std::size_t size);
 
 /// Answers EventGetDataInfo for raw data of an event of `type`. Throws Failure -1009 for data that
 /// no such event gives and for unknown commands, -1008 for what this type does not have.

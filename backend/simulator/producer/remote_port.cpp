@@ -53,7 +53,7 @@ void RemotePort::write(std::uint64_t address, const void* data, std::size_t size
 PortFacts RemotePort::facts()
 {
     const auto device = device_.lock();
-    const CameraConfig& config = camera_->model().config();
+    const CameraConfig& config = camera_->config();
     PortFacts facts;
     facts.id = camera_->id();
     facts.vendor = config.vendor;

@@ -60,6 +60,7 @@ std::vector<std::shared_ptr<const SimulatedInterface>> plugTogether()
                 uniqueId(interface->id + '/' + camera.model + '/' + camera.serialNumber, &taken);
             interface->cameras.push_back(
                 std::make_shared<CameraEndpoint>(id, config.tlType, camera));
+            interface->byId.emplace(id, interface->cameras.back());
         }
         interfaces.push_back(std::move(interface));
     }

@@ -151,6 +151,7 @@ TEST(Trigger, OtherSourcesBurstsAndAcquisitionStart)
     EXPECT_TRUE(camera.frame().empty());
     ASSERT_EQ(camera.run("TriggerSoftware", kAcquisitionStart), 0);
     EXPECT_TRUE(camera.frame().empty());
+    ASSERT_EQ(camera.run("TriggerSoftware", kFrameStart), 0) << "not in use";
     ASSERT_EQ(camera.run("TriggerSoftware", kFrameBurstStart), 0);
     for (int i = 0; i < 3; ++i) {
         EXPECT_FALSE(camera.frame().empty()) << i;
@@ -162,6 +163,20 @@ TEST(Trigger, OtherSourcesBurstsAndAcquisitionStart)
     ASSERT_EQ(camera.run("AcquisitionStart"), 0);
     ASSERT_EQ(camera.run("TriggerSoftware", kFrameBurstStart), 0);
     EXPECT_TRUE(camera.frame().empty());
+}
+
+TEST(Trigger, AFrameOfABurstWaitsForItsBurst)
+{
+    TestCamera camera;
+    makeFast(camera);
+    ASSERT_EQ(camera.set("TriggerMode", 1, kFrameStart), 0);
+    ASSERT_EQ(camera.set("TriggerMode", 1, kFrameBurstStart), 0);
+    ASSERT_EQ(camera.run("AcquisitionStart"), 0);
+    ASSERT_EQ(camera.run("TriggerSoftware", kFrameStart), 0) << "before its burst: ignored";
+    ASSERT_EQ(camera.run("TriggerSoftware", kFrameBurstStart), 0);
+    EXPECT_TRUE(camera.frame().empty()) << "it was not remembered";
+    ASSERT_EQ(camera.run("TriggerSoftware", kFrameStart), 0);
+    EXPECT_FALSE(camera.frame().empty());
 }
 
 TEST(Acquisition, SettingsAreThoseOfTheStartOfTheExposure)
@@ -258,6 +273,75 @@ TEST(Chunks, LieBehindTheImage)
     std::memcpy(&exposure, &bits, sizeof exposure);
     EXPECT_EQ(exposure, 1500.5);
     EXPECT_EQ(number(4), 9u);
+}
+
+/// What readers of the transport standards do: walk back from the end, where everything is a chunk.
+TEST(Chunks, TrailersOfTheWireLeadBackToTheImage)
+{
+    for (const WireFormat wire : {WireFormat::GigEVision, WireFormat::Usb3Vision}) {
+        const bool isBig = wire == WireFormat::GigEVision;
+        CameraConfig config = smallCamera();
+        config.sensorWidth = 9;
+        config.sensorHeight = 5;
+        config.wire = wire;
+        TestCamera camera(config);
+        ASSERT_EQ(camera.set("ChunkModeActive", 1), 0);
+        ASSERT_EQ(camera.set("ChunkEnable", 0, 3), 0);
+        ASSERT_EQ(camera.run("AcquisitionStart"), 0);
+        FrameLayout layout;
+        const auto memory = camera.frame(&layout);
+        ASSERT_EQ(memory.size(), layout.size);
+        EXPECT_EQ(layout.chunkBytes, layout.size);
+        const auto word = [&](std::size_t at) {
+            std::uint32_t value = 0;
+            for (std::size_t i = 0; i < 4; ++i) {
+                value |= std::uint32_t{memory.at(at + i)} << 8 * (isBig ? 3 - i : i);
+            }
+            return value;
+        };
+        ChunkPlace places[9];
+        std::size_t left = camera.model.chunks(layout, places, 9);
+        ASSERT_EQ(left, 8u);
+        std::size_t end = memory.size();
+        while (left-- > 0) {
+            const std::size_t length = word(end - 4);
+            ASSERT_LE(length + 8, end);
+            EXPECT_EQ(word(end - 8), places[left].id);
+            EXPECT_EQ(end - 8 - length, places[left].offset);
+            EXPECT_EQ(length, places[left].size);
+            end -= 8 + length;
+        }
+        EXPECT_EQ(word(end - 8), kImageChunkId);
+        EXPECT_EQ(word(end - 4) + 8, end) << "the image is the first chunk";
+        EXPECT_EQ(memory.at(places[0].offset + 7), 0) << "frame 0";
+        EXPECT_EQ(memory.at(places[3].offset + 7), 9) << "width: gain is switched off";
+    }
+}
+
+TEST(Events, LieAsTheirWireSays)
+{
+    for (const WireFormat wire : {WireFormat::GigEVision, WireFormat::Usb3Vision}) {
+        CameraConfig config = smallCamera();
+        config.wire = wire;
+        TestCamera camera(config);
+        enableAllEvents(camera);
+        ASSERT_EQ(camera.run("TestEventGenerate"), 0);
+        const auto data = camera.listener.takeEvents().at(0).data;
+        // The place of the time is told by the description, as its byte order is.
+        const auto time = camera.find("EventTestTimestampReg");
+        const auto frame = camera.find("EventTestFrameIDReg");
+        ASSERT_EQ(frame.address + frame.length, data.size());
+        const bool isBig = wire == WireFormat::GigEVision;
+        EXPECT_EQ(time.address, isBig ? 8u : 4u);
+        EXPECT_EQ(data[isBig ? 2 : 3], 0x90);
+        EXPECT_EQ(data[isBig ? 3 : 2], 0x08);
+        std::uint64_t stamp = 0;
+        for (std::size_t i = 0; i < 8; ++i) {
+            stamp = stamp << 8 | data.at(time.address + (isBig ? i : 7 - i));
+        }
+        EXPECT_LE(stamp, camera.model.now());
+        EXPECT_GT(stamp + 1000000000, camera.model.now());
+    }
 }
 
 TEST(Faults, FramesAndUnplugging)

@@ -123,9 +123,12 @@ TEST(Registers, TextAndTemperature)
     EXPECT_EQ(camera.getText("DeviceUserID"), "Kamera \xC3\xA4");
     EXPECT_EQ(camera.model.userDefinedName(), "Kamera \xC3\xA4");
     EXPECT_EQ(camera.listener.takeNotes(), std::vector<std::string>{"identity"});
-    EXPECT_EQ(camera.setText("DeviceUserID", std::string(63, 'x')), 0);
-    EXPECT_EQ(camera.setText("DeviceUserID", std::string(64, 'x')), err::kInvalidValue)
-        << "no room for the end";
+    const std::string full(64, 'x');
+    const auto place = camera.find("DeviceUserID");
+    ASSERT_EQ(place.length, full.size()) << "what hosts take for the longest text";
+    EXPECT_EQ(camera.model.write(place.address, full.data(), full.size()), 0);
+    EXPECT_EQ(camera.model.userDefinedName(), full);
+    EXPECT_EQ(camera.setText("DeviceUserID", full + 'x'), err::kInvalidAddress);
     EXPECT_EQ(camera.setText("DeviceModelName", "Other"), err::kAccessDenied);
     EXPECT_EQ(camera.getText("DeviceModelName"), "Small");
     EXPECT_NEAR(static_cast<double>(camera.get("DeviceTemperature")) / 100.0, 25.0, 1.0);

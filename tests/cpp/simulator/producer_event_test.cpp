@@ -1,6 +1,7 @@
 // Events: waiting and its ends, registration, and the data of every type.
 #include "producer_harness.h"
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <thread>
@@ -227,7 +228,18 @@ TEST_F(ProducerEvent, CameraEventsArriveWithTheirPort)
     EXPECT_EQ(f.EventGetDataInfo(event, in, raw.size(), kEventDataValue, &type, nullptr, &size),
               err::kSuccess);
     EXPECT_EQ(type, kTypeBuffer);
-    EXPECT_GE(size, 16U);
+    ASSERT_EQ(size, 24U);
+    // A GigE Vision command with one entry; the value is the entry, which the port's addresses
+    // mean.
+    ASSERT_EQ(raw.size(), 8 + size);
+    EXPECT_EQ(std::string(raw.data(), 6), std::string("\x42\0\0\xC2\0\x18", 6));
+    std::vector<char> value(size);
+    EXPECT_EQ(
+        f.EventGetDataInfo(event, in, raw.size(), kEventDataValue, &type, value.data(), &size),
+        err::kSuccess);
+    EXPECT_TRUE(std::equal(value.begin(), value.end(), raw.begin() + 8));
+    EXPECT_EQ(f.EventGetDataInfo(event, in, 7, kEventDataNumId, &type, nullptr, &size),
+              err::kInvalidParameter);
     EXPECT_EQ(queued(event), 0U);
 }
 

@@ -1,4 +1,5 @@
 // Library, handles, lists, identities, ports: what holds without a frame.
+#include "base/ipv4.h"
 #include "producer_harness.h"
 
 #include <sys/wait.h>
@@ -353,6 +354,65 @@ TEST_F(ProducerModule, ForceIpChangesClosedCamerasOnly)
     EXPECT_EQ(interface.read("GevDeviceSubnetMask", 0), 0xFF000000U);
     EXPECT_EQ(interface.read("GevDeviceGateway", 0), 0x0A000001U);
     EXPECT_EQ(openCamera(net, kOneId).camera.read("GevCurrentIPAddress"), 0x0A000007U);
+}
+
+TEST_F(ProducerModule, ForceIpRefusesWhatNoHostCanHave)
+{
+    const Registers interface(f, net);
+    const std::uint64_t before = interface.read("GevDeviceIPAddress", 0);
+    const struct {
+        std::uint32_t address, mask, gateway;
+    } wrong[] = {{0xFFFFFFFF, 0xFFFFFF00, 0},
+                 {0xE0000001, 0xF0000000, 0},
+                 {0x7F000001, 0xFF000000, 0},
+                 {0x0A000007, 0xFF00FF00, 0},
+                 {0x0A000007, 0, 0},
+                 {0x0A000007, 0xFFFFFFFF, 0},
+                 {0x0A0000FF, 0xFFFFFF00, 0},
+                 {0x0A000000, 0xFFFFFF00, 0},
+                 {0x0A000007, 0xFFFFFF00, 0x0A000101},
+                 {0x0A000007, 0xFFFFFF00, 0x0A0000FF}};
+    for (const auto& one : wrong) {
+        EXPECT_EQ(interface.write("GevDeviceForceIPAddress", one.address), err::kSuccess);
+        EXPECT_EQ(interface.write("GevDeviceForceSubnetMask", one.mask), err::kSuccess);
+        EXPECT_EQ(interface.write("GevDeviceForceGateway", one.gateway), err::kSuccess);
+        EXPECT_EQ(interface.write("GevDeviceForceIP", 1), err::kInvalidValue) << one.address;
+    }
+    EXPECT_EQ(interface.read("GevDeviceIPAddress", 0), before);
+    std::uint32_t address = 5;
+    EXPECT_FALSE(base::parseIpv4("010.1.2.3", &address)) << "eight or ten?";
+    EXPECT_TRUE(base::parseIpv4("10.0.2.3", &address));
+    EXPECT_EQ(address, 0x0A000203U);
+}
+
+/// Ten thousand cameras and as many interfaces as somebody likes: all of them are there.
+TEST_F(ProducerModule, ThousandsOfCamerasAndInterfaces)
+{
+    std::string json = "{\"interfaces\": [{\"cameras\": [{\"model\": \"Many\", \"count\": 5000, "
+                       "\"userDefinedName\": \"M\"}]}";
+    for (int i = 0; i < 400; ++i) {
+        json += ", {\"type\": \"CL\", \"cameras\": [{}]}";
+    }
+    configure(json + "]}");
+    EXPECT_EQ(f.TLClose(system), err::kSuccess);
+    openSystem();
+    std::uint32_t count = 0;
+    EXPECT_EQ(f.TLGetNumInterfaces(system, &count), err::kSuccess);
+    EXPECT_EQ(count, 401U);
+    const Handle many = openInterface("ZelSim0");
+    EXPECT_EQ(f.IFGetNumDevices(many, &count), err::kSuccess);
+    ASSERT_EQ(count, 5000U);
+    const Registers interface(f, many);
+    std::set<std::uint64_t> addresses;
+    std::set<std::uint64_t> macs;
+    for (std::uint32_t i = 0; i < count; i += 7) {
+        addresses.insert(interface.read("GevDeviceIPAddress", i));
+        macs.insert(interface.read("GevDeviceMACAddress", i));
+    }
+    EXPECT_EQ(addresses.size(), (count + 6) / 7);
+    EXPECT_EQ(macs.size(), (count + 6) / 7);
+    EXPECT_EQ(interface.readText("DeviceUserID", 4999), "M");
+    EXPECT_NE(openCamera(many, "ZelSim0/Many/90000001-5000").device, nullptr);
 }
 
 TEST_F(ProducerModule, StackedAccessStopsAtTheFirstMistake)

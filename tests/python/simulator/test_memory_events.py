@@ -54,6 +54,7 @@ def test_events_carry_data_and_reach_the_features(device, camera):
     assert camera.GetIntegerValue("EventTestTimestamp")[0]
     stamps = [struct.unpack(">Q", bytes(data[8:16]))[0] for data, _, _ in seen]
     assert stamps == sorted(stamps) and camera.GetIntegerValue("EventTestTimestamp")[1] == stamps[-1]
+    assert not camera.SetIntegerValue("EventTest", 5), "an identifier is not the host's to change"
     enable(camera, "Test", False)
     camera.ExecuteCommand("TestEventGenerate")
     assert device.UnRegisterEvent(TEST_EVENT, None)
