@@ -6,6 +6,7 @@
 
 #include <condition_variable>
 #include <mutex>
+#include <shared_mutex>
 
 #if defined(__clang__)
 #define ZEL_THREAD_ANNOTATION(text) __attribute__((text))
@@ -18,6 +19,8 @@
 #define ZEL_GUARDED_BY(mutex) ZEL_THREAD_ANNOTATION(guarded_by(mutex))
 #define ZEL_REQUIRES(...) ZEL_THREAD_ANNOTATION(requires_capability(__VA_ARGS__))
 #define ZEL_EXCLUDES(...) ZEL_THREAD_ANNOTATION(locks_excluded(__VA_ARGS__))
+#define ZEL_REQUIRES_SHARED(...) ZEL_THREAD_ANNOTATION(requires_shared_capability(__VA_ARGS__))
+#define ZEL_ACQUIRE_SHARED(...) ZEL_THREAD_ANNOTATION(acquire_shared_capability(__VA_ARGS__))
 #define ZEL_ACQUIRE(...) ZEL_THREAD_ANNOTATION(acquire_capability(__VA_ARGS__))
 #define ZEL_RELEASE(...) ZEL_THREAD_ANNOTATION(release_capability(__VA_ARGS__))
 #define ZEL_TRY_ACQUIRE(...) ZEL_THREAD_ANNOTATION(try_acquire_capability(__VA_ARGS__))
@@ -58,6 +61,42 @@ public:
 
 private:
     std::unique_lock<std::mutex> lock_;
+};
+
+/// std::shared_mutex with a name for the analysis: guarded members may be read under a SharedLock
+/// and changed under an ExclusiveLock.
+class ZEL_CAPABILITY("mutex") SharedMutex
+{
+private:
+    friend class SharedLock;
+    friend class ExclusiveLock;
+    std::shared_mutex mutex_;
+};
+
+/// Holds a SharedMutex for a scope, together with other readers.
+class ZEL_SCOPED_CAPABILITY SharedLock
+{
+public:
+    explicit SharedLock(SharedMutex& mutex) ZEL_ACQUIRE_SHARED(mutex) : lock_(mutex.mutex_) {}
+    ~SharedLock() ZEL_RELEASE() {}
+    SharedLock(const SharedLock&) = delete;
+    SharedLock& operator=(const SharedLock&) = delete;
+
+private:
+    std::shared_lock<std::shared_mutex> lock_;
+};
+
+/// Holds a SharedMutex for a scope, alone.
+class ZEL_SCOPED_CAPABILITY ExclusiveLock
+{
+public:
+    explicit ExclusiveLock(SharedMutex& mutex) ZEL_ACQUIRE(mutex) : lock_(mutex.mutex_) {}
+    ~ExclusiveLock() ZEL_RELEASE() {}
+    ExclusiveLock(const ExclusiveLock&) = delete;
+    ExclusiveLock& operator=(const ExclusiveLock&) = delete;
+
+private:
+    std::unique_lock<std::shared_mutex> lock_;
 };
 
 } // namespace base

@@ -42,7 +42,10 @@ ZelImage describe(const FrameInfo& frame, const PixelFormat& format, void* memor
 
 ZelImage* BufferImpl::GetImage()
 {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    if (base::inForkedChild()) {
+        return nullptr;
+    }
+    const base::Lock lock(mutex_);
     const PixelFormat* const format = findPixelFormat(current_.pixelFormat);
     const bool fits = current_.width > 0 && current_.height > 0 && current_.width <= UINT32_MAX &&
                       current_.height <= UINT32_MAX;
@@ -58,17 +61,13 @@ std::int64_t BufferImpl::GetImageOffset()
     return static_cast<std::int64_t>(field(&FrameInfo::imageOffset));
 }
 
-void* BufferImpl::GetBufferPtr()
-{
-    const std::lock_guard<std::mutex> lock(mutex_);
-    return memory_.data();
-}
+void* BufferImpl::GetBufferPtr() { return base::inForkedChild() ? nullptr : memory(); }
 
 std::uint64_t BufferImpl::GetBufferSize() { return field(&FrameInfo::deliveredSize); }
 std::uint32_t BufferImpl::GetPixelFormat() { return field(&FrameInfo::pixelFormat); }
 std::uint64_t BufferImpl::GetTimestamp() { return field(&FrameInfo::timestamp); }
 std::uint64_t BufferImpl::GetFrameID() { return field(&FrameInfo::frameId); }
-bool BufferImpl::IsIncomplete() { return field(&FrameInfo::incomplete); }
+bool BufferImpl::IsIncomplete() { return field(&FrameInfo::incomplete, true); }
 std::uint64_t BufferImpl::GetWidth() { return field(&FrameInfo::width); }
 std::uint64_t BufferImpl::GetHeight() { return field(&FrameInfo::height); }
 std::int64_t BufferImpl::GetXOffset() { return field(&FrameInfo::xOffset); }
@@ -76,11 +75,9 @@ std::int64_t BufferImpl::GetYOffset() { return field(&FrameInfo::yOffset); }
 std::int64_t BufferImpl::GetXPadding() { return field(&FrameInfo::xPadding); }
 std::int64_t BufferImpl::GetYPadding() { return field(&FrameInfo::yPadding); }
 
-std::vector<ChunkPlace> BufferImpl::chunks() const { return field(&FrameInfo::chunks); }
-
 BufferMemory BufferImpl::setMemory(BufferMemory memory)
 {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const base::Lock lock(mutex_);
     std::swap(memory_, memory);
     current_ = nothing();
     return memory;
@@ -88,7 +85,7 @@ BufferMemory BufferImpl::setMemory(BufferMemory memory)
 
 void BufferImpl::show(FrameInfo frame)
 {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const base::Lock lock(mutex_);
     current_ = std::move(frame);
 }
 

@@ -1,12 +1,12 @@
 // ZelCam::Buffer over memory that a stream owns.
 #pragma once
 
+#include "base/fork_guard.h"
+#include "base/mutex.h"
 #include "core/buffer_memory.h"
 #include "core/transport.h"
 #include "zel_cam/buffer.h"
 #include "zel_image/image.h"
-
-#include <mutex>
 
 namespace core
 {
@@ -23,7 +23,9 @@ public:
         Idle,   ///< Announced, in no queue: fresh, discarded, or with the user.
         Queued, ///< With the transport, to be filled.
         Ready,  ///< Filled, waiting to be fetched.
+        Spare,  ///< Given up for a newer frame; the transport takes it next.
     };
+    static constexpr std::size_t kStates = 5;
 
     ZelImage* GetImage() override;
     std::int64_t GetImageOffset() override;
@@ -40,16 +42,28 @@ public:
     std::int64_t GetXPadding() override;
     std::int64_t GetYPadding() override;
 
-    /// What the last fetch told; for core.
-    std::vector<ChunkPlace> chunks() const;
-
 private:
     friend class BufferPool;
 
-    template <class Value> Value field(Value FrameInfo::*member) const
+    /// A field of the visible frame, or `fallback` in a forked child, where the mutex may be
+    /// held for ever by a thread that stayed behind.
+    template <class Value> Value field(Value FrameInfo::*member, Value fallback = {}) const
     {
-        const std::lock_guard<std::mutex> lock(mutex_);
+        if (base::inForkedChild()) {
+            return fallback;
+        }
+        const base::Lock lock(mutex_);
         return current_.*member;
+    }
+    void* memory() const
+    {
+        const base::Lock lock(mutex_);
+        return memory_.data();
+    }
+    std::size_t memorySize() const
+    {
+        const base::Lock lock(mutex_);
+        return memory_.size();
     }
     /// Gives back what it had before.
     BufferMemory setMemory(BufferMemory memory);
@@ -62,10 +76,10 @@ private:
     BufferToken token_ = 0;
     FrameInfo delivered_;
 
-    mutable std::mutex mutex_; // Guards what follows; taken last.
-    BufferMemory memory_;
-    FrameInfo current_;
-    ZelImage image_{};
+    mutable base::Mutex mutex_; ///< Taken last.
+    BufferMemory memory_ ZEL_GUARDED_BY(mutex_);
+    FrameInfo current_ ZEL_GUARDED_BY(mutex_);
+    ZelImage image_ ZEL_GUARDED_BY(mutex_){};
 };
 
 } // namespace core

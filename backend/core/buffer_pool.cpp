@@ -2,13 +2,37 @@
 #include "core/buffer_pool.h"
 
 #include <algorithm>
+#include <atomic>
 #include <utility>
 
 namespace core
 {
 
-using Lock = std::unique_lock<std::mutex>;
-using Guard = std::lock_guard<std::mutex>;
+using base::Lock;
+
+namespace
+{
+
+std::atomic<std::uint64_t> fetches{0};
+
+/// The chunks of a frame whose memory may be read. The one that holds the image is left out: it is
+/// large, and the user has it already.
+std::vector<genapi::ChunkBytes> copyChunks(const FrameInfo& frame, const void* memory)
+{
+    std::vector<genapi::ChunkBytes> result;
+    const auto* const base = static_cast<const unsigned char*>(memory);
+    for (const ChunkPlace& chunk : frame.chunks) {
+        const bool holdsImage = frame.deliveredSize > 0 && chunk.offset <= frame.imageOffset &&
+                                frame.imageOffset - chunk.offset < chunk.size;
+        if (!holdsImage) {
+            const unsigned char* const begin = base + chunk.offset;
+            result.push_back({chunk.id, {begin, begin + chunk.size}});
+        }
+    }
+    return result;
+}
+
+} // namespace
 
 BufferImpl* BufferPool::create(std::size_t size, std::uint64_t alignment, bool ofQueue)
 {
@@ -16,7 +40,7 @@ BufferImpl* BufferPool::create(std::size_t size, std::uint64_t alignment, bool o
     if (memory.data() == nullptr) {
         return nullptr;
     }
-    const Guard guard(mutex_);
+    const Lock lock(mutex_);
     if (free_.empty()) {
         shells_.push_back(std::make_unique<BufferImpl>());
         BufferImpl* const shell = shells_.back().get();
@@ -36,7 +60,7 @@ BufferImpl* BufferPool::create(std::size_t size, std::uint64_t alignment, bool o
 
 void BufferPool::release(BufferImpl* buffer, bool stillInUse)
 {
-    const Guard guard(mutex_);
+    const Lock lock(mutex_);
     if (buffer->state_ == State::Ready) {
         ready_.erase(std::find(ready_.begin(), ready_.end(), buffer));
     }
@@ -52,20 +76,20 @@ void BufferPool::release(BufferImpl* buffer, bool stillInUse)
 
 void BufferPool::freeKept()
 {
-    const Guard guard(mutex_);
+    const Lock lock(mutex_);
     kept_.clear();
 }
 
 BufferImpl* BufferPool::find(const ZelCam::Buffer* buffer)
 {
-    const Guard guard(mutex_);
+    const Lock lock(mutex_);
     const auto found = known_.find(buffer);
     return found != known_.end() && found->second->state_ != State::Free ? found->second : nullptr;
 }
 
 std::vector<BufferImpl*> BufferPool::inState(std::initializer_list<State> states)
 {
-    const Guard guard(mutex_);
+    const Lock lock(mutex_);
     std::vector<BufferImpl*> result;
     for (const auto& shell : shells_) {
         if (std::find(states.begin(), states.end(), shell->state_) != states.end()) {
@@ -77,7 +101,7 @@ std::vector<BufferImpl*> BufferPool::inState(std::initializer_list<State> states
 
 std::vector<BufferImpl*> BufferPool::announced(bool ofQueue)
 {
-    const Guard guard(mutex_);
+    const Lock lock(mutex_);
     std::vector<BufferImpl*> result;
     for (const auto& shell : shells_) {
         if (shell->state_ != State::Free && shell->ofQueue_ == ofQueue) {
@@ -89,23 +113,23 @@ std::vector<BufferImpl*> BufferPool::announced(bool ofQueue)
 
 BufferPool::State BufferPool::state(const BufferImpl* buffer)
 {
-    const Guard guard(mutex_);
+    const Lock lock(mutex_);
     return buffer->state_;
 }
 
 BufferToken BufferPool::token(const BufferImpl* buffer)
 {
-    const Guard guard(mutex_);
+    const Lock lock(mutex_);
     return buffer->token_;
 }
 
 std::size_t BufferPool::smallest()
 {
-    const Guard guard(mutex_);
+    const Lock lock(mutex_);
     std::size_t smallest = 0;
     for (const auto& shell : shells_) {
         if (shell->state_ != State::Free) {
-            const std::size_t size = shell->memory_.size();
+            const std::size_t size = shell->memorySize();
             smallest = smallest == 0 ? size : std::min(smallest, size);
         }
     }
@@ -116,12 +140,12 @@ std::uint64_t BufferPool::queueSize() { return announced(true).size(); }
 
 BufferCounters BufferPool::counters()
 {
-    const Guard guard(mutex_);
-    const auto count = [this](State state) { return inState_[static_cast<std::size_t>(state)]; };
+    const Lock lock(mutex_);
     BufferCounters counters;
     counters.delivered = delivered_;
     counters.incomplete = incomplete_;
-    counters.queued = count(State::Queued);
+    counters.skipped = skipped_;
+    counters.queued = count(State::Queued) + count(State::Spare);
     counters.ready = count(State::Ready);
     counters.announced = count(State::Idle) + counters.queued + counters.ready;
     return counters;
@@ -129,14 +153,15 @@ BufferCounters BufferPool::counters()
 
 void BufferPool::resetCounters()
 {
-    const Guard guard(mutex_);
+    const Lock lock(mutex_);
     delivered_ = 0;
     incomplete_ = 0;
+    skipped_ = 0;
 }
 
 ZelCamErr BufferPool::markQueued(BufferImpl* buffer)
 {
-    const Guard guard(mutex_);
+    const Lock lock(mutex_);
     if (buffer->state_ != State::Idle) {
         return ZelErr::kGenTLResourceInUse;
     }
@@ -146,7 +171,7 @@ ZelCamErr BufferPool::markQueued(BufferImpl* buffer)
 
 void BufferPool::markIdle(BufferImpl* buffer)
 {
-    const Guard guard(mutex_);
+    const Lock lock(mutex_);
     if (buffer->state_ == State::Queued) {
         move(*buffer, State::Idle);
     }
@@ -154,9 +179,11 @@ void BufferPool::markIdle(BufferImpl* buffer)
 
 void BufferPool::idleAll(bool readyToo)
 {
-    const Guard guard(mutex_);
+    const Lock lock(mutex_);
     for (const auto& shell : shells_) {
-        if (shell->state_ == State::Queued || (readyToo && shell->state_ == State::Ready)) {
+        const State state = shell->state_;
+        if (state == State::Queued || state == State::Spare ||
+            (readyToo && state == State::Ready)) {
             move(*shell, State::Idle);
         }
     }
@@ -167,7 +194,7 @@ void BufferPool::idleAll(bool readyToo)
 
 void BufferPool::discardReady()
 {
-    const Guard guard(mutex_);
+    const Lock lock(mutex_);
     for (BufferImpl* const buffer : ready_) {
         move(*buffer, State::Idle);
     }
@@ -177,7 +204,7 @@ void BufferPool::discardReady()
 void BufferPool::done(BufferToken token, FrameInfo frame)
 {
     {
-        const Guard guard(mutex_);
+        const Lock lock(mutex_);
         const auto found = byToken_.find(token);
         if (found == byToken_.end() || found->second->state_ != State::Queued) {
             return;
@@ -187,58 +214,82 @@ void BufferPool::done(BufferToken token, FrameInfo frame)
             move(buffer, State::Idle);
             return;
         }
-        complete(frame, buffer.memory_.size());
+        complete(frame, buffer.memorySize());
         ++delivered_;
         incomplete_ += frame.incomplete ? 1 : 0;
         buffer.delivered_ = std::move(frame);
         move(buffer, State::Ready);
         ready_.push_back(&buffer);
+        makeRoom();
     }
     arrived_.notifyOne();
 }
 
+BufferToken BufferPool::takeSpare()
+{
+    const Lock lock(mutex_);
+    if (count(State::Spare) == 0) {
+        return 0;
+    }
+    for (const auto& shell : shells_) {
+        if (shell->state_ == State::Spare) {
+            move(*shell, State::Queued);
+            return shell->token_;
+        }
+    }
+    return 0;
+}
+
+void BufferPool::setMode(HandlingMode mode)
+{
+    const Lock lock(mutex_);
+    mode_ = mode;
+}
+
+std::uint64_t BufferPool::newestFetch() { return fetches; }
+
 void BufferPool::setGeometry(const FrameGeometry& geometry)
 {
-    const Guard guard(mutex_);
+    const Lock lock(mutex_);
     geometry_ = geometry;
 }
 
-BufferImpl* BufferPool::fetch(std::uint64_t timeoutMs, ZelCamErr* code)
+FetchedFrame BufferPool::fetch(std::uint64_t timeoutMs, ZelCamErr* code)
 {
     using Result = InterruptibleCondition::Result;
+    FetchedFrame frame;
+    *code = ZelErr::kOk;
     Lock lock(mutex_);
-    if (BufferImpl* const buffer = takeReady()) {
-        *code = ZelErr::kOk;
-        return buffer;
+    if (takeReady(&frame)) {
+        return frame;
     }
     const std::uint64_t seen = cancellations_;
     const Deadline deadline(timeoutMs);
     for (Result result = Result::Woken;;) {
         // A frame wins over every reason to give up: whoever was woken for it takes it.
-        if (BufferImpl* const buffer = takeReady()) {
-            *code = ZelErr::kOk;
-            return buffer;
+        if (takeReady(&frame)) {
+            return frame;
         }
         if (cancellations_ != seen || result == Result::Interrupted) {
             *code = ZelErr::kGenTLAbort;
-            return nullptr;
+            return frame;
         }
         if (broken_ != ZelErr::kOk) {
             *code = broken_;
-            return nullptr;
+            return frame;
         }
         if (deadline.passed()) {
             *code = ZelErr::kGenTLTimeout;
-            return nullptr;
+            return frame;
         }
-        result = arrived_.wait(lock, deadline);
+        result = arrived_.wait(lock.native(), deadline);
     }
 }
 
 void BufferPool::endWaits()
 {
     {
-        const Guard guard(mutex_);
+        const Lock lock(mutex_);
         ++cancellations_;
     }
     arrived_.notifyAll();
@@ -247,7 +298,7 @@ void BufferPool::endWaits()
 void BufferPool::setBroken(ZelCamErr reason)
 {
     {
-        const Guard guard(mutex_);
+        const Lock lock(mutex_);
         if (broken_ != ZelErr::kOk) {
             return; // A closed stream stays closed, and the first reason is the true one.
         }
@@ -258,17 +309,15 @@ void BufferPool::setBroken(ZelCamErr reason)
 
 void BufferPool::open()
 {
-    const Guard guard(mutex_);
+    const Lock lock(mutex_);
     broken_ = ZelErr::kOk;
     geometry_ = FrameGeometry();
-    delivered_ = 0;
-    incomplete_ = 0;
 }
 
 void BufferPool::close(ZelCamErr reason)
 {
     {
-        const Guard guard(mutex_);
+        const Lock lock(mutex_);
         ++cancellations_;
         broken_ = reason;
     }
@@ -277,7 +326,7 @@ void BufferPool::close(ZelCamErr reason)
 
 ZelCamErr BufferPool::broken()
 {
-    const Guard guard(mutex_);
+    const Lock lock(mutex_);
     return broken_;
 }
 
@@ -315,16 +364,50 @@ void BufferPool::move(BufferImpl& buffer, State state)
     buffer.state_ = state;
 }
 
-BufferImpl* BufferPool::takeReady()
+std::uint64_t BufferPool::count(State state) const
+{
+    return inState_[static_cast<std::size_t>(state)];
+}
+
+void BufferPool::skipOldest()
+{
+    move(*ready_.front(), State::Spare);
+    ready_.pop_front();
+    ++skipped_;
+}
+
+void BufferPool::skipOutdated()
+{
+    while (mode_ == HandlingMode::NewestOnly && ready_.size() > 1) {
+        skipOldest();
+    }
+}
+
+// After a frame arrived: what waits makes way for what comes, as far as the mode wants it. The one
+// that has just arrived stays.
+void BufferPool::makeRoom()
+{
+    skipOutdated();
+    if (mode_ == HandlingMode::OldestFirstOverwrite && ready_.size() > 1 &&
+        count(State::Queued) + count(State::Spare) == 0) {
+        skipOldest();
+    }
+}
+
+bool BufferPool::takeReady(FetchedFrame* frame)
 {
     if (ready_.empty()) {
-        return nullptr;
+        return false;
     }
-    BufferImpl* const buffer = ready_.front();
+    skipOutdated(); // The mode may have changed since the frames arrived.
+    BufferImpl& buffer = *ready_.front();
+    frame->chunks = copyChunks(buffer.delivered_, buffer.memory());
+    frame->order = ++fetches;
+    frame->buffer = &buffer;
     ready_.pop_front();
-    move(*buffer, State::Idle);
-    buffer->show(std::move(buffer->delivered_));
-    return buffer;
+    move(buffer, State::Idle);
+    buffer.show(std::move(buffer.delivered_));
+    return true;
 }
 
 } // namespace core

@@ -1,8 +1,11 @@
 // All buffers of one stream: where each of them is, and the queue of those that are filled.
 #pragma once
 
+#include "base/mutex.h"
 #include "core/buffer_impl.h"
+#include "core/handling_mode.h"
 #include "core/interruptible_condition.h"
+#include "genapi/param_array.h"
 
 #include <array>
 #include <deque>
@@ -26,9 +29,19 @@ struct FrameGeometry {
 struct BufferCounters {
     std::uint64_t delivered = 0; ///< Frames put into the ready queue.
     std::uint64_t incomplete = 0;
+    std::uint64_t skipped = 0; ///< Delivered, and given up for newer ones.
     std::uint64_t announced = 0;
     std::uint64_t queued = 0;
     std::uint64_t ready = 0;
+};
+
+/// A frame on its way to the user.
+struct FetchedFrame {
+    BufferImpl* buffer = nullptr;
+    /// Rises from fetch to fetch over all streams of the process.
+    std::uint64_t order = 0;
+    /// Copies: the memory is the user's from the fetch on, and gone when another thread revokes it.
+    std::vector<genapi::ChunkBytes> chunks;
 };
 
 /// Buffer states and the ready queue of a stream. Thread safe; one lock, held for moments only and
@@ -70,11 +83,16 @@ public:
 
     /// From the transport: a buffer came back. Unknown and stale tokens are ignored.
     void done(BufferToken token, FrameInfo frame);
+    /// For the transport: a buffer that it is to fill again, from now on queued; 0 without one.
+    BufferToken takeSpare();
     void setGeometry(const FrameGeometry& geometry);
+    void setMode(HandlingMode mode);
 
     /// Takes the next filled buffer. Waits until there is one, the deadline passes (-1011), the
     /// waits are ended (-1012), a signal was handled (-1012) or the stream is broken (its reason).
-    BufferImpl* fetch(std::uint64_t timeoutMs, ZelCamErr* code);
+    FetchedFrame fetch(std::uint64_t timeoutMs, ZelCamErr* code);
+    /// The order of the newest fetch in the process.
+    static std::uint64_t newestFetch();
     /// Ends the fetches that wait now.
     void endWaits();
     /// From now on a fetch that finds no frame ends with `reason`. The first reason stays.
@@ -86,25 +104,31 @@ public:
     ZelCamErr broken();
 
 private:
-    void complete(FrameInfo& frame, std::size_t memorySize) const;
-    void move(BufferImpl& buffer, State state);
-    BufferImpl* takeReady();
+    void complete(FrameInfo& frame, std::size_t memorySize) const ZEL_REQUIRES(mutex_);
+    void move(BufferImpl& buffer, State state) ZEL_REQUIRES(mutex_);
+    std::uint64_t count(State state) const ZEL_REQUIRES(mutex_);
+    void skipOldest() ZEL_REQUIRES(mutex_);
+    void skipOutdated() ZEL_REQUIRES(mutex_);
+    void makeRoom() ZEL_REQUIRES(mutex_);
+    bool takeReady(FetchedFrame* frame) ZEL_REQUIRES(mutex_);
 
-    std::mutex mutex_;
+    base::Mutex mutex_;
     InterruptibleCondition arrived_;
-    std::vector<std::unique_ptr<BufferImpl>> shells_;
-    std::vector<BufferImpl*> free_;
-    std::vector<BufferMemory> kept_;
-    std::unordered_map<const ZelCam::Buffer*, BufferImpl*> known_;
-    std::unordered_map<BufferToken, BufferImpl*> byToken_;
-    std::deque<BufferImpl*> ready_;
-    std::array<std::uint64_t, 4> inState_{};
-    FrameGeometry geometry_;
-    BufferToken nextToken_ = 1;
-    std::uint64_t delivered_ = 0;
-    std::uint64_t incomplete_ = 0;
-    std::uint64_t cancellations_ = 0;
-    ZelCamErr broken_ = ZelErr::kGenTLInvalidHandle;
+    std::vector<std::unique_ptr<BufferImpl>> shells_ ZEL_GUARDED_BY(mutex_);
+    std::vector<BufferImpl*> free_ ZEL_GUARDED_BY(mutex_);
+    std::vector<BufferMemory> kept_ ZEL_GUARDED_BY(mutex_);
+    std::unordered_map<const ZelCam::Buffer*, BufferImpl*> known_ ZEL_GUARDED_BY(mutex_);
+    std::unordered_map<BufferToken, BufferImpl*> byToken_ ZEL_GUARDED_BY(mutex_);
+    std::deque<BufferImpl*> ready_ ZEL_GUARDED_BY(mutex_);
+    std::array<std::uint64_t, BufferImpl::kStates> inState_ ZEL_GUARDED_BY(mutex_){};
+    FrameGeometry geometry_ ZEL_GUARDED_BY(mutex_);
+    HandlingMode mode_ ZEL_GUARDED_BY(mutex_) = HandlingMode::OldestFirst;
+    BufferToken nextToken_ ZEL_GUARDED_BY(mutex_) = 1;
+    std::uint64_t delivered_ ZEL_GUARDED_BY(mutex_) = 0;
+    std::uint64_t incomplete_ ZEL_GUARDED_BY(mutex_) = 0;
+    std::uint64_t skipped_ ZEL_GUARDED_BY(mutex_) = 0;
+    std::uint64_t cancellations_ ZEL_GUARDED_BY(mutex_) = 0;
+    ZelCamErr broken_ ZEL_GUARDED_BY(mutex_) = ZelErr::kGenTLInvalidHandle;
 };
 
 } // namespace core

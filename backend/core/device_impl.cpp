@@ -12,9 +12,9 @@
 namespace core
 {
 
-using Shared = std::shared_lock<std::shared_mutex>;
-using Exclusive = std::unique_lock<std::shared_mutex>;
-using Guard = std::lock_guard<std::mutex>;
+using base::ExclusiveLock;
+using base::Lock;
+using base::SharedLock;
 
 namespace
 {
@@ -22,15 +22,14 @@ namespace
 constexpr std::int64_t kPiece = 65'536;
 } // namespace
 
-DeviceImpl::DeviceImpl(DeviceInfoImpl& info)
-    : info_(info), statisticsSource_([this] { return statistics(); })
-{
-}
+DeviceImpl::DeviceImpl(DeviceInfoImpl& info) : info_(info), streamFeatures_(*this) {}
+
+const char* DeviceImpl::name() const { return info_.id().c_str(); }
 
 template <class Body> ZelCamErr DeviceImpl::whileOpen(Body&& body)
 {
     return base::guarded([&] {
-        const Shared lock(lifetime_);
+        const SharedLock lock(lifetime_);
         if (transport_ == nullptr) {
             return ZelErr::kGenTLInvalidHandle;
         }
@@ -41,30 +40,69 @@ template <class Body> ZelCamErr DeviceImpl::whileOpen(Body&& body)
 
 ZelCamErr DeviceImpl::open()
 {
-    const Exclusive lock(lifetime_);
+    const ExclusiveLock lock(lifetime_);
     if (transport_ != nullptr) {
         return ZelErr::kGenTLResourceInUse;
     }
-    std::unique_ptr<TransportDevice> transport;
-    const ZelCamErr code = info_.interface().openDevice(info_.id(), &transport);
-    if (code != ZelErr::kOk || transport == nullptr) {
-        return code != ZelErr::kOk ? code : ZelErr::kUnknown;
+    ZelCamErr code = base::guarded([&]() ZEL_NO_THREAD_SAFETY_ANALYSIS {
+        return info_.interface().openDevice(info_.id(), &transport_);
+    });
+    if (code == ZelErr::kOk) {
+        code = transport_ == nullptr
+                   ? ZelErr::kUnknown
+                   : base::guarded([&]() ZEL_NO_THREAD_SAFETY_ANALYSIS { start(); });
     }
-    transport_ = std::move(transport);
+    if (code != ZelErr::kOk) {
+        if (const auto dispatcher = events()) {
+            dispatcher->close();
+        }
+        shut();
+    }
+    base::log(base::LogChannel::Backend, "%s: opened: %d", name(), code);
+    return code;
+}
+
+void DeviceImpl::start()
+{
     lost_ = ZelErr::kOk;
+    mode_ = HandlingMode::OldestFirst;
+    for (StreamImpl* const stream : shells()) {
+        stream->setHandlingMode(mode_);
+        stream->resetCounters();
+    }
+    {
+        const Lock lock(chunksMutex_);
+        shownFetch_ = BufferPool::newestFetch();
+        chunksShown_ = false;
+    }
     const std::uint64_t session = ++session_;
     {
-        const Guard guard(eventsMutex_);
+        const Lock lock(eventsMutex_);
         events_ = std::make_shared<EventDispatcher>(
             [this, session](std::uint64_t id, const void* data, std::size_t size) {
                 publishEvent(session, id, data, size);
             });
     }
     cameraCode_ = camera_.attach({transport_->camera()});
-    attachTransportParameters();
+    attachTransportParameters(*transport_);
     open_ = true;
     transport_->startEvents(this);
-    return ZelErr::kOk;
+}
+
+// The order is that of who uses whom: the parameters read ports of the streams, the streams give
+// commands to the camera through its parameters.
+void DeviceImpl::shut()
+{
+    transportParameters_.detach(ZelErr::kGenTLInvalidHandle);
+    for (StreamImpl* const stream : shells()) {
+        stream->close();
+    }
+    if (transport_ != nullptr) {
+        transport_->stopEvents();
+    }
+    camera_.detach(ZelErr::kGenTLInvalidHandle);
+    transport_.reset();
+    open_ = false;
 }
 
 void DeviceImpl::Release()
@@ -77,19 +115,11 @@ void DeviceImpl::Release()
         if (const auto dispatcher = events()) {
             dispatcher->close();
         }
-        const Exclusive lock(lifetime_);
-        if (transport_ == nullptr) {
-            return ZelErr::kGenTLInvalidHandle;
+        const ExclusiveLock lock(lifetime_);
+        if (transport_ != nullptr) {
+            shut();
+            base::log(base::LogChannel::Backend, "%s: closed", name());
         }
-        for (StreamImpl* const stream : shells()) {
-            stream->close();
-        }
-        transport_->stopEvents();
-        camera_.detach(ZelErr::kGenTLInvalidHandle);
-        transportParameters_.detach(ZelErr::kGenTLInvalidHandle);
-        transport_.reset();
-        open_ = false;
-        return ZelErr::kOk;
     }));
 }
 
@@ -108,7 +138,7 @@ ZelCam::Stream* DeviceImpl::GetStreamByIndex(std::uint32_t index)
     ZelCam::Stream* stream = nullptr;
     static_cast<void>(whileOpen([&](TransportDevice& transport) {
         if (index < transport.streamCount()) {
-            stream = openStream(index);
+            stream = openStream(transport, index);
         }
         return ZelErr::kOk;
     }));
@@ -122,7 +152,7 @@ ZelCam::Stream* DeviceImpl::GetStreamById(const char* id)
         const std::uint32_t count = id != nullptr ? transport.streamCount() : 0;
         for (std::uint32_t index = 0; index < count; ++index) {
             if (transport.streamId(index) == id) {
-                stream = openStream(index);
+                stream = openStream(transport, index);
                 break;
             }
         }
@@ -212,8 +242,8 @@ ZelGenParam::Array* DeviceImpl::GetTransportParameters(ZelCamErr* err)
 
 ZelGenParam::Array* DeviceImpl::GetCameraParameters(ZelCamErr* err)
 {
-    const ZelCamErr code =
-        whileOpen([this](TransportDevice& /*transport*/) { return cameraCode_; });
+    const ZelCamErr code = whileOpen([this](TransportDevice& /*transport*/)
+                                         ZEL_NO_THREAD_SAFETY_ANALYSIS { return cameraCode_; });
     base::report(err, code);
     return code == ZelErr::kOk ? &camera_ : nullptr;
 }
@@ -235,26 +265,27 @@ ZelCamErr DeviceImpl::LoadConfiguration(const char* fileName)
 void DeviceImpl::releaseStream(StreamImpl& stream)
 {
     stream.endWaits();
-    const Shared lock(lifetime_);
-    const Guard guard(streamsMutex_);
+    const SharedLock lock(lifetime_);
+    const Lock streams(streamsMutex_);
     if (transport_ == nullptr || !stream.isOpen()) {
         return;
     }
     // The stream's modules leave the parameters before they go.
     stream.breakOff(ZelErr::kGenTLInvalidHandle);
-    attachTransportParameters(&stream);
+    attachTransportParameters(*transport_, &stream);
     stream.close();
 }
 
-void DeviceImpl::publishChunks(BufferImpl& buffer)
+void DeviceImpl::publishChunks(const FetchedFrame& frame)
 {
-    const std::vector<ChunkPlace> chunks = buffer.chunks();
-    if (chunks.empty()) {
+    const Lock lock(chunksMutex_);
+    if (frame.order < shownFetch_) {
         return;
     }
-    const auto* const base = static_cast<const unsigned char*>(buffer.GetBufferPtr());
-    for (const ChunkPlace& chunk : chunks) {
-        camera_.setChunkData(chunk.id, base + chunk.offset, chunk.size);
+    shownFetch_ = frame.order;
+    if (!frame.chunks.empty() || chunksShown_) {
+        camera_.setChunks(frame.chunks);
+        chunksShown_ = !frame.chunks.empty();
     }
 }
 
@@ -269,49 +300,62 @@ void DeviceImpl::featuresInvalidated() { genapi::ParamArray::invalidate(); }
 
 void DeviceImpl::deviceLost(ZelCamErr reason)
 {
+    // One code for every way of losing a device, so that scripts need not know the transport.
+    const ZelCamErr code = ZelErr::kGenTLIo;
     ZelCamErr none = ZelErr::kOk;
-    if (!lost_.compare_exchange_strong(none, reason)) {
+    if (!lost_.compare_exchange_strong(none, code)) {
         return;
     }
+    base::log(base::LogChannel::Backend, "%s: lost: %d", name(), reason);
     for (StreamImpl* const stream : shells()) {
-        stream->breakOff(reason);
+        stream->breakOff(code);
     }
-    event(static_cast<std::uint64_t>(ZelCam::kEventDeviceLost), &reason, sizeof reason);
+    event(static_cast<std::uint64_t>(ZelCam::kEventDeviceLost), &code, sizeof code);
 }
 
-ZelCam::Stream* DeviceImpl::openStream(std::uint32_t index)
+void DeviceImpl::setHandlingMode(HandlingMode mode)
 {
-    const Guard guard(streamsMutex_);
+    mode_ = mode;
+    for (StreamImpl* const stream : shells()) {
+        stream->setHandlingMode(mode);
+    }
+}
+
+ZelCam::Stream* DeviceImpl::openStream(TransportDevice& transport, std::uint32_t index)
+{
+    const Lock streams(streamsMutex_);
     StreamImpl* stream = nullptr;
     {
-        const Guard shells(shellsMutex_);
+        const Lock shells(shellsMutex_);
         while (streams_.size() <= index) {
             streams_.push_back(
                 std::make_unique<StreamImpl>(*this, static_cast<std::uint32_t>(streams_.size())));
+            streams_.back()->setHandlingMode(mode_);
         }
         stream = streams_[index].get();
     }
     if (stream->isOpen()) {
         return stream;
     }
-    const ZelCamErr code = stream->open(*transport_);
+    const ZelCamErr code = stream->open(transport);
     if (code != ZelErr::kOk) {
-        base::log(base::LogChannel::Backend, "stream %u cannot be opened: %d", index, code);
+        base::log(base::LogChannel::Backend, "%s: stream %u cannot be opened: %d", name(), index,
+                  code);
         return nullptr;
     }
     if (const ZelCamErr lost = lost_; lost != ZelErr::kOk) {
         stream->breakOff(lost); // The news may have come before the stream was there.
     }
-    attachTransportParameters();
+    attachTransportParameters(transport);
     return stream;
 }
 
-// The counters come first and are the same everywhere, then the device's modules, then those of the
-// open streams.
-void DeviceImpl::attachTransportParameters(const StreamImpl* without)
+// What the streams have in common comes first and are the same everywhere, then the device's
+// modules, then those of the open streams.
+void DeviceImpl::attachTransportParameters(TransportDevice& transport, const StreamImpl* without)
 {
-    std::vector<genapi::FeatureSource*> sources = {&statisticsSource_};
-    for (genapi::FeatureSource* const source : transport_->transportFeatures()) {
+    std::vector<genapi::FeatureSource*> sources = {&streamFeatures_};
+    for (genapi::FeatureSource* const source : transport.transportFeatures()) {
         sources.push_back(source);
     }
     for (StreamImpl* const stream : shells()) {
@@ -327,7 +371,7 @@ void DeviceImpl::attachTransportParameters(const StreamImpl* without)
 void DeviceImpl::publishEvent(std::uint64_t session, std::uint64_t id, const void* data,
                               std::size_t size)
 {
-    const Shared lock(lifetime_);
+    const SharedLock lock(lifetime_);
     if (transport_ == nullptr || session != session_) {
         return;
     }
@@ -342,7 +386,7 @@ void DeviceImpl::publishEvent(std::uint64_t session, std::uint64_t id, const voi
 
 std::shared_ptr<EventDispatcher> DeviceImpl::events()
 {
-    const Guard guard(eventsMutex_);
+    const Lock lock(eventsMutex_);
     return events_;
 }
 
@@ -359,7 +403,7 @@ StreamStatistics DeviceImpl::statistics()
 // The shells live as long as the device, so the pointers stay good without the lock.
 std::vector<StreamImpl*> DeviceImpl::shells()
 {
-    const Guard guard(shellsMutex_);
+    const Lock lock(shellsMutex_);
     std::vector<StreamImpl*> result;
     result.reserve(streams_.size());
     for (const auto& stream : streams_) {

@@ -1,8 +1,10 @@
 // ZelCam::Stream over a stream of any transport.
 #include "core/stream_impl.h"
 
+#include "base/log.h"
 #include "base/operation_guard.h"
 #include "core/device_impl.h"
+#include "core/errand.h"
 
 #include <sys/sysinfo.h>
 
@@ -11,7 +13,7 @@
 namespace core
 {
 
-using Guard = std::lock_guard<std::mutex>;
+using base::Lock;
 using State = BufferImpl::State;
 
 namespace
@@ -36,11 +38,17 @@ StreamImpl::StreamImpl(DeviceImpl& device, std::uint32_t index)
 {
 }
 
+// The body has the transport for itself, after every stop that is still under way.
 template <class Body> ZelCamErr StreamImpl::whileOpen(Body&& body)
 {
     return base::guarded([&] {
-        const Guard guard(control_);
-        return transport_ != nullptr ? body(*transport_) : ZelErr::kGenTLInvalidHandle;
+        Lock control(control_);
+        awaitStops(control);
+        if (transport_ == nullptr) {
+            return ZelErr::kGenTLInvalidHandle;
+        }
+        const ZelCamErr lost = device_.lost();
+        return lost == ZelErr::kOk ? body(*transport_) : lost;
     });
 }
 
@@ -107,16 +115,17 @@ ZelCamErr StreamImpl::QueueBuffer(ZelCam::Buffer* buffer)
 
 ZelCam::Buffer* StreamImpl::GetBuffer(std::uint64_t timeoutMs, ZelCamErr* err)
 {
-    BufferImpl* buffer = nullptr;
+    FetchedFrame frame;
     base::report(err, base::guarded([&] {
                      ZelCamErr code = ZelErr::kOk;
-                     buffer = pool_.fetch(timeoutMs, &code);
-                     if (buffer != nullptr) {
-                         device_.publishChunks(*buffer);
-                     }
+                     frame = pool_.fetch(timeoutMs, &code);
                      return code;
                  }));
-    return buffer;
+    if (frame.buffer != nullptr) {
+        // A frame whose chunks cannot be shown is a frame all the same.
+        static_cast<void>(base::guarded([&] { device_.publishChunks(frame); }));
+    }
+    return frame.buffer;
 }
 
 ZelCamErr StreamImpl::CancelBuffer()
@@ -171,11 +180,17 @@ ZelCamErr StreamImpl::StartAcquisition(std::uint64_t frames, std::int64_t /*flag
 
 ZelCamErr StreamImpl::StopAcquisition(std::int64_t flags)
 {
-    if (acquiring_) {
+    return base::guarded([&] {
+        if (!acquiring_) {
+            return whileOpen([](TransportStream&) { return ZelErr::kGenTLResourceInUse; });
+        }
         pool_.endWaits(); // Before the camera has had time to answer.
-    }
-    return whileOpen([&](TransportStream& transport) {
-        return acquiring_ ? stop(transport, flags == kStopAtOnce) : ZelErr::kGenTLResourceInUse;
+        ++pendingStops_;
+        return runErrand(kStopPatience, [this, atOnce = flags == kStopAtOnce] {
+            ZelCamErr code = ZelErr::kOk;
+            stopInTurn(atOnce, &code);
+            return code;
+        });
     });
 }
 
@@ -242,26 +257,27 @@ std::uint64_t StreamImpl::GetBufferAlignment()
 
 ZelCamErr StreamImpl::open(TransportDevice& device)
 {
-    const Guard guard(control_);
+    const Lock control(control_);
     if (transport_ != nullptr) {
         return ZelErr::kOk;
     }
     pool_.open();
     std::unique_ptr<TransportStream> transport;
-    const ZelCamErr code = device.openStream(index_, this, &transport);
+    const ZelCamErr code =
+        base::guarded([&] { return device.openStream(index_, this, &transport); });
     if (code != ZelErr::kOk || transport == nullptr) {
         pool_.close(ZelErr::kGenTLInvalidHandle);
         return code != ZelErr::kOk ? code : ZelErr::kUnknown;
     }
-    const Guard counterGuard(counterMutex_);
-    transport_ = std::move(transport);
+    setTransport(std::move(transport));
     return ZelErr::kOk;
 }
 
 void StreamImpl::close()
 {
     pool_.close(ZelErr::kGenTLInvalidHandle);
-    const Guard guard(control_);
+    Lock control(control_);
+    awaitStops(control);
     if (transport_ == nullptr) {
         return;
     }
@@ -273,25 +289,20 @@ void StreamImpl::close()
     for (BufferImpl* const buffer : pool_.inState({State::Idle})) {
         revoke(*transport_, buffer);
     }
-    std::unique_ptr<TransportStream> transport;
-    {
-        const Guard counterGuard(counterMutex_);
-        transport = std::move(transport_);
-    }
-    transport.reset();
+    setTransport(nullptr);
     pool_.freeKept();
 }
 
 bool StreamImpl::isOpen()
 {
-    const Guard guard(control_);
-    return transport_ != nullptr;
+    const Lock lock(handleMutex_);
+    return handle_ != nullptr;
 }
 
 std::vector<genapi::FeatureSource*> StreamImpl::features()
 {
-    const Guard guard(control_);
-    return transport_ != nullptr ? transport_->features() : std::vector<genapi::FeatureSource*>();
+    const Lock lock(handleMutex_);
+    return handle_ != nullptr ? handle_->features() : std::vector<genapi::FeatureSource*>();
 }
 
 void StreamImpl::addTo(StreamStatistics& statistics)
@@ -299,15 +310,60 @@ void StreamImpl::addTo(StreamStatistics& statistics)
     const BufferCounters buffers = pool_.counters();
     statistics.delivered += buffers.delivered;
     statistics.incomplete += buffers.incomplete;
+    statistics.skipped += buffers.skipped;
     statistics.announcedBuffers += buffers.announced;
     statistics.inputBuffers += buffers.queued;
     statistics.outputBuffers += buffers.ready;
-    const Guard guard(counterMutex_);
-    if (transport_ != nullptr) {
-        const StreamCounters counters = transport_->counters();
-        statistics.lost += counters.lost;
-        statistics.underruns += counters.underruns;
+    const Lock lock(handleMutex_);
+    noteCounters();
+    statistics.lost += counters_.lost;
+    statistics.underruns += counters_.underruns;
+}
+
+void StreamImpl::resetCounters()
+{
+    pool_.resetCounters();
+    const Lock lock(handleMutex_);
+    counters_ = StreamCounters();
+}
+
+void StreamImpl::awaitStops(Lock& control)
+{
+    stopDone_.wait(control.native(), [this] { return pendingStops_ == 0; });
+}
+
+// On the errand's thread, which takes its turn with the other operations.
+void StreamImpl::stopInTurn(bool atOnce, ZelCamErr* code)
+{
+    const Lock control(control_);
+    *code = base::guarded([&]() ZEL_NO_THREAD_SAFETY_ANALYSIS {
+        if (transport_ == nullptr) {
+            return ZelErr::kGenTLInvalidHandle;
+        }
+        return acquiring_ ? stop(*transport_, atOnce) : ZelErr::kGenTLResourceInUse;
+    });
+    --pendingStops_;
+    stopDone_.notify_all();
+}
+
+// What a transport finds out later may be less than what it had to assume before.
+void StreamImpl::noteCounters()
+{
+    if (handle_ != nullptr) {
+        const StreamCounters now = handle_->counters();
+        counters_.lost = std::max(counters_.lost, now.lost);
+        counters_.underruns = std::max(counters_.underruns, now.underruns);
     }
+}
+
+void StreamImpl::setTransport(std::unique_ptr<TransportStream> transport)
+{
+    {
+        const Lock lock(handleMutex_);
+        noteCounters();
+        handle_ = transport.get();
+    }
+    transport_ = std::move(transport);
 }
 
 void StreamImpl::bufferDone(BufferToken token, FrameInfo info)
@@ -349,6 +405,7 @@ ZelCamErr StreamImpl::queue(TransportStream& transport, BufferImpl* buffer)
     if (code != ZelErr::kOk) {
         pool_.markIdle(buffer);
     }
+    refill(*this, transport); // The transport asks when a frame arrives, and none may.
     return code;
 }
 
@@ -394,7 +451,8 @@ ZelCamErr StreamImpl::emptyQueue(TransportStream& transport)
     }
     std::vector<BufferImpl*> others;
     for (BufferImpl* const buffer : pool_.announced(false)) {
-        if (pool_.state(buffer) == State::Queued) {
+        const State state = pool_.state(buffer);
+        if (state == State::Queued || state == State::Spare) {
             others.push_back(buffer);
         }
     }
@@ -421,18 +479,26 @@ ZelCamErr StreamImpl::start(TransportStream& transport, std::uint64_t frames)
 {
     pool_.setGeometry(camera_.geometry());
     pool_.resetCounters();
+    refill(*this, transport);
     camera_.lockTransport(true);
     ZelCamErr code = transport.start(frames);
     if (code == ZelErr::kOk) {
+        {
+            const Lock lock(handleMutex_);
+            counters_ = StreamCounters();
+        }
         acquiring_ = true;
         code = camera_.start();
         if (code == ZelErr::kOk) {
+            base::log(base::LogChannel::Backend, "%s: stream %u started", device_.name(), index_);
             return code;
         }
         acquiring_ = false;
         static_cast<void>(transport.stop(true));
     }
     camera_.lockTransport(false);
+    base::log(base::LogChannel::Backend, "%s: stream %u does not start: %d", device_.name(), index_,
+              code);
     return code;
 }
 
@@ -443,6 +509,11 @@ ZelCamErr StreamImpl::stop(TransportStream& transport, bool atOnce)
     camera_.lockTransport(false);
     acquiring_ = false;
     pool_.endWaits(); // Of those that began while the camera was stopping.
+    base::log(base::LogChannel::Backend, "%s: stream %u stopped: camera %d, host %d",
+              device_.name(), index_, cameraCode, hostCode);
+    if (const ZelCamErr lost = device_.lost(); lost != ZelErr::kOk) {
+        return lost;
+    }
     if (pool_.broken() != ZelErr::kOk) {
         return ZelErr::kOk; // Nothing is left to be stopped on the other side.
     }

@@ -1,15 +1,17 @@
 // ZelCam::Stream over a stream of any transport.
 #pragma once
 
+#include "base/mutex.h"
 #include "core/buffer_pool.h"
 #include "core/camera_control.h"
-#include "core/stream_statistics.h"
+#include "core/stream_features.h"
 #include "core/transport.h"
 #include "zel_cam/stream.h"
 
 #include <atomic>
+#include <chrono>
+#include <condition_variable>
 #include <memory>
-#include <mutex>
 #include <vector>
 
 namespace core
@@ -19,8 +21,9 @@ class DeviceImpl;
 
 /// The shell of one stream, kept and used again when its device is opened again. Locks, in the
 /// order in which they are taken: the device's, control_ (one operation of the transport at a
-/// time), the node map's, and last those of pool_ and counterMutex_. GetBuffer, CancelBuffer and
-/// the transport's callbacks take only the last ones.
+/// time), the node map's, and last those of pool_ and handleMutex_. GetBuffer, CancelBuffer and
+/// the transport's callbacks take only the last ones. Private functions that take the transport
+/// are called with control_ held.
 class StreamImpl final : public ZelCam::Stream, private StreamSink
 {
 public:
@@ -34,6 +37,8 @@ public:
     ZelCamErr CancelBuffer() override;
     ZelCamErr FlushBuffers(std::int64_t mode) override;
     ZelCamErr StartAcquisition(std::uint64_t frames, std::int64_t flags) override;
+    /// Back within kStopPatience whatever the camera does; what is not done by then is done in the
+    /// background, and the next operation of the stream waits for it.
     ZelCamErr StopAcquisition(std::int64_t flags) override;
     ZelCamErr AllocBufferQueue(void* userPointer, std::uint64_t count) override;
     ZelCamErr ReleaseBufferQueue() override;
@@ -47,6 +52,7 @@ public:
     /// Stops, revokes and closes; later operations answer -1006.
     void close();
     bool isOpen();
+    /// Waits for no operation, as the two that follow.
     std::vector<genapi::FeatureSource*> features();
 
     /// Ends the waits, without taking a lock that a slow operation could hold. From now on waits
@@ -56,13 +62,23 @@ public:
 
     /// Adds this stream's counters; callable under a node map's lock.
     void addTo(StreamStatistics& statistics);
+    void resetCounters();
+    void setHandlingMode(HandlingMode mode) { pool_.setMode(mode); }
+
+    /// How long StopAcquisition waits for the camera and the transport.
+    static constexpr std::chrono::milliseconds kStopPatience{12};
 
 private:
     void bufferDone(BufferToken token, FrameInfo info) override;
+    BufferToken takeSpare() override { return pool_.takeSpare(); }
     void streamBroken(ZelCamErr reason) override;
 
     template <class Body> ZelCamErr whileOpen(Body&& body);
     template <class Body> std::uint64_t ask(Body&& body);
+    void awaitStops(base::Lock& control) ZEL_REQUIRES(control_);
+    void stopInTurn(bool atOnce, ZelCamErr* code);
+    void noteCounters() ZEL_REQUIRES(handleMutex_);
+    void setTransport(std::unique_ptr<TransportStream> transport) ZEL_REQUIRES(control_);
     std::uint64_t payloadSize(TransportStream& transport);
     BufferImpl* announce(TransportStream& transport, std::uint64_t size, bool ofQueue,
                          ZelCamErr* code);
@@ -79,10 +95,15 @@ private:
     const std::uint32_t index_;
     CameraControl camera_;
     BufferPool pool_;
-    std::mutex control_;
-    std::mutex counterMutex_; ///< Guards transport_ against counter readers, who lack control_.
-    std::unique_ptr<TransportStream> transport_;
+    base::Mutex control_;
+    std::unique_ptr<TransportStream> transport_ ZEL_GUARDED_BY(control_);
+    std::condition_variable stopDone_;
+    std::atomic<int> pendingStops_{0}; ///< Falls under control_ only.
     std::atomic<bool> acquiring_{false};
+
+    base::Mutex handleMutex_; ///< For those who must not wait for an operation; leaf.
+    TransportStream* handle_ ZEL_GUARDED_BY(handleMutex_) = nullptr; ///< That of transport_.
+    StreamCounters counters_ ZEL_GUARDED_BY(handleMutex_); ///< The highest since the start.
 };
 
 } // namespace core

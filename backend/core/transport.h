@@ -1,4 +1,5 @@
-// The one internal interface of the backend: what a transport family (GenTL, Vision) implements.
+// The one internal interface of the backend: what a transport family (GenTL, GigE, USB3)
+// implements.
 //
 // core/ turns these into the classes of sdk/: it owns handles, queues, waits, counters, locks and
 // lifetimes, so that they are the same for every transport. A family only moves bytes.
@@ -11,6 +12,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace core
@@ -66,24 +68,32 @@ using BufferToken = std::uint64_t;
 
 /// Receives what a stream delivers. Called on a thread of the transport. The sink never calls back
 /// into the transport and never blocks for long, so the thread may hold locks of the transport.
+/// A transport that has delivered calls refill() next, so that frames which were given up for newer
+/// ones make room.
 class StreamSink
 {
 public:
     virtual ~StreamSink() = default;
     /// A buffer left the transport: filled (or empty, see FrameInfo), in order of delivery.
     virtual void bufferDone(BufferToken token, FrameInfo info) = 0;
+    /// A buffer whose frame was given up for a newer one and that is the transport's to fill again,
+    /// as if it had been queued; 0 when there is none. What cannot be queued is reported by
+    /// bufferDone() as empty.
+    virtual BufferToken takeSpare() { return 0; }
     /// The device is gone or the stream broke: all waits end with `reason`.
     virtual void streamBroken(ZelCamErr reason) = 0;
 };
 
-/// What a transport counted since the last start.
+/// What a transport counted since the last start; kept after the stop.
 struct StreamCounters {
-    std::uint64_t lost = 0;      ///< Frames that the camera sent and that never arrived.
+    /// Frames that the camera began and that never arrived, the one that a stop gave up included.
+    std::uint64_t lost = 0;
     std::uint64_t underruns = 0; ///< Frames that found no buffer queued.
 };
 
-/// One data stream. core serialises the calls of one stream (but counters()); sink callbacks come
-/// concurrently. Destroying it takes back all buffers and ends the callbacks.
+/// One data stream. core serialises the calls of one stream (but counters(), and queue() by
+/// refill()); sink callbacks come concurrently. Destroying it takes back all buffers and ends the
+/// callbacks.
 class TransportStream
 {
 public:
@@ -106,13 +116,28 @@ public:
     /// Host side only; the camera's commands and TLParamsLocked are core's job. `frames` all ones:
     /// without limit.
     virtual ZelCamErr start(std::uint64_t frames) = 0;
-    /// Buffers that are queued stay queued.
+    /// Prompt, whatever the camera is doing: a frame under way is given up and counted as lost
+    /// (`kill`: may be delivered incomplete instead). Buffers that are queued stay queued. Frames
+    /// that were whole before are delivered before this returns.
     virtual ZelCamErr stop(bool kill) = 0;
     /// May be called at any time beside the other operations.
     virtual StreamCounters counters() = 0;
     /// Modules whose features belong to the stream (GenTL: the DS port); borrowed.
     virtual std::vector<genapi::FeatureSource*> features() { return {}; }
 };
+
+/// Queues what the sink has to spare; after every delivery, on the thread that delivers. The
+/// stream's queue() is called beside core's operations.
+inline void refill(StreamSink& sink, TransportStream& stream)
+{
+    while (const BufferToken spare = sink.takeSpare()) {
+        if (stream.queue(spare) != ZelErr::kOk) {
+            FrameInfo nothing;
+            nothing.empty = true;
+            sink.bufferDone(spare, std::move(nothing));
+        }
+    }
+}
 
 /// Receives what a device reports outside its streams. Called on a thread of the transport that
 /// holds no lock of the transport.
@@ -124,7 +149,8 @@ public:
     virtual void event(std::uint64_t eventId, const void* data, std::size_t size) = 0;
     /// Features changed behind our back.
     virtual void featuresInvalidated() = 0;
-    /// The device is gone (unplugged, control lost): everything answers with `reason` from now on.
+    /// The device is gone (unplugged, control lost), its streams included. From now on everything
+    /// answers -1010, whatever the transport has seen; `reason` goes to the log.
     virtual void deviceLost(ZelCamErr reason) = 0;
 };
 

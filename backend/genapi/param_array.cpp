@@ -61,11 +61,14 @@ void ParamArray::setEventData(std::uint64_t eventId, const void* data, std::size
     invalidate();
 }
 
-void ParamArray::setChunkData(std::uint64_t chunkId, const void* data, std::size_t size)
+void ParamArray::setChunks(const std::vector<ChunkBytes>& chunks)
 {
     const Entry entry(*state_);
-    for (const auto& map : state_->maps())
-        map->router().setData(false, chunkId, data, size);
+    for (const auto& map : state_->maps()) {
+        map->router().dropChunks();
+        for (const ChunkBytes& chunk : chunks)
+            map->router().setData(false, chunk.id, chunk.bytes.data(), chunk.bytes.size());
+    }
 }
 
 void ParamArray::invalidate() { ChangeCount::advance(); }

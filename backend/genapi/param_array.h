@@ -14,6 +14,12 @@ namespace genapi
 
 class ParamArrayState;
 
+/// The bytes of one chunk of a frame.
+struct ChunkBytes {
+    std::uint64_t id;
+    std::vector<unsigned char> bytes;
+};
+
 /// A ZelGenParam::Array over the node maps of one or more modules; where two modules have a feature
 /// of one name, the earlier one wins. The array and every parameter object that it ever handed out
 /// live until it is destroyed, whether a map is attached or not, and objects are reused when the
@@ -37,11 +43,13 @@ public:
     /// may call it from inside an access: the map then lives until that access has returned.
     void detach(ZelCamErr reason);
 
-    /// Makes events and chunks of the camera readable through the map: the bytes whose offset 0 is
-    /// address 0 of the event port with this id (hexadecimal EventID), or of the chunk port with
-    /// this ChunkID. Until then they answer -1014. The bytes are copied.
+    /// Makes an event of the camera readable through the map: the bytes whose offset 0 is address 0
+    /// of the event port with this id (hexadecimal EventID). Until then it answers -1014. The bytes
+    /// are copied.
     void setEventData(std::uint64_t eventId, const void* data, std::size_t size);
-    void setChunkData(std::uint64_t chunkId, const void* data, std::size_t size);
+    /// Makes the chunks of a frame readable, by the ChunkID of their ports, in place of all that
+    /// were there before: ports without a chunk answer -1014.
+    void setChunks(const std::vector<ChunkBytes>& chunks);
 
     /// Tells that something changed features behind the back of the map: the next read of every
     /// value asks the module. Never waits; from any thread.

@@ -78,6 +78,14 @@ void PortRouter::setData(bool isEvent, std::uint64_t id, const void* data, std::
     }
 }
 
+void PortRouter::dropChunks()
+{
+    for (Slot& slot : slots_) {
+        if (!slot.overlay.isEvent)
+            slot.hasData = false;
+    }
+}
+
 bool PortRouter::hasData(std::int32_t slot) const
 {
     return slots_[static_cast<std::size_t>(slot)].hasData;

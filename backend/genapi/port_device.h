@@ -28,6 +28,9 @@ public:
     /// Copies the bytes behind the event or chunk ports with this id.
     void setData(bool isEvent, std::uint64_t id, const void* data, std::size_t size);
 
+    /// Forgets the bytes of all chunk ports.
+    void dropChunks();
+
     /// False until the first data of an overlay arrived.
     bool hasData(std::int32_t slot) const;
 

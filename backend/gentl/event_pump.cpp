@@ -71,7 +71,12 @@ std::unique_ptr<EventPump> EventPump::start(const Api& api, Handle source, Event
     }
     state->data.resize(state->maxSize());
     std::unique_ptr<EventPump> pump(new EventPump(state));
-    base::startThread("zel-gentl", [state] { state->run(); }).detach();
+    try {
+        base::startThread("zel-gentl", [state] { state->run(); }).detach();
+    } catch (...) {
+        state->done = true; // No thread that the pump's end could wait for.
+        throw;
+    }
     return pump;
 }
 

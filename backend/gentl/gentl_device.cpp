@@ -44,7 +44,12 @@ ZelCamErr GentlDevice::create(const Api& api, Handle device,
         api.call<&FunctionTable::DevClose>("DevClose", device);
         return code != err::kSuccess ? code : err::kError;
     }
-    result->reset(new GentlDevice(api, device, remotePort));
+    try {
+        result->reset(new GentlDevice(api, device, remotePort));
+    } catch (...) {
+        api.call<&FunctionTable::DevClose>("DevClose", device);
+        throw;
+    }
     return err::kSuccess;
 }
 
@@ -187,7 +192,7 @@ bool GentlDevice::checkGone()
     gone_ = true;
     const std::lock_guard<std::mutex> guard(sinkMutex_);
     if (sink_ != nullptr) {
-        sink_->deviceLost(ZelErr::kNoDevice);
+        sink_->deviceLost(err::kIo);
     }
     return true;
 }

@@ -31,8 +31,13 @@ ZelCamErr GentlStream::create(const Api& api, Handle stream, std::uint64_t tickF
                               core::StreamSink* sink, Suspicion suspicion,
                               std::unique_ptr<core::TransportStream>* result)
 {
-    std::unique_ptr<GentlStream> created(
-        new GentlStream(api, stream, tickFrequency, sink, std::move(suspicion)));
+    std::unique_ptr<GentlStream> created;
+    try {
+        created.reset(new GentlStream(api, stream, tickFrequency, sink, std::move(suspicion)));
+    } catch (...) {
+        api.call<&FunctionTable::DSClose>("DSClose", stream);
+        throw;
+    }
     GentlStream* const self = created.get();
     EventPump::Handlers handlers;
     handlers.event = [self](Handle, const void* data, std::size_t size) {
@@ -222,6 +227,7 @@ bool GentlStream::newBuffer(const void* data, std::size_t size)
         countGap(frame.frameId);
     }
     sink_->bufferDone(buffer.token, std::move(frame));
+    core::refill(*sink_, *this);
     return true;
 }
 

@@ -339,6 +339,7 @@ void VisionStream::take(ArvStream* receiver, ArvBuffer* buffer)
         }
     }
     sink_->bufferDone(token, std::move(info));
+    core::refill(*sink_, *this);
 }
 
 core::FrameInfo VisionStream::describe(ArvBuffer* buffer, bool complete)

@@ -83,6 +83,18 @@ TEST_F(DeviceTest, OneOwnerAndTheSameObjectsAtEveryOpening)
     EXPECT_EQ(code, ZelErr::kGenTLAccessDenied) << "another process has it";
 }
 
+TEST_F(DeviceTest, AnOpenThatFailsHalfWayLeavesTheDeviceClosed)
+{
+    device->Release();
+    far.eventsThrow = true;
+    ZelCamErr code = ZelErr::kOk;
+    EXPECT_EQ(world.system().openDevice(device->GetInfo(), 2, &code), nullptr);
+    EXPECT_EQ(code, ZelErr::kGenTLResourceExhausted);
+    EXPECT_EQ(far.opened, 0);
+    far.eventsThrow = false;
+    EXPECT_EQ(world.open(), device);
+}
+
 TEST_F(DeviceTest, StreamsByIndexAndId)
 {
     far.streams = 2;
@@ -240,7 +252,7 @@ TEST_F(DeviceTest, ACallbackMayUnregisterItselfAndCloseTheDevice)
     EXPECT_EQ(context.calls, 1) << "registrations end with the device";
 }
 
-TEST_F(DeviceTest, ALostDeviceSaysSoOnceAndAnswersWithTheReason)
+TEST_F(DeviceTest, ALostDeviceSaysSoOnceAndAnswersWithOneCodeWhateverTheReason)
 {
     Inbox inbox;
     device->RegisterEvent(ZelCam::kEventDeviceLost, &Inbox::receive, &inbox);
@@ -253,14 +265,31 @@ TEST_F(DeviceTest, ALostDeviceSaysSoOnceAndAnswersWithTheReason)
     far.lose(ZelErr::kGenTLIo);
     ASSERT_TRUE(inbox.waitFor(1));
     std::memcpy(&code, inbox.messages.front().data(), sizeof code);
-    EXPECT_EQ(code, ZelErr::kNoDevice);
-    EXPECT_EQ(width->GetValue(&code), 0);
-    EXPECT_EQ(code, ZelErr::kNoDevice);
-    EXPECT_EQ(device->ReadMem(0, &code, 4), ZelErr::kNoDevice);
+    EXPECT_EQ(code, ZelErr::kGenTLIo);
+    while (width->GetValue(&code) != 0 || code == ZelErr::kOk) { // The news travels.
+    }
+    EXPECT_EQ(code, ZelErr::kGenTLIo);
+    ZelGenParam::Array* const none = nullptr;
+    EXPECT_EQ(device->GetCameraParameters(&code), none);
+    EXPECT_EQ(code, ZelErr::kGenTLIo);
+    EXPECT_EQ(device->GetTransportParameters(&code), none);
+    EXPECT_EQ(code, ZelErr::kGenTLIo);
     EXPECT_EQ(device->GetStreamByIndex(0), nullptr);
-    EXPECT_EQ(stream->StopAcquisition(0), ZelErr::kOk) << "the host side is stopped all the same";
-    EXPECT_EQ(far.started, 0);
-    EXPECT_EQ(stream->StartAcquisition(1, 0), ZelErr::kNoDevice);
+    EXPECT_EQ(stream->CreateBuffer(128, nullptr, &code), nullptr);
+    EXPECT_EQ(code, ZelErr::kGenTLIo);
+    EXPECT_EQ(stream->GetBuffer(1000, &code), nullptr);
+    EXPECT_EQ(code, ZelErr::kGenTLIo);
+    for (const ZelCamErr answer :
+         {device->ReadMem(0, &code, 4), device->WriteMem(0, &code, 4, nullptr),
+          device->SaveConfiguration("x"), device->LoadConfiguration("x"),
+          device->RegisterEvent(1, &Inbox::receive, &inbox), stream->QueueBuffer(nullptr),
+          stream->RevokeBuffer(nullptr), stream->CancelBuffer(),
+          stream->FlushBuffers(ZelCam::kFlushAllDiscard), stream->StopAcquisition(0),
+          stream->StartAcquisition(1, 0), stream->AllocBufferQueue(nullptr, 1),
+          stream->ReleaseBufferQueue()}) {
+        EXPECT_EQ(answer, ZelErr::kGenTLIo);
+    }
+    EXPECT_EQ(far.started, 0) << "the host side was stopped all the same";
     device->Release();
     letWait();
     EXPECT_EQ(inbox.messages.size(), 1U);
@@ -273,11 +302,18 @@ TEST_F(DeviceTest, AForkedChildIsKeptAwayFromTheCamera)
     ZelCam::Stream* const stream = device->GetStreamByIndex(0);
     ASSERT_EQ(stream->AllocBufferQueue(nullptr, 2), ZelErr::kOk);
     ASSERT_EQ(stream->StartAcquisition(ZelCam::kInfinite, 0), ZelErr::kOk);
+    core::FrameInfo frame;
+    frame.frameId = 8;
+    far.deliver(frame);
+    ZelCam::Buffer* const buffer = stream->GetBuffer(0, nullptr);
+    ASSERT_NE(buffer, nullptr);
     const pid_t child = fork();
     if (child == 0) {
         ZelCamErr code = ZelErr::kOk;
         const bool kept = stream->StopAcquisition(0) == ZelErr::kInvalidState &&
-                          stream->GetBuffer(1000, &code) == nullptr &&
+                          stream->QueueBuffer(buffer) == ZelErr::kInvalidState &&
+                          buffer->GetFrameID() == 0 && buffer->GetBufferPtr() == nullptr &&
+                          buffer->IsIncomplete() && stream->GetBuffer(1000, &code) == nullptr &&
                           code == ZelErr::kInvalidState &&
                           device->GetCameraParameters(&code) == nullptr &&
                           world.system().GetInterfaceList(255) == nullptr;

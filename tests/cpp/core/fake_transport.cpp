@@ -5,6 +5,7 @@
 
 #include <chrono>
 #include <cstring>
+#include <system_error>
 
 namespace core_test
 {
@@ -47,7 +48,7 @@ ZelCamErr FakeCamera::description(std::string* document)
         "<pFeature>PixelFormat</pFeature><pFeature>PayloadSize</pFeature>"
         "<pFeature>AcquisitionStart</pFeature><pFeature>AcquisitionStop</pFeature>"
         "<pFeature>TLParamsLocked</pFeature><pFeature>OffsetX</pFeature>"
-        "<pFeature>EventTestValue</pFeature></Category>" +
+        "<pFeature>EventTestValue</pFeature><pFeature>ChunkTestValue</pFeature></Category>" +
         integer("Width", kWidth, "RW") + integer("Height", kHeight, "RW") +
         integer("PixelFormat", kFormat, "RW", false) +
         "<Enumeration Name=\"PixelFormat\"><EnumEntry Name=\"Mono8\"><Value>17301505</Value>"
@@ -59,6 +60,10 @@ ZelCamErr FakeCamera::description(std::string* document)
         "</AccessMode><pPort>EventTestPort</pPort><Sign>Unsigned</Sign>"
         "<Endianess>LittleEndian</Endianess></IntReg>"
         "<Port Name=\"EventTestPort\"><EventID>9001</EventID></Port>"
+        "<IntReg Name=\"ChunkTestValue\"><Address>0</Address><Length>2</Length><AccessMode>RO"
+        "</AccessMode><pPort>ChunkTestPort</pPort><Sign>Unsigned</Sign>"
+        "<Endianess>LittleEndian</Endianess></IntReg>"
+        "<Port Name=\"ChunkTestPort\"><ChunkID>c0</ChunkID></Port>"
         "<Port Name=\"Device\"/></RegisterDescription>";
     return ZelErr::kOk;
 }
@@ -166,10 +171,13 @@ public:
     }
     ZelCamErr stop(bool /*kill*/) override
     {
+        while (device_.hangsInStop) {
+            std::this_thread::yield();
+        }
         --device_.started;
         return ZelErr::kOk;
     }
-    core::StreamCounters counters() override { return {5, 7}; }
+    core::StreamCounters counters() override { return {device_.lost, device_.underruns}; }
 
 private:
     FakeDevice& device_;
@@ -196,6 +204,10 @@ public:
     {
         const Guard guard(device_.mutex_);
         device_.deviceSink_ = sink;
+        if (device_.eventsThrow) {
+            throw std::system_error(
+                std::make_error_code(std::errc::resource_unavailable_try_again));
+        }
     }
     void stopEvents() override
     {
@@ -221,6 +233,9 @@ bool FakeDevice::deliver(core::FrameInfo info)
         info.deliveredSize = memory.second;
     }
     streamSink_->bufferDone(token, std::move(info));
+    while (const core::BufferToken spare = streamSink_->takeSpare()) {
+        queue_.push_back(spare);
+    }
     return true;
 }
 

@@ -23,6 +23,7 @@ class FakeCamera final : public genapi::FeatureSource
 {
 public:
     enum Register { kWidth, kHeight, kFormat, kPayload, kStart, kStop, kLocked, kOffsetX, kCount };
+    static constexpr std::uint64_t kChunkId = 0xC0;
 
     ZelCamErr description(std::string* document) override;
     ZelCamErr read(std::uint64_t address, void* data, std::size_t size) override;
@@ -58,6 +59,10 @@ public:
     std::atomic<std::uint64_t> minBuffers{1};
     std::atomic<int> opened{0};
     std::atomic<int> started{0};
+    std::atomic<std::uint64_t> lost{5};
+    std::atomic<std::uint64_t> underruns{7};
+    std::atomic<bool> eventsThrow{false}; ///< As when there is no thread to be had.
+    std::atomic<bool> hangsInStop{false}; ///< Stopping takes until this is taken back.
 
     /// Fills the oldest queued buffer of the open stream; false when there is none.
     bool deliver(core::FrameInfo info = {});

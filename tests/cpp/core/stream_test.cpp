@@ -4,6 +4,7 @@
 #include "zel_image/image.h"
 
 #include <cstdint>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -63,6 +64,124 @@ TEST_F(StreamTest, FramesComeInOrderWithWhatTheTransportTold)
     EXPECT_EQ(counter("StreamAnnouncedBufferCount"), 3);
     EXPECT_EQ(counter("StreamInputBufferCount"), 1);
     EXPECT_EQ(counter("StreamOutputBufferCount"), 0);
+}
+
+TEST_F(StreamTest, HandlingModesDecideWhichFramesWait)
+{
+    struct Case {
+        const char* mode;
+        std::size_t taken; ///< Of six frames that the camera has for three buffers.
+        std::vector<std::uint64_t> fetched;
+    };
+    for (const Case& c : {Case{"OldestFirst", 3, {1, 2, 3}},
+                          Case{"OldestFirstOverwrite", 6, {5, 6}}, Case{"NewestOnly", 6, {6}}}) {
+        device->Release();
+        ASSERT_EQ(world.open(), device);
+        ZelGenParam::Array* const parameters = device->GetTransportParameters(nullptr);
+        EXPECT_STREQ(parameters->GetEnumValueStr("StreamBufferHandlingMode", nullptr),
+                     "OldestFirst");
+        ASSERT_EQ(parameters->SetEnumValueStr("StreamBufferHandlingMode", c.mode), ZelErr::kOk)
+            << "before there is a stream";
+        stream = device->GetStreamByIndex(0);
+        EXPECT_STREQ(device->GetTransportParameters(nullptr)->GetEnumValueStr(
+                         "StreamBufferHandlingMode", nullptr),
+                     c.mode);
+        startWith(3);
+        std::size_t taken = 0;
+        for (std::uint64_t id = 1; id <= 6; ++id) {
+            taken += far.deliver(frame(id)) ? 1 : 0;
+        }
+        EXPECT_EQ(taken, c.taken) << c.mode;
+        EXPECT_EQ(counter("StreamSkippedFrameCount"),
+                  static_cast<std::int64_t>(taken - c.fetched.size()))
+            << c.mode;
+        std::vector<ZelCam::Buffer*> held;
+        for (const std::uint64_t id : c.fetched) {
+            held.push_back(stream->GetBuffer(0, nullptr));
+            ASSERT_NE(held.back(), nullptr) << c.mode;
+            EXPECT_EQ(held.back()->GetFrameID(), id) << c.mode;
+        }
+        EXPECT_EQ(fetchCode(0), ZelErr::kGenTLTimeout) << c.mode;
+        for (ZelCam::Buffer* const buffer : held) {
+            EXPECT_EQ(stream->QueueBuffer(buffer), ZelErr::kOk);
+        }
+        EXPECT_EQ(far.queued(), 3U) << c.mode;
+    }
+}
+
+TEST_F(StreamTest, AModeThatComesLateHoldsForWhatWaitsAlready)
+{
+    startWith(4);
+    for (std::uint64_t id = 1; id <= 4; ++id) {
+        far.deliver(frame(id));
+    }
+    ASSERT_EQ(device->GetTransportParameters(nullptr)->SetEnumValueStr("StreamBufferHandlingMode",
+                                                                       "NewestOnly"),
+              ZelErr::kOk);
+    ZelCam::Buffer* const buffer = stream->GetBuffer(0, nullptr);
+    ASSERT_NE(buffer, nullptr);
+    EXPECT_EQ(buffer->GetFrameID(), 4U);
+    EXPECT_EQ(stream->QueueBuffer(buffer), ZelErr::kOk);
+    EXPECT_EQ(far.queued(), 4U) << "those that were passed over, too";
+}
+
+TEST_F(StreamTest, CountersNeverGoBackBeforeTheNextStart)
+{
+    startWith(2);
+    far.deliver(frame(1));
+    EXPECT_EQ(counter("StreamLostFrameCount"), 5);
+    far.lost = 0; // What was missing turned out to have come.
+    EXPECT_EQ(counter("StreamLostFrameCount"), 5);
+    far.lost = 6;
+    EXPECT_EQ(stream->StopAcquisition(0), ZelErr::kOk);
+    stream->Release();
+    for (const char* when : {"released", "opened again"}) {
+        EXPECT_EQ(counter("StreamLostFrameCount"), 6) << when;
+        EXPECT_EQ(counter("StreamUnderrunFrameCount"), 7) << when;
+        EXPECT_EQ(counter("StreamDeliveredFrameCount"), 1) << when;
+        stream = device->GetStreamByIndex(0);
+    }
+    far.lost = 0;
+    startWith(2);
+    EXPECT_EQ(counter("StreamLostFrameCount"), 0);
+    EXPECT_EQ(counter("StreamDeliveredFrameCount"), 0);
+}
+
+TEST_F(StreamTest, ChunksAreThoseOfTheFrameFetchedLastOrNotAvailable)
+{
+    startWith(3);
+    const auto value = [&](ZelCamErr* code) {
+        return device->GetCameraParameters(nullptr)->GetIntegerValue("ChunkTestValue", code);
+    };
+    core::FrameInfo with = frame(0x2A);
+    with.deliveredSize = 100;
+    with.chunks = {{FakeCamera::kChunkId, 100, 2}};
+    far.deliver(with);
+    far.deliver(frame(0x2B));
+    ZelCamErr code = ZelErr::kOk;
+    static_cast<void>(value(&code));
+    EXPECT_EQ(code, ZelErr::kGenTLNotAvailable) << "not fetched yet";
+    ASSERT_EQ(fetchCode(0), ZelErr::kOk);
+    EXPECT_EQ(value(&code), 0x2A2A);
+    EXPECT_EQ(code, ZelErr::kOk);
+    ASSERT_EQ(fetchCode(0), ZelErr::kOk);
+    static_cast<void>(value(&code));
+    EXPECT_EQ(code, ZelErr::kGenTLNotAvailable) << "the next frame came without chunks";
+}
+
+TEST_F(StreamTest, StoppingReturnsWhateverTheTransportDoes)
+{
+    startWith(2);
+    far.hangsInStop = true;
+    EXPECT_EQ(stream->StopAcquisition(0), ZelErr::kOk);
+    EXPECT_EQ(far.started, 1) << "it is still at it";
+    EXPECT_EQ(counter("StreamInputBufferCount"), 2) << "parameters do not wait for it";
+    EXPECT_EQ(device->GetStreamByIndex(0), stream);
+    std::thread later([&] { far.hangsInStop = false; });
+    EXPECT_EQ(stream->StartAcquisition(ZelCam::kInfinite, 0), ZelErr::kOk)
+        << "the next operation waits for the stop";
+    later.join();
+    EXPECT_EQ(far.started, 1);
 }
 
 TEST_F(StreamTest, EveryBufferOperationInEveryState)

@@ -212,7 +212,7 @@ TEST(ParamArray, ShowsEventsAndChunks)
     EXPECT_EQ(err, -1014) << "no event yet";
     const std::uint64_t event[] = {1, 0x123456789, 2};
     array.setEventData(0x9002, event, sizeof event);
-    array.setChunkData(0x9001, event, sizeof event);
+    array.setChunks({{0x9001, std::vector<unsigned char>(sizeof event, 1)}});
     array.GetIntegerValue("EventFrame", &err);
     EXPECT_EQ(err, -1014) << "another event, and a chunk of the same number";
     array.setEventData(0x9001, event, sizeof event);
@@ -222,9 +222,11 @@ TEST(ParamArray, ShowsEventsAndChunks)
     array.setEventData(0x9001, event, 8);
     EXPECT_EQ(array.GetIntegerValue("EventFrame", &err), 0);
     EXPECT_EQ(err, -1015) << "an event too short for the feature";
-    const char chunk[] = {0x12, 0x34};
-    array.setChunkData(0xC0FFEE, chunk, sizeof chunk);
+    array.setChunks({{0xC0FFEE, {0x12, 0x34}}});
     EXPECT_EQ(array.GetIntegerValue("Gain", &err), 0x1234);
+    array.setChunks({{0xBEEF, {0x12, 0x34}}});
+    EXPECT_EQ(array.GetIntegerValue("Gain", &err), 0);
+    EXPECT_EQ(err, -1014) << "the next frame came without it";
     EXPECT_EQ(array.GetIntegerValue("Plain", &err), 77) << "the device's own registers";
     array.attach({&source});
     array.GetIntegerValue("EventFrame", &err);
