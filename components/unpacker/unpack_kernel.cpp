@@ -2,7 +2,9 @@
 
 #include "common/vector_targets.h"
 
+#include <algorithm>
 #include <cstring>
+#include <type_traits>
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "unpacker/unpack_kernel.cpp"
@@ -18,89 +20,111 @@ namespace
 #if HWY_TARGET != HWY_SCALAR
 
 namespace hn = hwy::HWY_NAMESPACE;
-using Words = hn::ScalableTag<std::uint16_t>;
-using Bytes = hn::Repartition<std::uint8_t, Words>;
-using WordVector = hn::Vec<Words>;
-using ByteVector = hn::Vec<Bytes>;
 
-constexpr std::size_t kPixelsPerBlock = 8; // 12 packed bytes fill one 128-bit block of words.
-constexpr std::size_t kPackedBytesPerBlock = 12;
+// Ten bytes a block cannot be spread over wide vectors by moving whole dwords.
+template <PackedLayout kLayout>
+using WordsOf = std::conditional_t<kLayout == PackedLayout::k10p, hn::CappedTag<std::uint16_t, 8>,
+                                   hn::ScalableTag<std::uint16_t>>;
 
-// Puts 12 bytes of packed pixels to the beginning of every 128-bit block.
-HWY_INLINE ByteVector loadBlocks(const std::uint8_t* source)
+// Puts the packed bytes of eight pixels to the beginning of every 128-bit block.
+template <class Bytes> HWY_INLINE hn::Vec<Bytes> loadBlocks(Bytes bytes, const std::uint8_t* source)
 {
-    const Bytes bytes;
-#if HWY_MAX_BYTES == 16
-    return hn::LoadU(bytes, source);
-#else
-    const hn::Repartition<std::uint32_t, Bytes> dwords;
-    HWY_ALIGN static constexpr std::uint32_t kBlockDwords[16] = {0, 1, 2, 2, 3, 4,  5,  5,
-                                                                 6, 7, 8, 8, 9, 10, 11, 11};
-    const auto packed = hn::BitCast(dwords, hn::LoadU(bytes, source));
-    return hn::BitCast(bytes,
-                       hn::TableLookupLanes(packed, hn::SetTableIndices(dwords, kBlockDwords)));
-#endif
+    if constexpr (hn::MaxLanes(Bytes()) == 16) {
+        return hn::LoadU(bytes, source);
+    } else {
+        const hn::Repartition<std::uint32_t, Bytes> dwords;
+        HWY_ALIGN static constexpr std::uint32_t kBlockDwords[16] = {0, 1, 2, 2, 3, 4,  5,  5,
+                                                                     6, 7, 8, 8, 9, 10, 11, 11};
+        const auto packed = hn::BitCast(dwords, hn::LoadU(bytes, source));
+        return hn::BitCast(bytes,
+                           hn::TableLookupLanes(packed, hn::SetTableIndices(dwords, kBlockDwords)));
+    }
 }
 
 // Highway's own choice looks at whole lanes only.
-HWY_INLINE WordVector chooseBits(WordVector mask, WordVector yes, WordVector no)
+template <class Vector> HWY_INLINE Vector chooseBits(Vector mask, Vector yes, Vector no)
 {
     return hn::OrAnd(hn::AndNot(mask, no), mask, yes);
 }
 
-template <PackedDepth kDepth> HWY_INLINE WordVector unpackVector(const std::uint8_t* source)
+// For each pixel the two bytes that hold it, low byte first.
+template <PackedLayout kLayout, class Words>
+HWY_INLINE hn::Vec<Words> loadPairs(Words words, const std::uint8_t* source)
 {
-    const Words words;
-    const Bytes bytes;
-    // Words of a first pixel: low bits, high bits; of a second pixel: the same, bytes 1 and 2.
-    HWY_ALIGN static constexpr std::uint8_t kPairs[16] = {1, 0, 1, 2, 4,  3, 4,  5,
-                                                          7, 6, 7, 8, 10, 9, 10, 11};
-    const WordVector pairs =
-        hn::BitCast(words, hn::TableLookupBytes(loadBlocks(source), hn::LoadDup128(bytes, kPairs)));
-    if constexpr (kDepth == PackedDepth::k12) {
+    HWY_ALIGN static constexpr std::uint8_t kPacked[16] = {1, 0, 1, 2, 4,  3, 4,  5,
+                                                           7, 6, 7, 8, 10, 9, 10, 11};
+    HWY_ALIGN static constexpr std::uint8_t k12p[16] = {0, 1, 1, 2, 3, 4,  4,  5,
+                                                        6, 7, 7, 8, 9, 10, 10, 11};
+    HWY_ALIGN static constexpr std::uint8_t k10p[16] = {0, 1, 1, 2, 2, 3, 3, 4,
+                                                        5, 6, 6, 7, 7, 8, 8, 9};
+    const hn::Repartition<std::uint8_t, Words> bytes;
+    const std::uint8_t* pairs = kPacked;
+    if constexpr (kLayout == PackedLayout::k12p) {
+        pairs = k12p;
+    } else if constexpr (kLayout == PackedLayout::k10p) {
+        pairs = k10p;
+    }
+    return hn::BitCast(
+        words, hn::TableLookupBytes(loadBlocks(bytes, source), hn::LoadDup128(bytes, pairs)));
+}
+
+template <PackedLayout kLayout, class Words>
+HWY_INLINE hn::Vec<Words> unpackVector(Words words, const std::uint8_t* source)
+{
+    const auto pairs = loadPairs<kLayout>(words, source);
+    if constexpr (kLayout == PackedLayout::k12Packed) {
         // A second pixel is the word shifted; a first pixel keeps its own low nibble.
         HWY_ALIGN static constexpr std::uint16_t kLowBits[8] = {15, 0, 15, 0, 15, 0, 15, 0};
         return chooseBits(hn::LoadDup128(words, kLowBits), pairs, hn::ShiftRight<4>(pairs));
-    } else {
-        const WordVector low = hn::OddEven(hn::ShiftRight<4>(pairs), pairs);
+    } else if constexpr (kLayout == PackedLayout::k10Packed) {
+        const auto low = hn::OddEven(hn::ShiftRight<4>(pairs), pairs);
         return chooseBits(hn::Set(words, std::uint16_t{3}), low, hn::ShiftRight<6>(pairs));
+    } else if constexpr (kLayout == PackedLayout::k12p) {
+        return hn::OddEven(hn::ShiftRight<4>(pairs),
+                           hn::And(pairs, hn::Set(words, std::uint16_t{0xFFF})));
+    } else {
+        // Each pixel to the top of its word, which drops the next one's bits.
+        HWY_ALIGN static constexpr std::uint16_t kUp[8] = {64, 16, 4, 1, 64, 16, 4, 1};
+        return hn::ShiftRight<6>(pairs * hn::LoadDup128(words, kUp));
     }
 }
 
 // Pixels up to where vectors begin at multiples of their size; 0 where they cannot with whole
-// triples in front.
-HWY_INLINE std::size_t pixelsUntilAligned(const std::uint8_t* target)
+// groups in front.
+HWY_INLINE std::size_t pixelsUntilAligned(const std::uint8_t* target, std::size_t size,
+                                          std::size_t group)
 {
-    const std::size_t size = hn::Lanes(Bytes());
     const auto beyond = static_cast<std::size_t>(reinterpret_cast<std::uintptr_t>(target) % size);
-    return beyond % 4 == 0 ? (size - beyond) % size / 2 : 0;
+    return beyond % (2 * group) == 0 ? (size - beyond) % size / 2 : 0;
 }
 
 // Unpacks as many whole vectors as the source holds; returns the pixels done.
-template <PackedDepth kDepth>
-std::size_t unpackVectors(const std::uint8_t* source, std::size_t pixels, std::uint8_t* target)
+template <PackedLayout kLayout>
+std::size_t unpackVectors(const std::uint8_t* source, std::size_t sourceBytes, std::uint8_t* target,
+                          int scale)
 {
-    const Words words;
+    const WordsOf<kLayout> words;
+    const hn::Repartition<std::uint8_t, WordsOf<kLayout>> bytes;
     const std::size_t step = hn::Lanes(words);
-    const std::size_t packedStep = step / kPixelsPerBlock * kPackedBytesPerBlock;
-    const std::size_t sourceBytes = (pixels * 3 + 1) / 2;
-    // A load reads a third more than it uses.
-    const std::size_t loaded = hn::Lanes(Bytes());
+    const std::size_t packedStep = step / groupPixels(kLayout) * groupBytes(kLayout);
+    // A load reads more than it uses.
+    const std::size_t loaded = hn::Lanes(bytes);
     if (sourceBytes < loaded) {
         return 0;
     }
     const auto unpackAt = [&](std::size_t pixel, std::size_t offset) {
-        const WordVector pixelWords = unpackVector<kDepth>(source + offset);
-        hn::StoreU(hn::BitCast(Bytes(), pixelWords), Bytes(), target + 2 * pixel);
+        const auto pixelWords =
+            hn::ShiftLeftSame(unpackVector<kLayout>(words, source + offset), scale);
+        hn::StoreU(hn::BitCast(bytes, pixelWords), bytes, target + 2 * pixel);
     };
     // Stores across cache lines cost: the first vector overlaps the second, and the others are
     // aligned.
     unpackAt(0, 0);
-    std::size_t done = pixelsUntilAligned(target);
+    std::size_t done = pixelsUntilAligned(target, loaded, groupPixels(kLayout));
     if (done == 0) {
         done = step;
     }
-    std::size_t offset = done / 2 * 3;
+    std::size_t offset = done / groupPixels(kLayout) * groupBytes(kLayout);
     for (; offset + loaded <= sourceBytes; offset += packedStep) {
         unpackAt(done, offset);
         done += step;
@@ -110,22 +134,27 @@ std::size_t unpackVectors(const std::uint8_t* source, std::size_t pixels, std::u
 
 #else
 
-template <PackedDepth kDepth>
-std::size_t unpackVectors(const std::uint8_t*, std::size_t, std::uint8_t*)
+template <PackedLayout kLayout>
+std::size_t unpackVectors(const std::uint8_t*, std::size_t, std::uint8_t*, int)
 {
     return 0;
 }
 
 #endif
 
-std::size_t unpackVectors10(const std::uint8_t* source, std::size_t pixels, std::uint8_t* target)
+std::size_t unpackWhole(PackedLayout layout, const std::uint8_t* source, std::size_t sourceBytes,
+                        std::uint8_t* target, int scale)
 {
-    return unpackVectors<PackedDepth::k10>(source, pixels, target);
-}
-
-std::size_t unpackVectors12(const std::uint8_t* source, std::size_t pixels, std::uint8_t* target)
-{
-    return unpackVectors<PackedDepth::k12>(source, pixels, target);
+    switch (layout) {
+    case PackedLayout::k10Packed:
+        return unpackVectors<PackedLayout::k10Packed>(source, sourceBytes, target, scale);
+    case PackedLayout::k12Packed:
+        return unpackVectors<PackedLayout::k12Packed>(source, sourceBytes, target, scale);
+    case PackedLayout::k10p:
+        return unpackVectors<PackedLayout::k10p>(source, sourceBytes, target, scale);
+    default:
+        return unpackVectors<PackedLayout::k12p>(source, sourceBytes, target, scale);
+    }
 }
 
 } // namespace
@@ -140,57 +169,49 @@ namespace ZelComponents
 namespace
 {
 
-HWY_EXPORT(unpackVectors10);
-HWY_EXPORT(unpackVectors12);
+HWY_EXPORT(unpackWhole);
 
-template <PackedDepth kDepth>
-std::uint16_t unpackPixel(const std::uint8_t* source, std::size_t index)
+unsigned unpackPixel(PackedLayout layout, const std::uint8_t* source, std::size_t index)
 {
-    constexpr unsigned kHighShift = kDepth == PackedDepth::k10 ? 2 : 4;
-    constexpr unsigned kLowMask = (1U << kHighShift) - 1U;
+    if (layout == PackedLayout::k10p || layout == PackedLayout::k12p) {
+        const std::size_t bits = layout == PackedLayout::k10p ? 10 : 12;
+        const std::uint8_t* const at = source + index * bits / 8;
+        const unsigned pair = at[0] | unsigned{at[1]} << 8U;
+        return pair >> index * bits % 8 & ((1U << bits) - 1U);
+    }
+    const unsigned lowBits = layout == PackedLayout::k10Packed ? 2 : 4;
     const std::uint8_t* const triple = source + index / 2 * 3;
     const unsigned high = index % 2 == 0 ? triple[0] : triple[2];
     const unsigned low = index % 2 == 0 ? triple[1] : triple[1] >> 4U;
-    return static_cast<std::uint16_t>(high << kHighShift | (low & kLowMask));
+    return high << lowBits | (low & ((1U << lowBits) - 1U));
 }
 
-template <PackedDepth kDepth>
-void unpackPixels(const std::uint8_t* source, std::size_t first, std::size_t pixels,
-                  std::uint8_t* target)
+void unpackPixels(PackedLayout layout, const std::uint8_t* source, std::size_t first,
+                  std::size_t pixels, std::uint8_t* target, int scale)
 {
     for (std::size_t i = 0; i < pixels; ++i) {
-        const std::uint16_t pixel = unpackPixel<kDepth>(source, first + i);
+        const auto pixel =
+            static_cast<std::uint16_t>(unpackPixel(layout, source, first + i) << scale);
         std::memcpy(target + 2 * i, &pixel, sizeof pixel);
     }
 }
 
-template <PackedDepth kDepth>
-void unpackRunOf(const std::uint8_t* source, std::size_t first, std::size_t pixels,
-                 std::uint8_t* target)
-{
-    const std::size_t untilTriple = first % 2 == 0 || pixels == 0 ? 0 : 1;
-    unpackPixels<kDepth>(source, first, untilTriple, target);
-    first += untilTriple;
-    pixels -= untilTriple;
-    target += 2 * untilTriple;
-
-    const std::uint8_t* const triples = source + first / 2 * 3;
-    const std::size_t done = kDepth == PackedDepth::k10
-                                 ? HWY_DYNAMIC_DISPATCH(unpackVectors10)(triples, pixels, target)
-                                 : HWY_DYNAMIC_DISPATCH(unpackVectors12)(triples, pixels, target);
-    unpackPixels<kDepth>(triples, done, pixels - done, target + 2 * done);
-}
-
 } // namespace
 
-void unpackRun(PackedDepth depth, const std::uint8_t* source, std::size_t first, std::size_t pixels,
-               std::uint8_t* target)
+void unpackRun(PackedLayout layout, const std::uint8_t* source, std::size_t first,
+               std::size_t pixels, std::uint8_t* target, int scale)
 {
-    if (depth == PackedDepth::k10) {
-        unpackRunOf<PackedDepth::k10>(source, first, pixels, target);
-    } else {
-        unpackRunOf<PackedDepth::k12>(source, first, pixels, target);
-    }
+    const std::size_t group = groupPixels(layout);
+    const std::size_t bytes = groupBytes(layout);
+    const std::size_t untilGroup = std::min((group - first % group) % group, pixels);
+    unpackPixels(layout, source, first, untilGroup, target, scale);
+    pixels -= untilGroup;
+    target += 2 * untilGroup;
+
+    const std::uint8_t* const groups = source + (first + untilGroup) / group * bytes;
+    const std::size_t done = HWY_DYNAMIC_DISPATCH(unpackWhole)(
+        layout, groups, (pixels * bytes + group - 1) / group, target, scale);
+    unpackPixels(layout, groups, done, pixels - done, target + 2 * done, scale);
 }
 
 } // namespace ZelComponents

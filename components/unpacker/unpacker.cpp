@@ -21,29 +21,40 @@ using namespace ZelComponents;
 struct PackedFormat {
     ZelPixelType packed;
     ZelPixelType unpacked;
+    PackedLayout layout;
 };
 
 constexpr PackedFormat kFormats[] = {
-    {ZelPixel::kMono10Packed, ZelPixel::kMono10},
-    {ZelPixel::kMono12Packed, ZelPixel::kMono12},
-    {ZelPixel::kBayerGR10Packed, ZelPixel::kBayerGR10},
-    {ZelPixel::kBayerRG10Packed, ZelPixel::kBayerRG10},
-    {ZelPixel::kBayerGB10Packed, ZelPixel::kBayerGB10},
-    {ZelPixel::kBayerBG10Packed, ZelPixel::kBayerBG10},
-    {ZelPixel::kBayerGR12Packed, ZelPixel::kBayerGR12},
-    {ZelPixel::kBayerRG12Packed, ZelPixel::kBayerRG12},
-    {ZelPixel::kBayerGB12Packed, ZelPixel::kBayerGB12},
-    {ZelPixel::kBayerBG12Packed, ZelPixel::kBayerBG12},
+    {ZelPixel::kMono10Packed, ZelPixel::kMono10, PackedLayout::k10Packed},
+    {ZelPixel::kMono12Packed, ZelPixel::kMono12, PackedLayout::k12Packed},
+    {ZelPixel::kBayerGR10Packed, ZelPixel::kBayerGR10, PackedLayout::k10Packed},
+    {ZelPixel::kBayerRG10Packed, ZelPixel::kBayerRG10, PackedLayout::k10Packed},
+    {ZelPixel::kBayerGB10Packed, ZelPixel::kBayerGB10, PackedLayout::k10Packed},
+    {ZelPixel::kBayerBG10Packed, ZelPixel::kBayerBG10, PackedLayout::k10Packed},
+    {ZelPixel::kBayerGR12Packed, ZelPixel::kBayerGR12, PackedLayout::k12Packed},
+    {ZelPixel::kBayerRG12Packed, ZelPixel::kBayerRG12, PackedLayout::k12Packed},
+    {ZelPixel::kBayerGB12Packed, ZelPixel::kBayerGB12, PackedLayout::k12Packed},
+    {ZelPixel::kBayerBG12Packed, ZelPixel::kBayerBG12, PackedLayout::k12Packed},
+    {ZelPixel::kMono10p, ZelPixel::kMono10, PackedLayout::k10p},
+    {ZelPixel::kMono12p, ZelPixel::kMono12, PackedLayout::k12p},
+    {ZelPixel::kBayerGR10p, ZelPixel::kBayerGR10, PackedLayout::k10p},
+    {ZelPixel::kBayerRG10p, ZelPixel::kBayerRG10, PackedLayout::k10p},
+    {ZelPixel::kBayerGB10p, ZelPixel::kBayerGB10, PackedLayout::k10p},
+    {ZelPixel::kBayerBG10p, ZelPixel::kBayerBG10, PackedLayout::k10p},
+    {ZelPixel::kBayerGR12p, ZelPixel::kBayerGR12, PackedLayout::k12p},
+    {ZelPixel::kBayerRG12p, ZelPixel::kBayerRG12, PackedLayout::k12p},
+    {ZelPixel::kBayerGB12p, ZelPixel::kBayerGB12, PackedLayout::k12p},
+    {ZelPixel::kBayerBG12p, ZelPixel::kBayerBG12, PackedLayout::k12p},
 };
 
-std::optional<ZelPixelType> unpackedType(ZelPixelType packed)
+const PackedFormat* findFormat(ZelPixelType packed)
 {
     for (const PackedFormat& format : kFormats) {
         if (format.packed == packed) {
-            return format.unpacked;
+            return &format;
         }
     }
-    return std::nullopt;
+    return nullptr;
 }
 
 bool isMonoOfWords(ZelPixelType type)
@@ -71,32 +82,43 @@ bool holdsPacked(const ZelImage& source, const TargetPlane& target)
     return source.data != nullptr && needed && *needed <= source.dataSize;
 }
 
-void unpackAll(PackedDepth depth, const std::uint8_t* source, const TargetPlane& target)
+// A mono image of more bits says nowhere how deep the values were: those of p formats fill it. A
+// mosaic is remembered with its depth.
+int scaleFor(const PackedFormat& format, ZelPixelType target)
+{
+    const bool scales = ZelPixel::packing(format.packed) == ZelPixel::kPackingP &&
+                        !isUnpackedBayer(format.unpacked);
+    return scales ? static_cast<int>(ZelPixel::depth(target) - ZelPixel::depth(format.unpacked))
+                  : 0;
+}
+
+void unpackAll(const PackedFormat& format, const std::uint8_t* source, const TargetPlane& target,
+               int scale)
 {
     if (target.isContiguous()) {
-        unpackRun(depth, source, 0, target.width * target.height, target.data);
+        unpackRun(format.layout, source, 0, target.width * target.height, target.data, scale);
         return;
     }
     for (std::size_t y = 0; y < target.height; ++y) {
-        unpackRun(depth, source, y * target.width, target.width, target.row(y));
+        unpackRun(format.layout, source, y * target.width, target.width, target.row(y), scale);
     }
 }
 
 ZelCamErr unpack(const UnpackerParams& params, const ZelImage& source, ZelImage& target)
 {
-    const std::optional<ZelPixelType> unpacked = unpackedType(source.pixelType);
+    const PackedFormat* const format = findFormat(source.pixelType);
     const std::optional<TargetPlane> plane = targetPlane(target);
     const std::uint32_t width = params.width() != 0 ? params.width() : source.size.width;
     const std::uint32_t height = params.height() != 0 ? params.height() : source.size.height;
-    if (!unpacked || !plane || !fits(*unpacked, target.pixelType) || plane->width != width ||
-        plane->height != height || !holdsPacked(source, *plane)) {
+    if (format == nullptr || !plane || !fits(format->unpacked, target.pixelType) ||
+        plane->width != width || plane->height != height || !holdsPacked(source, *plane)) {
         return ZelErr::kInvalidArgument;
     }
-    const PackedDepth depth =
-        ZelPixel::depth(*unpacked) == 10 ? PackedDepth::k10 : PackedDepth::k12;
-    unpackAll(depth, static_cast<const std::uint8_t*>(source.data), *plane);
-    const bool hidesMosaic = isUnpackedBayer(*unpacked) && !isUnpackedBayer(target.pixelType);
-    target.mosaic = hidesMosaic ? *unpacked : 0;
+    unpackAll(*format, static_cast<const std::uint8_t*>(source.data), *plane,
+              scaleFor(*format, target.pixelType));
+    const bool hidesMosaic =
+        isUnpackedBayer(format->unpacked) && !isUnpackedBayer(target.pixelType);
+    target.mosaic = hidesMosaic ? format->unpacked : 0;
     return ZelErr::kOk;
 }
 

@@ -16,11 +16,12 @@ ZEL_API ZelImageUnpacker* ZelImageUnpacker_CreateComponent();
 /// the size of the source image).
 ZEL_API ZelComponentParams* ZelImageUnpacker_GetComponent(ZelImageUnpacker* unpacker);
 
-/// Unpacks Mono10/12Packed and Bayer??10/12Packed into 16-bit words, values unscaled. The target's
-/// size equals the source's and its pixel type is unpacked, of the source's depth or more bits,
-/// mono or Bayer of the source's order. A mosaic that is unpacked into a mono image leaves its
-/// unpacked Bayer type in the target's `mosaic`. -40007 for anything else, for null and for too
-/// little memory in either image; the target is then unchanged.
+/// Unpacks Mono10/12Packed and Mono10/12p, Bayer??10/12Packed and Bayer??10/12p into 16-bit words.
+/// The target's size equals the source's and its pixel type is unpacked, of the source's depth or
+/// more bits, mono or Bayer of the source's order. Values stay as they are, except that Mono10p and
+/// Mono12p in a deeper image are scaled to its depth. A mosaic that is unpacked into a mono image
+/// leaves its unpacked Bayer type in the target's `mosaic`. -40007 for anything else, for null and
+/// for too little memory in either image; the target is then unchanged.
 ZEL_API ZelCamErr ZelImageUnpacker_Unpack(ZelImageUnpacker* unpacker, const ZelImage* source,
                                           ZelImage* target);
 

@@ -27,6 +27,27 @@ protected:
     }
     ZelComponentParams* params() { return ZelImageUnpacker_GetComponent(unpacker_.get()); }
 
+    static unsigned pixelOfTriple(const GuardedImage& source, std::size_t i, ZelPixelType packed)
+    {
+        const unsigned lowBits = ZelPixel::depth(packed) - 8;
+        const std::uint8_t* const triple = source.row(0) + i / 2 * 3;
+        const unsigned low = triple[1] >> (i % 2 * 4) & ((1U << lowBits) - 1U);
+        return (unsigned{triple[i % 2 * 2]} << lowBits) | low;
+    }
+
+    // Bit by bit, as the format is defined; a deeper mono image is filled.
+    static unsigned pixelOfBits(const GuardedImage& source, std::size_t i, ZelPixelType packed,
+                                ZelPixelType unpacked)
+    {
+        const unsigned depth = ZelPixel::depth(packed);
+        unsigned value = 0;
+        for (unsigned bit = 0; bit < depth; ++bit) {
+            const std::size_t at = i * depth + bit;
+            value |= (source.row(0)[at / 8] >> at % 8 & 1U) << bit;
+        }
+        return value << (ZelPixel::depth(unpacked) - depth);
+    }
+
     std::unique_ptr<ZelImageUnpacker, Delete> unpacker_{ZelImageUnpacker_CreateComponent()};
     std::mt19937 random_{1};
 };
@@ -60,11 +81,10 @@ TEST_F(Unpacker, UnpacksEverySizeOnEveryInstructionSetAndTouchesNothingElse)
         GuardedImage target(unpacked, width, height, padding, placement);
         ASSERT_EQ(unpack(source, target), ZelErr::kOk);
         EXPECT_TRUE(target.isIntact());
-        const unsigned lowBits = ZelPixel::depth(packed) - 8;
+        const bool inBits = ZelPixel::packing(packed) == ZelPixel::kPackingP;
         for (std::size_t i = 0; i < std::size_t{width} * height; ++i) {
-            const std::uint8_t* const triple = source.row(0) + i / 2 * 3;
-            const unsigned low = triple[1] >> (i % 2 * 4) & ((1U << lowBits) - 1U);
-            const unsigned expected = (unsigned{triple[i % 2 * 2]} << lowBits) | low;
+            const unsigned expected = inBits ? pixelOfBits(source, i, packed, unpacked)
+                                             : pixelOfTriple(source, i, packed);
             ASSERT_EQ(target.word(i % width, i / width), expected) << "pixel " << i;
         }
     };
@@ -76,10 +96,13 @@ TEST_F(Unpacker, UnpacksEverySizeOnEveryInstructionSetAndTouchesNothingElse)
                      {Placement::kBeforeBarrier, Placement::kBehindBarrier}) {
                     check(ZelPixel::kMono12Packed, ZelPixel::kMono12, width, 3, padding, side);
                     check(ZelPixel::kMono10Packed, ZelPixel::kMono10, width, 2, padding, side);
+                    check(ZelPixel::kMono12p, ZelPixel::kMono12, width, 3, padding, side);
+                    check(ZelPixel::kMono10p, ZelPixel::kMono12, width, 5, padding, side);
                 }
             }
         }
         check(ZelPixel::kMono12Packed, ZelPixel::kMono16, 1003, 77, 0, Placement::kBehindBarrier);
+        check(ZelPixel::kBayerGB10p, ZelPixel::kBayerGB10, 1003, 77, 2, Placement::kBehindBarrier);
     });
 }
 
@@ -109,6 +132,11 @@ TEST_F(Unpacker, KeepsTheMosaicOfEveryOrder)
         }
         const ZelPixelType otherOrder =
             same == ZelPixel::kBayerRG10 ? ZelPixel::kBayerGR12 : ZelPixel::kBayerRG12;
+        const bool ten = ZelPixel::depth(packed) == 10;
+        GuardedImage inBits(packed, 4, 2);
+        inBits.image.pixelType -= ten ? 0x020001 - 0x1000 : 0x1001 - 0x2000;
+        ASSERT_EQ(unpack(inBits, mono), ZelErr::kOk);
+        EXPECT_EQ(mono.image.mosaic, same) << "of the p format, one row above";
         GuardedImage wrong(same == ZelPixel::kBayerRG12 ? ZelPixel::kBayerBG12 : otherOrder, 4, 2);
         EXPECT_EQ(unpack(source, wrong), ZelErr::kInvalidArgument);
         EXPECT_TRUE(wrong.isUntouched());
@@ -130,7 +158,7 @@ TEST_F(Unpacker, RefusesWhatDoesNotFitAndLeavesTheTargetAlone)
         target.image.pixelType = type;
         refuses(good, target);
     }
-    for (const ZelPixelType type : {ZelPixel::kMono12p, ZelPixel::kMono12, ZelPixel::kMono8,
+    for (const ZelPixelType type : {ZelPixel::kMono12, ZelPixel::kMono8, ZelPixel::kRGB8,
                                     ZelPixel::kMono12_FLExPacked, ZelPixel::kYUV422_10_PACKED}) {
         GuardedImage source(ZelPixel::kMono12, 9, 5);
         source.image.pixelType = type;
