@@ -1,6 +1,7 @@
 // The movie library's one exported function and the operations behind it.
 #include "compressors.h"
 #include "movie_functions.h"
+#include "open_recorders.h"
 #include "recorder.h"
 #include "zel_export.h"
 
@@ -42,6 +43,7 @@ ZelCamErr start(const Settings* settings, const serializer::Picture* first, Reco
         auto started = std::make_unique<Recorder>();
         const ZelCamErr code = started->start(*settings, *first);
         if (code == ZelErr::kOk) {
+            addOpenRecorder(started.get());
             *recorder = started.release();
         }
         return code;
@@ -50,12 +52,19 @@ ZelCamErr start(const Settings* settings, const serializer::Picture* first, Reco
 
 ZelCamErr append(Recorder* recorder, const serializer::Picture* picture)
 {
+    if (recorder->isInherited()) {
+        return ZelErr::kInvalidState;
+    }
     return guarded([&] { return recorder->append(*picture); });
 }
 
 ZelCamErr finish(Recorder* recorder)
 {
+    if (recorder->isInherited()) {
+        return ZelErr::kInvalidState; // Left to the parent: it cannot even be freed here.
+    }
     return guarded([&] {
+        removeOpenRecorder(recorder);
         const std::unique_ptr<Recorder> owner(recorder);
         return owner->finish();
     });

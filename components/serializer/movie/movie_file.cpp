@@ -1,8 +1,5 @@
 #include "movie_file.h"
 
-#include "base/replaced_file.h"
-
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -17,11 +14,10 @@ namespace
 
 constexpr int kIoBuffer = 512 * 1024;
 constexpr int kLargePacket = 64 * 1024;
-constexpr unsigned kNewFileMode = 0666;
 // Fragment headers hold a frame's duration in 32 bits.
 constexpr double kMaxFrameTicks = 0x7FFFFFFF;
-// Matroska gathers this long before it writes.
-constexpr int kClusterMilliseconds = 500;
+// What waits in memory is written when it is this old, by the movie's clock or by the wall's.
+constexpr std::chrono::milliseconds kLongestWait{500};
 
 std::int64_t usableTicks(std::int64_t wanted, AVRational rate)
 {
@@ -32,16 +28,6 @@ std::int64_t usableTicks(std::int64_t wanted, AVRational rate)
 }
 
 } // namespace
-
-MovieFile::~MovieFile()
-{
-    if (descriptor_ >= 0) {
-        ::close(descriptor_);
-    }
-    if (touched_ && !begun_) {
-        ::unlink(path_.c_str());
-    }
-}
 
 ZelCamErr MovieFile::fail(int avError)
 {
@@ -60,8 +46,8 @@ int MovieFile::onWrite(void* self, std::uint8_t* data, int size)
     auto& file = *static_cast<MovieFile*>(self);
     int left = size;
     while (left > 0) {
-        const ssize_t written =
-            ::pwrite(file.descriptor_, data, static_cast<std::size_t>(left), file.position_);
+        const ssize_t written = ::pwrite(file.file_->descriptor(), data,
+                                         static_cast<std::size_t>(left), file.position_);
         if (written < 0 && errno == EINTR) {
             continue;
         }
@@ -80,7 +66,7 @@ std::int64_t MovieFile::onSeek(void* self, std::int64_t offset, int whence)
 {
     auto& file = *static_cast<MovieFile*>(self);
     struct stat status = {};
-    if (::fstat(file.descriptor_, &status) != 0) {
+    if (::fstat(file.file_->descriptor(), &status) != 0) {
         return AVERROR(errno);
     }
     switch (whence) {
@@ -116,23 +102,6 @@ bool MovieFile::wantsGlobalHeader() const
     return (format_->oformat->flags & AVFMT_GLOBALHEADER) != 0;
 }
 
-ZelCamErr MovieFile::openFile(const std::string& fileName)
-{
-    if (const int error = base::resolveLinks(fileName, &path_)) {
-        return base::codeFromErrno(error);
-    }
-    struct stat existing = {};
-    if (::stat(path_.c_str(), &existing) == 0 && !S_ISREG(existing.st_mode)) {
-        return ZelErr::kFileRead;
-    }
-    descriptor_ = ::open(path_.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, kNewFileMode);
-    if (descriptor_ < 0) {
-        return base::codeFromErrno(errno);
-    }
-    touched_ = true;
-    return ZelErr::kOk;
-}
-
 ZelCamErr MovieFile::attachIo()
 {
     auto* buffer = static_cast<unsigned char*>(av_malloc(kIoBuffer));
@@ -160,7 +129,8 @@ ZelCamErr MovieFile::begin(const std::string& fileName, const AVCodecContext& en
     stream_->time_base = encoder.time_base;
     stream_->avg_frame_rate = rate;
     stream_->r_frame_rate = rate;
-    ZelCamErr code = openFile(fileName);
+    file_ = std::make_unique<base::ReplacedFile>();
+    ZelCamErr code = file_->open(fileName);
     if (code == ZelErr::kOk) {
         code = attachIo();
     }
@@ -175,7 +145,7 @@ ZelCamErr MovieFile::writeHeader(std::int64_t ticksPerSecond, AVRational rate)
         options.set("movflags", "frag_keyframe+empty_moov+default_base_moof");
         options.set("video_track_timescale", usableTicks(ticksPerSecond, rate));
     } else if (container_ == kMkv || container_ == kWebm) {
-        options.set("cluster_time_limit", kClusterMilliseconds);
+        options.set("cluster_time_limit", kLongestWait.count());
     }
     const int code = avformat_write_header(format_.get(), options.get());
     avio_flush(io_.get());
@@ -185,7 +155,6 @@ ZelCamErr MovieFile::writeHeader(std::int64_t ticksPerSecond, AVRational rate)
     if (code < 0) {
         return code == AVERROR(ENOMEM) ? ZelErr::kGenTLOutOfMemory : ZelErr::kInvalidArgument;
     }
-    begun_ = true;
     whole_ = position_;
     return ZelErr::kOk;
 }
@@ -198,6 +167,7 @@ ZelCamErr MovieFile::write(AVPacket* packet, AVRational timeBase)
     packet->stream_index = stream_->index;
     packet->duration = packet->duration != 0 ? packet->duration : 1;
     av_packet_rescale_ts(packet, timeBase, stream_->time_base);
+    const std::int64_t end = packet->dts + packet->duration;
     // Large packets are not worth a copy through the buffer.
     io_->direct = packet->size >= kLargePacket ? 1 : 0;
     const int code = av_write_frame(format_.get(), packet);
@@ -207,20 +177,54 @@ ZelCamErr MovieFile::write(AVPacket* packet, AVRational timeBase)
         return error_;
     }
     whole_ = std::max(whole_, position_);
-    return ZelErr::kOk;
+    waiting_ = true;
+    if (!flushIsDue(end)) {
+        return ZelErr::kOk;
+    }
+    flushedTo_ = end;
+    return flush();
+}
+
+bool MovieFile::flushIsDue(std::int64_t time) const
+{
+    const double waited = static_cast<double>(time - flushedTo_) * av_q2d(stream_->time_base);
+    return !published_ || waited >= std::chrono::duration<double>(kLongestWait).count() ||
+           std::chrono::steady_clock::now() - flushedAt_ >= kLongestWait;
+}
+
+ZelCamErr MovieFile::flush()
+{
+    if (error_ != ZelErr::kOk) {
+        return error_;
+    }
+    const int code = av_write_frame(format_.get(), nullptr);
+    avio_flush(io_.get());
+    if (code < 0 || writeError_ != 0) {
+        fail(code);
+        cutToWhole();
+        return error_;
+    }
+    whole_ = std::max(whole_, position_);
+    waiting_ = false;
+    flushedAt_ = std::chrono::steady_clock::now();
+    if (!published_) {
+        error_ = file_->publish();
+        published_ = error_ == ZelErr::kOk;
+    }
+    return error_;
 }
 
 void MovieFile::cutToWhole()
 {
     // Best effort: the failure has been recorded, and players also cope with half a packet.
-    if (::ftruncate(descriptor_, whole_) != 0) {
+    if (::ftruncate(file_->descriptor(), whole_) != 0) {
         return;
     }
 }
 
 ZelCamErr MovieFile::finish()
 {
-    if (error_ == ZelErr::kOk) {
+    if (error_ == ZelErr::kOk && published_) {
         io_->direct = 0;
         const int code = av_write_trailer(format_.get());
         avio_flush(io_.get());
@@ -228,12 +232,9 @@ ZelCamErr MovieFile::finish()
             fail(code);
         }
     }
-    const int descriptor = descriptor_;
-    descriptor_ = -1;
-    if (::close(descriptor) != 0 && errno != EINTR) {
-        writeError_ = errno;
-        fail(0);
-    }
+    const ZelCamErr closed = file_->close();
+    error_ = error_ == ZelErr::kOk ? closed : error_;
+    file_.reset();
     return error_;
 }
 

@@ -2,6 +2,7 @@
 
 #include "../signal_mask.h"
 
+#include <chrono>
 #include <new>
 #include <system_error>
 
@@ -14,18 +15,15 @@ namespace
 {
 
 constexpr std::size_t kQueued = 4;
+// How long frames may wait in memory when no further ones come.
+constexpr std::chrono::milliseconds kPatience{500};
 constexpr double kMinRate = 0.001;
 // MPEG-4 keeps both parts of a frame rate in 16 bits.
 constexpr int kMaxRatePart = 65535;
 
 } // namespace
 
-Recorder::~Recorder()
-{
-    if (thread_.joinable()) {
-        finish();
-    }
-}
+Recorder::~Recorder() { finish(); }
 
 ZelCamErr Recorder::start(const Settings& settings, const Picture& first)
 {
@@ -66,7 +64,6 @@ ZelCamErr Recorder::startThread()
     try {
         thread_ = std::thread(&Recorder::run, this);
     } catch (const std::system_error&) {
-        file_.discard();
         return ZelErr::kGenTLResourceExhausted;
     }
     return ZelErr::kOk;
@@ -82,6 +79,9 @@ ZelCamErr Recorder::append(const Picture& picture)
         const std::lock_guard<std::mutex> lock(mutex_);
         if (error_ != ZelErr::kOk) {
             return error_;
+        }
+        if (closing_) {
+            return ZelErr::kInvalidState;
         }
     }
     Frame frame = frames_->make(picture);
@@ -105,7 +105,10 @@ ZelCamErr Recorder::finish()
         closing_ = true;
         changed_.notify_all();
     }
-    thread_.join();
+    const std::lock_guard<std::mutex> joining(joining_);
+    if (thread_.joinable()) {
+        thread_.join();
+    }
     return error_;
 }
 
@@ -119,36 +122,52 @@ void Recorder::keepError(ZelCamErr code)
     }
 }
 
-Frame Recorder::waitForFrame()
+Recorder::Wake Recorder::waitForFrame(Frame* frame)
 {
+    const auto ready = [this] { return !queue_.empty() || closing_; };
     std::unique_lock<std::mutex> lock(mutex_);
-    changed_.wait(lock, [this] { return !queue_.empty() || closing_; });
-    if (queue_.empty()) {
-        return nullptr;
+    if (!file_.hasWaiting()) {
+        changed_.wait(lock, ready);
+    } else if (!changed_.wait_for(lock, kPatience, ready)) {
+        return Wake::kIdle;
     }
-    Frame frame = std::move(queue_.front());
+    if (queue_.empty()) {
+        return Wake::kClosing;
+    }
+    *frame = std::move(queue_.front());
     queue_.pop_front();
     changed_.notify_all();
-    return frame;
+    return Wake::kFrame;
 }
 
-void Recorder::run()
+void Recorder::encodeAll()
 {
     const AVRational timeBase = encoder_.context().time_base;
     const Encoder::Sink sink = [&](AVPacket* packet) { return file_.write(packet, timeBase); };
     ZelCamErr code = ZelErr::kOk;
-    try {
-        // After an error frames are no longer queued, so this ends at the finish.
-        while (const Frame frame = waitForFrame()) {
-            code = code == ZelErr::kOk ? encoder_.encode(frame.get(), sink) : code;
-            keepError(code);
-        }
+    Frame frame;
+    // After an error frames are no longer queued, so this ends at the finish.
+    for (Wake wake = waitForFrame(&frame); wake != Wake::kClosing; wake = waitForFrame(&frame)) {
         if (code == ZelErr::kOk) {
-            keepError(encoder_.encode(nullptr, sink));
+            code = wake == Wake::kFrame ? encoder_.encode(frame.get(), sink) : file_.flush();
         }
-        keepError(file_.finish());
+        keepError(code);
+        frame.reset();
+    }
+    if (code == ZelErr::kOk) {
+        keepError(encoder_.encode(nullptr, sink));
+    }
+    keepError(file_.finish());
+}
+
+void Recorder::run()
+{
+    try {
+        encodeAll();
     } catch (const std::bad_alloc&) {
         keepError(ZelErr::kGenTLOutOfMemory);
+    } catch (const std::exception&) {
+        keepError(ZelErr::kUnknown);
     }
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "../picture.h"
+#include "base/fork_guard.h"
 #include "encoder.h"
 #include "movie_file.h"
 #include "movie_frame.h"
@@ -19,9 +20,12 @@ namespace movie
 /// Converts pictures in the caller's thread, encodes and writes them in one of its own, with a
 /// short queue between: the caller waits only when the encoder is that far behind.
 ///
-/// start(), append() and finish() are called by one thread at a time, in that order. The encoder
-/// and the file belong to the recorder's thread from start() until it ends; `mutex_` guards the
-/// queue and the flags.
+/// start(), append() and finish() are called in that order, by one thread at a time; only finish()
+/// may also come from another, when the process ends meanwhile. The encoder and the file belong to
+/// the recorder's thread from start() until it ends; `mutex_` guards the queue and the flags.
+///
+/// In a forked child a recorder is beyond use, even for destruction: its thread and perhaps its
+/// locks belong to the parent. isInherited() tells, and nothing else may be called then.
 class Recorder
 {
 public:
@@ -31,21 +35,31 @@ public:
     Recorder(const Recorder&) = delete;
     Recorder& operator=(const Recorder&) = delete;
 
+    bool isInherited() const { return made_.isInherited(); }
+
     ZelCamErr start(const Settings& settings, const serializer::Picture& first);
+    /// -40051 after finish().
     ZelCamErr append(const serializer::Picture& picture);
+    /// Calls after the first give its code again.
     ZelCamErr finish();
 
 private:
+    enum class Wake { kFrame, kIdle, kClosing };
+
     ZelCamErr startThread();
     void run();
+    void encodeAll();
     void keepError(ZelCamErr code);
-    Frame waitForFrame();
+    Wake waitForFrame(Frame* frame);
+
+    base::ForkStamp made_;
 
     Encoder encoder_;
     MovieFile file_;
     std::unique_ptr<FrameMaker> frames_;
     serializer::Picture shape_ = {}; // Size and kind of all pictures; its pixels are not used.
 
+    std::mutex joining_; // Held while thread_ is joined.
     std::thread thread_;
     std::mutex mutex_;
     std::condition_variable changed_;
