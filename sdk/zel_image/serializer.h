@@ -32,14 +32,17 @@ ZEL_API ZelCamErr ZelImageSerializer_Save(ZelImageSerializer* serializer, const 
 
 /// Starts a movie for images like `image` (Mono8, RGB8 or BGR8), container chosen by the extension
 /// (avi, mkv, mp4, mov, webm), `framesPerSecond` from 0.001 to 1000 (mp4, mov: 65535). An
-/// unfinished movie is finished first. The file can be played up to its last frames even if the
-/// process dies; a failed start leaves no file.
+/// unfinished movie is finished first. The file gets its name with its first frame; until then, and
+/// after a failed start, an earlier file stays. A process that ends finishes its movie; of one that
+/// is killed the file can be played but for the last second at most. In a forked child the parent's
+/// movie is none.
 /// Codes as for Save; -40007 also for a compressor that is unknown or does not fit the container.
 ZEL_API ZelCamErr ZelImageSerializer_StartMovieRecord(ZelImageSerializer* serializer,
                                                       const ZelImage* image, const char* fileName,
                                                       double framesPerSecond);
 
-/// Closes the movie; -40051 when there is none, else the first error of the recording.
+/// Closes the movie; without a frame no file is left. -40051 when there is none, else the first
+/// error of the recording.
 ZEL_API ZelCamErr ZelImageSerializer_FinishRecord(ZelImageSerializer* serializer);
 
 /// Finishes a movie under way and frees the serializer; null is accepted.

@@ -191,3 +191,32 @@ def test_movies_have_their_frames(zel, infos, open_device, tmp_path, pixel_forma
     assert struct.unpack("<I", data[header + 16:header + 20])[0] == data.count(b"\xff\xd8\xff") >= 12
     assert struct.unpack("<II", data[header + 32:header + 40]) == (320, 240)
     stream.Release()
+
+
+def test_movies_of_packed_formats_show_what_unpacked_ones_do(zel, infos, open_device, tmp_path):
+    """The first frame of an uncompressed movie of each, compared with the format it holds."""
+    for kinds in (("Mono10", "Mono10p", "Mono12p"), ("BayerRG10", "BayerRG10p", "BayerRG12p")):
+        means = {}
+        for info in infos.values():
+            device = open_device(info)
+            camera = device.GetCameraParameters()
+            if not camera.SetEnumValueStr("PixelFormat", kinds[1]):
+                device.Release()
+                continue
+            for kind in kinds:
+                assert camera.SetEnumValueStr("PixelFormat", kind)
+                stream, buffer = one_frame(device)
+                path = str(tmp_path / "movie.avi")
+                assert zel.PyStartMovieRecord(buffer, path, 25.0, "uncompressed"), kind
+                assert zel.PySaveMovieFrame(buffer) and zel.PySaveMovieFrame(buffer), kind
+                assert zel.PyFinishRecord()
+                stream.Release()
+                data = open(path, "rb").read()
+                at = data.index(b"00d", data.index(b"movi"))
+                size, = struct.unpack("<I", data[at + 4:at + 8])
+                means[kind] = sum(data[at + 8:at + 8 + size]) / size
+            device.Release()
+            break
+        # The scene moves between the frames; a wrong depth is four times as bright or dark.
+        for kind in means:
+            assert abs(means[kind] - means[kinds[0]]) < 0.2 * means[kinds[0]], means
