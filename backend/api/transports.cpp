@@ -9,6 +9,9 @@
 #include "gentl/gentl_provider.h"
 #include "simulator/function_table.h"
 #endif
+#if ZEL_HAS_USB3
+#include "usb3/usb3_interface.h"
+#endif
 #if ZEL_HAS_VISION
 #include "vision/vision_provider.h"
 #endif
@@ -21,6 +24,9 @@ std::vector<std::unique_ptr<core::TransportProvider>> Transports::loadDefaults()
     std::vector<std::unique_ptr<core::TransportProvider>> providers;
 #if ZEL_HAS_VISION
     providers.push_back(std::make_unique<vision::VisionProvider>());
+#endif
+#if ZEL_HAS_USB3
+    providers.push_back(std::make_unique<usb3::Usb3Provider>());
 #endif
     if (const char* const paths = std::getenv("GENICAM_GENTL64_PATH")) {
         producers_.loadList(paths, &providers);

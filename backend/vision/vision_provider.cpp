@@ -23,12 +23,6 @@ std::vector<core::TransportInterface*> VisionProvider::updateInterfaces()
         }
         interfaces.push_back(known.get());
     }
-    if (usbAllowed()) {
-        if (usb_ == nullptr) {
-            usb_ = std::make_unique<UsbInterface>();
-        }
-        interfaces.push_back(usb_.get());
-    }
     return interfaces;
 }
 

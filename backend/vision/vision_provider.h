@@ -1,9 +1,8 @@
-// Real GigE Vision and USB3 Vision cameras.
+// Real GigE Vision cameras.
 #pragma once
 
 #include "core/transport.h"
 #include "vision/gige_interface.h"
-#include "vision/usb_interface.h"
 
 #include <map>
 #include <memory>
@@ -13,7 +12,7 @@
 namespace vision
 {
 
-/// One interface for each network adapter and one for USB, as far as ZELCAM_VISION allows. An
+/// One interface for each network adapter, as far as ZELCAM_VISION allows. An
 /// adapter that comes back under its name is the same interface. Thread safe.
 class VisionProvider final : public core::TransportProvider
 {
@@ -23,7 +22,6 @@ public:
 private:
     std::mutex mutex_;
     std::map<std::string, std::unique_ptr<GigeInterface>> adapters_; ///< By name, never erased.
-    std::unique_ptr<UsbInterface> usb_;
 };
 
 } // namespace vision

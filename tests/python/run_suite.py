@@ -28,10 +28,14 @@ USUAL = {"ZELCAM_VISION": "off"}
 # Suites that run a folder again: name -> folder, environment; {python} is the folder of the build.
 PRODUCER = {"ZELCAM_SIMULATOR": "off", "GENICAM_GENTL64_PATH": "{python}/zelcam_simulator.cti"}
 GIGE = {"ZELCAM_SIMULATOR": "off", "ZELCAM_VISION": "lo", "ZELCAM_TEST_CAMERAS": "own"}
+# USB3 Vision cameras behind a libusb that has no bus.
+USB3 = {"ZELCAM_SIMULATOR": "off", "ZELCAM_VISION": "usb", "LD_LIBRARY_PATH": "{python}/../usb3",
+        "ZEL_USB3_CAMERAS": "2"}
 AGAIN = {
     "producer": ("simulator", PRODUCER),
     "cameras-producer": ("cameras", PRODUCER),
     "cameras-gige": ("cameras", GIGE),
+    "cameras-usb3": ("cameras", USB3),
 }
 # A camera of somebody else, where it is installed.
 STRANGE_CAMERA = "arv-fake-gv-camera-0.8"
