@@ -8,6 +8,8 @@ packages_test="libgtest-dev python3-pytest python3-exceptiongroup python3-tomli
     python3-typing-extensions python3-numpy python3-pil python3-opencv
     ffmpeg aravis-tools iproute2 libtiff-tools pngcheck locales"
 
+packages_wheel="patchelf binutils"
+
 packages_lint="clang-format clang-tidy"
 
 packages_bench="python3-numpy python3-pil python3-opencv ffmpeg gir1.2-aravis-0.8 python3-gi aravis-tools"
