@@ -26,7 +26,7 @@ function(zel_add_shared_library name)
     add_library(${name} SHARED ${ARG_SOURCES})
     target_link_libraries(${name} PUBLIC zel_sdk PRIVATE zel_options zel_warnings ${ARG_LINK})
     zel_run_beside_module(${name})
-    install(TARGETS ${name} LIBRARY DESTINATION .)
+    install(TARGETS ${name} LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/zelcam)
 endfunction()
 
 # RUNPATH $ORIGIN, so that LD_LIBRARY_PATH can put another implementation in front.

@@ -1,0 +1,133 @@
+"""What is delivered: the wheel in a fresh environment, the C++ SDK from its prefix, the types."""
+
+import glob
+import os
+import pathlib
+import re
+import shutil
+import subprocess
+import sys
+import zipfile
+
+import pytest
+
+ROOT = pathlib.Path(__file__).resolve().parents[3]
+BUILD = pathlib.Path(os.environ["ZELCAM_TEST_BUILD"])
+# Nothing of the build tree is found by chance.
+CLEAN = {name: value for name, value in os.environ.items()
+         if name not in ("PYTHONPATH", "LD_LIBRARY_PATH", "LD_PRELOAD")}
+CLEAN.update(ZELCAM_VISION="off", PYTHONDONTWRITEBYTECODE="1")
+
+FIRST_STEPS = """
+import libZelCameraApiPy as zel, zelcam
+device = zel.PyZelCreateDevice()
+stream = device.GetStreamByIndex(0)
+assert stream.AllocBufferQueue(3) and stream.StartAcquisition()
+buffer = stream.GetBuffer(20000)
+assert zel.PySaveImage(buffer, "module.png"), zel.GetLastError()
+stream.StopAcquisition(0), stream.Release(), device.Release()
+with zelcam.open(model="ZG-2448C") as camera:
+    for name in ("png", "tif", "jpg"):
+        camera.grab(20).save("layer." + name)
+"""
+
+
+def run(*command, **options):
+    """Runs a program; the test fails with what it printed when it does."""
+    options.setdefault("env", CLEAN)
+    done = subprocess.run([str(part) for part in command], stdout=subprocess.PIPE,
+                          stderr=subprocess.STDOUT, text=True, timeout=600, **options)
+    assert done.returncode == 0, done.stdout
+    return done.stdout
+
+
+@pytest.fixture(scope="session")
+def wheel(tmp_path_factory):
+    for tool in ("patchelf", "strip", "readelf"):
+        if shutil.which(tool) is None:
+            pytest.skip("no %s here" % tool)
+    if os.environ.get("ZELCAM_TEST_SANITIZED"):
+        pytest.skip("a sanitized build is not delivered")
+    folder = tmp_path_factory.mktemp("wheel")
+    run(sys.executable, ROOT / "tools" / "packaging" / "wheel.py", "--build", BUILD, "--output",
+        folder)
+    return next(folder.glob("*.whl"))
+
+
+def test_wheel_brings_all_but_the_runtime(wheel, tmp_path):
+    assert re.match(r"libZelCameraApiPy-[\d.]+-cp3\d+-cp3\d+-manylinux_2_\d\d_\w+\.whl$", wheel.name)
+    assert wheel.stat().st_size < 15 * 1000 * 1000
+    with zipfile.ZipFile(wheel) as archive:
+        archive.extractall(tmp_path)
+        names = archive.namelist()
+    assert "zelcam/py.typed" in names and "libZelCameraApiPy-stubs/__init__.pyi" in names
+    files = [name for name in names if re.search(r"\.(so(\.|$)|cti$)|-program$", name)]
+    there = {os.path.basename(name) for name in files}
+    for name in files:
+        told = run("readelf", "-d", tmp_path / name)
+        for wanted in re.findall(r"\(NEEDED\).*\[(.*)\]", told):
+            assert (wanted in there
+                    or re.match(r"(libc|libm|libstdc\+\+|libgcc_s|ld-linux-x86-64|libdl|libpthread|"
+                                r"librt|libresolv)\.so", wanted)
+                    or name == "libZelMovie.so" and wanted.startswith(("libav", "libsw"))), \
+                "%s wants %s" % (name, wanted)
+        assert str(BUILD) not in told, name
+
+
+def test_wheel_installs_and_works_in_a_fresh_environment(wheel, tmp_path):
+    pytest.importorskip("ensurepip", reason="python3-venv is not installed")
+    run(sys.executable, "-m", "venv", tmp_path / "venv")
+    python = tmp_path / "venv" / "bin" / "python"
+    run(python, "-m", "pip", "install", "--no-index", "--quiet", wheel)
+    run(python, "-c", FIRST_STEPS, cwd=str(tmp_path))
+    for name in ("module.png", "layer.png", "layer.tif", "layer.jpg"):
+        assert (tmp_path / name).stat().st_size > 10000
+    if (BUILD / "bin" / "zelcam").exists():
+        assert "ZG-1936M" in run(tmp_path / "venv" / "bin" / "zelcam", "list", cwd=str(tmp_path))
+        assert "ZG-1936M" in run(python, "-m", "zelcam", "list", cwd=str(tmp_path))
+    assert "libZelCameraApiPy" in run(python, "-m", "pip", "show", "-f", "libZelCameraApiPy")
+
+
+def test_sdist_holds_what_is_needed_to_build(tmp_path):
+    if shutil.which("git") is None or not (ROOT / ".git").exists():
+        pytest.skip("no git checkout here")
+    program = ("import sys; sys.path.insert(0, %r); import backend; print(backend.build_sdist(%r))"
+               % (str(ROOT / "tools" / "packaging"), str(tmp_path)))
+    name = run(sys.executable, "-c", program).split()[-1]
+    listed = run("tar", "tf", tmp_path / name)
+    stem = name[:-len(".tar.gz")]
+    for wanted in ("PKG-INFO", "pyproject.toml", "run", "CMakeLists.txt", "module/module_entry.cpp",
+                   "tools/packaging/backend.py"):
+        assert "%s/%s\n" % (stem, wanted) in listed
+
+
+def test_cpp_programs_build_against_the_installed_sdk(tmp_path):
+    if os.environ.get("ZELCAM_TEST_SANITIZED"):
+        pytest.skip("a sanitized build is not delivered")
+    prefix = tmp_path / "prefix"
+    run("cmake", "--install", BUILD, "--prefix", prefix)
+    example = ROOT / "examples" / "cpp"
+    run("cmake", "-S", example, "-B", tmp_path / "build", "-DCMAKE_PREFIX_PATH=%s" % prefix)
+    run("cmake", "--build", tmp_path / "build")
+    assert "ZG-1936M" in run(tmp_path / "build" / "first_frame", "cmake.png", cwd=str(tmp_path))
+    config = glob.glob(str(prefix / "lib" / "**" / "zelcamera.pc"), recursive=True)
+    environment = dict(CLEAN, PKG_CONFIG_PATH=os.path.dirname(config[0]))
+    flags = run("pkg-config", "--cflags", "--libs", "--define-variable=prefix=%s" % prefix,
+                "zelcamera", env=environment).split()
+    run("c++", "-std=c++17", example / "first_frame.cpp", *flags, "-o", tmp_path / "plain")
+    run(tmp_path / "plain", "plain.png", cwd=str(tmp_path))
+    assert all((tmp_path / name).stat().st_size > 10000 for name in ("cmake.png", "plain.png"))
+    headers = sorted(header.relative_to(prefix / "include" / "zelcam")
+                     for header in (prefix / "include" / "zelcam").rglob("*.h"))
+    for header in headers:
+        (tmp_path / "alone.cpp").write_text('#include "%s"\n' % header)
+        run("c++", "-std=c++17", "-Wall", "-Wextra", "-Werror", "-fsyntax-only",
+            "-I%s" % (prefix / "include" / "zelcam"), tmp_path / "alone.cpp")
+
+
+def test_types_are_complete(tmp_path):
+    if shutil.which("mypy") is None:
+        pytest.skip("mypy is not installed")
+    cache = "--cache-dir=%s" % (tmp_path / "cache")
+    run("mypy", cache, "--strict", "python/zelcam", *sorted(glob.glob(str(ROOT / "examples" / "*.py"))),
+        cwd=str(ROOT), env=dict(CLEAN, MYPYPATH=str(ROOT / "python")))
