@@ -12,6 +12,10 @@ if TYPE_CHECKING:
     from .camera import Camera
 
 
+# Where events carry their identifier: GigE Vision, USB3 Vision, cameras behind other transports.
+_IDENTIFIERS = ((">H", 2), ("<H", 2), (">Q", 0), ("<Q", 0))
+
+
 class Event(NamedTuple):
     """An event that came. The camera's features Event...Timestamp and the like tell of the last."""
     name: Optional[str]  # None when several are switched on and the data do not tell which it is
@@ -93,9 +97,9 @@ class Events:
         names = self._names
         if len(names) == 1:
             return next(iter(names.values()))
-        if len(data) >= 8:
-            for order in (">Q", "<Q"):
-                name = names.get(struct.unpack_from(order, data)[0])
+        for layout, place in _IDENTIFIERS:
+            if len(data) >= place + struct.calcsize(layout):
+                name = names.get(struct.unpack_from(layout, data, place)[0])
                 if name is not None:
                     return name
         return None

@@ -52,6 +52,8 @@ NONE_SELECTED = 5
 # Suites that read files back with the usual imaging libraries, which are Debian's interpreter's.
 DEBIAN_PYTHON = "/usr/bin/python3"
 WITH_IMAGING_LIBRARIES = {"strangers"}
+# The same for suites that import the module: where both interpreters take the same extensions.
+WITH_NUMPY = {"layer"}
 
 
 def cache_value(build, name, default):
@@ -122,6 +124,14 @@ def suite_environment(suite, options, build):
     return environment
 
 
+def same_version(one, other):
+    """Whether two interpreters load the same extension modules."""
+    ask = "import sys; print(sys.version_info[:2])"
+    told = {subprocess.run([str(python), "-c", ask], stdout=subprocess.PIPE).stdout
+            for python in (one, other)}
+    return len(told) == 1
+
+
 def may_have_own_network():
     try:
         return subprocess.run(OWN_NETWORK + ["true"], stderr=subprocess.DEVNULL).returncode == 0
@@ -152,7 +162,9 @@ def main():
         plugins = ["-pno:" + name for name in ("cacheprovider", "unraisableexception",
                                                "threadexception")]
         interpreter = python
-        if suite in WITH_IMAGING_LIBRARIES and os.path.exists(DEBIAN_PYTHON):
+        if os.path.exists(DEBIAN_PYTHON) and (
+                suite in WITH_IMAGING_LIBRARIES
+                or suite in WITH_NUMPY and same_version(python, DEBIAN_PYTHON)):
             interpreter = DEBIAN_PYTHON
         command = [interpreter, "-X", "faulthandler", "-m", "pytest", "-q", "-rs", *plugins,
                    # Debian's pytest is older than the newest interpreters.
