@@ -46,7 +46,7 @@ public:
     ZelCamErr open();
     bool isOpen() const { return open_; }
     /// -1010 from the moment when the transport lost the device until it is released; else 0.
-    ZelCamErr lost() const { return lost_; }
+    ZelCamErr lost() override { return lost_; }
     /// For the log.
     const char* name() const;
 

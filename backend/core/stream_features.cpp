@@ -120,6 +120,9 @@ ZelCamErr StreamFeatures::read(std::uint64_t address, void* data, std::size_t si
     if (address > kSpaceSize || size > kSpaceSize - address) {
         return ZelErr::kGenTLInvalidAddress;
     }
+    if (const ZelCamErr lost = owner_.lost(); lost != ZelErr::kOk) {
+        return lost;
+    }
     std::array<unsigned char, kSpaceSize> registers{};
     const StreamStatistics statistics = owner_.statistics();
     for (std::size_t i = 0; i < kRows.size(); ++i) {

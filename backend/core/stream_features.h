@@ -29,6 +29,8 @@ class StreamFeaturesOwner
 {
 public:
     virtual ~StreamFeaturesOwner() = default;
+    /// 0, or what everything answers since the device was lost.
+    virtual ZelCamErr lost() = 0;
     virtual StreamStatistics statistics() = 0;
     virtual HandlingMode handlingMode() = 0;
     virtual void setHandlingMode(HandlingMode mode) = 0;

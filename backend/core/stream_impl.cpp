@@ -186,11 +186,13 @@ ZelCamErr StreamImpl::StopAcquisition(std::int64_t flags)
         }
         pool_.endWaits(); // Before the camera has had time to answer.
         ++pendingStops_;
-        return runErrand(kStopPatience, [this, atOnce = flags == kStopAtOnce] {
-            ZelCamErr code = ZelErr::kOk;
-            stopInTurn(atOnce, &code);
-            return code;
+        const ZelCamErr code = runErrand(kStopPatience, [this, atOnce = flags == kStopAtOnce] {
+            ZelCamErr stopped = ZelErr::kOk;
+            stopInTurn(atOnce, &stopped);
+            return stopped;
         });
+        const ZelCamErr lost = device_.lost();
+        return lost != ZelErr::kOk ? lost : code;
     });
 }
 

@@ -145,7 +145,9 @@ ZelCamErr GentlStream::start(std::uint64_t frames)
 {
     firstFrame_ = true;
     missing_ = 0;
+    seen_ = 0;
     underrunsBefore_ = info(kStreamInfoNumUnderrun, 0);
+    startedBefore_ = info(kStreamInfoNumStarted, 0);
     grabbing_ = true; // Before the first frame can come.
     const Error code = api_.call<&FunctionTable::DSStartAcquisition>(
         "DSStartAcquisition", stream_, std::int32_t{kAcqStartDefault}, frames);
@@ -165,8 +167,21 @@ ZelCamErr GentlStream::stop(bool kill)
     grabbing_ = false;
     if (code == err::kSuccess && pump_ != nullptr) {
         bringHome();
+        countGivenUp();
     }
     return code;
+}
+
+// A frame that was begun and did not come has no successor whose number would tell.
+void GentlStream::countGivenUp()
+{
+    const std::uint64_t total = info(kStreamInfoNumStarted, 0);
+    const std::uint64_t before = startedBefore_;
+    const std::uint64_t started = total >= before ? total - before : total;
+    const std::uint64_t seen = seen_;
+    if (started > seen && started - seen > missing_ && started - seen <= kMaxGap) {
+        missing_ = started - seen;
+    }
 }
 
 // Frames that the producer finished, up to the one in the pump's hand: what is flushed after the
@@ -224,6 +239,7 @@ bool GentlStream::newBuffer(const void* data, std::size_t size)
         return false; // Nothing in it: it goes round once more.
     }
     if (!frame.empty) {
+        ++seen_;
         countGap(frame.frameId);
     }
     sink_->bufferDone(buffer.token, std::move(frame));

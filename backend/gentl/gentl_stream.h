@@ -55,6 +55,7 @@ private:
     bool newBuffer(const void* data, std::size_t size);
     void countGap(std::uint64_t frameId);
     void bringHome();
+    void countGivenUp();
 
     const Api& api_;
     const Handle stream_;
@@ -69,8 +70,10 @@ private:
 
     std::atomic<bool> grabbing_{false};
     std::atomic<bool> firstFrame_{true};
-    std::uint64_t lastFrameId_ = 0; ///< Of the pump's thread.
-    std::atomic<std::uint64_t> missing_{0};
+    std::uint64_t lastFrameId_ = 0;         ///< Of the pump's thread.
+    std::atomic<std::uint64_t> missing_{0}; ///< Frames that were begun and did not come.
+    std::atomic<std::uint64_t> seen_{0};
+    std::atomic<std::uint64_t> startedBefore_{0};
     std::atomic<std::uint64_t> underrunsBefore_{0};
 
     std::unique_ptr<EventPump> pump_; ///< Last: its handlers use the rest.

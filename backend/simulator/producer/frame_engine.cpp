@@ -1,8 +1,9 @@
 // The thread that carries frames: wait for the start, fill, wait for the end, deliver.
 #include "simulator/producer/frame_engine.h"
 
+#include "base/thread.h"
+
 #include <algorithm>
-#include <csignal>
 #include <cstring>
 #include <utility>
 #include <vector>
@@ -12,24 +13,6 @@ namespace simulator::producer
 
 namespace
 {
-
-/// Signals are for the threads of the program: Ctrl-C must reach the one that waits for it.
-class BlockedSignals
-{
-public:
-    BlockedSignals()
-    {
-        sigset_t all;
-        sigfillset(&all);
-        pthread_sigmask(SIG_SETMASK, &all, &before_);
-    }
-    ~BlockedSignals() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
-    BlockedSignals(const BlockedSignals&) = delete;
-    BlockedSignals& operator=(const BlockedSignals&) = delete;
-
-private:
-    sigset_t before_{};
-};
 
 std::size_t lineSize(const FrameLayout& layout)
 {
@@ -65,8 +48,7 @@ void FrameEngine::start(std::uint64_t frames)
     }
     counts_.delivered = 0;
     remaining_ = frames;
-    const BlockedSignals blocked;
-    thread_ = std::thread(&FrameEngine::run, this);
+    thread_ = base::startThread("zel-frames", [this] { run(); });
 }
 
 void FrameEngine::stop(bool kill)
@@ -171,13 +153,13 @@ FrameEngine::Stop FrameEngine::waitUntil(std::uint64_t cameraNs)
 {
     const auto time = hostTime(cameraNs);
     std::unique_lock lock(queues_.waitPoint()->mutex);
-    queues_.engineWake().wait_until(lock, time, [this] { return stop_ >= Stop::Kill; });
+    queues_.engineWake().wait_until(lock, time, [this] { return stop_ != Stop::None; });
     return stop_;
 }
 
 FrameEngine::Stop FrameEngine::waitUntilReady(const FramePlan& plan)
 {
-    if (waitUntil(plan.exposureEndNs) < Stop::Kill) {
+    if (waitUntil(plan.exposureEndNs) == Stop::None) {
         camera_.exposureEnded(plan);
     }
     return waitUntil(plan.readyNs);
@@ -258,7 +240,8 @@ FrameRecord FrameEngine::fill(const FramePlan& plan, const AnnouncedBuffer& buff
 void FrameEngine::finish(const FramePlan& plan, const Filling& filling, FrameRecord record)
 {
     const Stop stop = waitUntilReady(plan);
-    if (stop == Stop::Abandon) {
+    const bool isWhole = camera_.now() >= plan.readyNs;
+    if (stop == Stop::Abandon || (stop == Stop::Finish && !isWhole)) {
         queues_.giveBack(filling);
         ++counts_.lost;
         return;
