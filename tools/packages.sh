@@ -11,6 +11,8 @@ packages_test="libgtest-dev python3-pytest python3-exceptiongroup python3-tomli
 
 packages_wheel="patchelf binutils"
 
+packages_docs="python3-sphinx python3-myst-parser furo"
+
 packages_lint="clang-format clang-tidy"
 
 packages_bench="python3-numpy python3-pil python3-opencv ffmpeg gir1.2-aravis-0.8 python3-gi aravis-tools"
