@@ -341,6 +341,7 @@ FramePlan AcquisitionSection::next()
     plan.startNs = startNs;
     plan.exposureEndNs = startNs + exposureNs();
     plan.readyNs = startNs + latency;
+    plan.transferNs = timing_.transferNs();
     plan.lastOfRun = --framesLeft_ == 0;
     exposureFromNs_ = startNs;
     exposureToNs_ = plan.exposureEndNs;

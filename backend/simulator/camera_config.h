@@ -43,6 +43,7 @@ struct CameraConfig {
     std::uint64_t linkBytesPerSecond = 0;  ///< 0: no limit.
     bool hasNetwork = false;               ///< GigE: IP settings and features.
     WireFormat wire = WireFormat::Plain;
+    bool isServed = false; ///< Frames go over a real network, which has faults.
     IpConfig ip;
     std::string macAddress;  ///< "02:5a:43:00:00:01"
     std::uint64_t seed = 1;  ///< Noise and scene are repeatable.

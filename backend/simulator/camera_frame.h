@@ -25,6 +25,8 @@ public:
     /// DeviceReset or the unplug fault: the device leaves now and is back after this time
     /// (all ones: it stays away).
     virtual void unplugged(std::uint64_t backAfterMs) = 0;
+    /// A bootstrap register was written through read() and write() or a feature.
+    virtual void bootstrapWritten(std::uint32_t /*address*/, std::uint32_t /*value*/) {}
 };
 
 /// What becomes of the next frame; decided by the model from settings, trigger state and faults.
@@ -34,9 +36,10 @@ struct FramePlan {
     std::uint64_t frameId = 0; ///< Counted from 0 at each AcquisitionStart, lost frames included.
     std::uint64_t startNs = 0; ///< Start of exposure, camera clock.
     std::uint64_t exposureEndNs = 0;
-    std::uint64_t readyNs = 0; ///< When the frame is complete on the host, camera clock.
-    bool lost = false;         ///< Fault: the frame vanishes on the wire.
-    bool incomplete = false;   ///< Fault: only `lines` lines arrive; render() draws all of them.
+    std::uint64_t readyNs = 0;    ///< When the frame is complete on the host, camera clock.
+    std::uint64_t transferNs = 0; ///< Time on the link, which ends at readyNs.
+    bool lost = false;            ///< Fault: the frame vanishes on the wire.
+    bool incomplete = false;      ///< Fault: only `lines` lines arrive; render() draws all of them.
     std::uint64_t lines = 0;
     std::uint64_t settings = 0; ///< Handle of the settings latched at exposure, for render().
 };

@@ -2,10 +2,13 @@
 #include "simulator/camera_model.h"
 
 #include "gentl_abi/gentl_abi.h"
+#include "gige/wire/xml_url.h"
+#include "simulator/description_archive.h"
 
 #include <algorithm>
 #include <cstring>
 #include <type_traits>
+#include <utility>
 
 namespace simulator
 {
@@ -25,6 +28,20 @@ std::string identifier(std::string text)
         c = isPlain ? c : '_';
     }
     return text;
+}
+
+/// Reads from a text in the camera's memory, which is padded with zeros to whole words.
+bool readText(std::uint64_t address, void* data, std::size_t size, std::uint64_t base,
+              const std::string& text)
+{
+    if (text.empty() || !liesIn(address, size, base, (text.size() + 3) / 4 * 4)) {
+        return false;
+    }
+    const std::size_t offset = address - base;
+    const std::size_t count = std::min(size, text.size() - std::min(text.size(), offset));
+    std::memcpy(data, text.data() + std::min(text.size(), offset), count);
+    std::memset(static_cast<char*>(data) + count, 0, size - count);
+    return true;
 }
 
 ModuleIdentity identityOf(const CameraConfig& config)
@@ -55,7 +72,11 @@ CameraModel::CameraModel(const CameraConfig& config)
       faults_(context_, events_, [this] { powerLoss(); })
 {
     context_.linkChanged = [this] { image_.fitFormat(); };
+    if (config.isServed) {
+        networkFaults_ = std::make_unique<NetworkFaultSection>(context_);
+    }
     table_.finish();
+    publishDescription();
     acquisition_.setFaults(&faults_);
     userSets_.keepFactorySettings();
     if (!config.imageSource.empty()) {
@@ -117,34 +138,123 @@ void CameraModel::setObserver(CameraObserver* observer)
     }
 }
 
+void CameraModel::publishDescription()
+{
+    NetworkSection* const network = transport_.network();
+    if (network == nullptr) {
+        return;
+    }
+    const std::string name = identifier(context_.config.model);
+    const auto length = [](const std::string& text) {
+        return static_cast<std::uint32_t>(text.size());
+    };
+    archive_ = zipped(name + ".xml", table_.xml());
+    network->setUrls(archive_.empty()
+                         ? std::string()
+                         : ::gige::wire::makeXmlUrl(name + ".zip", kArchiveBase, length(archive_)),
+                     ::gige::wire::makeXmlUrl(name + ".xml", kXmlBase, length(table_.xml())));
+}
+
+std::int32_t CameraModel::readMemory(std::uint64_t address, void* data, std::size_t size)
+{
+    if (liesIn(address, size, table_.base(), table_.end() - table_.base())) {
+        return table_.read(address, data, size);
+    }
+    if (transport_.network() != nullptr && address < kBootstrapEnd) {
+        return transport_.network()->registers().read(address, data, size);
+    }
+    return memory_.read(address, data, size);
+}
+
+std::int32_t CameraModel::writeMemory(std::uint64_t address, const void* data, std::size_t size)
+{
+    if (liesIn(address, size, table_.base(), table_.end() - table_.base())) {
+        return table_.write(address, data, size);
+    }
+    if (transport_.network() != nullptr && address < kBootstrapEnd) {
+        return transport_.network()->registers().write(address, data, size);
+    }
+    return memory_.write(address, data, size);
+}
+
 std::int32_t CameraModel::read(std::uint64_t address, void* data, std::size_t size)
 {
-    const std::string& description = table_.xml();
-    if (liesIn(address, size, kXmlBase, description.size())) {
-        std::memcpy(data, description.data() + (address - kXmlBase), size);
-        return gentl::err::kSuccess;
+    for (const auto& [base, text] :
+         {std::pair<std::uint64_t, const std::string&>{kXmlBase, table_.xml()},
+          std::pair<std::uint64_t, const std::string&>{kArchiveBase, archive_}}) {
+        if (readText(address, data, size, base, text)) {
+            return gentl::err::kSuccess;
+        }
     }
     return run([&] {
-        if (const std::int32_t refused = faults_.nextAccess(); refused != 0) {
-            return refused;
-        }
-        const bool isRegister = liesIn(address, size, table_.base(), table_.end() - table_.base());
-        return isRegister ? table_.read(address, data, size) : memory_.read(address, data, size);
+        const std::int32_t refused = faults_.nextAccess();
+        return refused != 0 ? refused : readMemory(address, data, size);
     });
 }
 
 std::int32_t CameraModel::write(std::uint64_t address, const void* data, std::size_t size)
 {
-    if (liesIn(address, size, kXmlBase, table_.xml().size())) {
+    if (liesIn(address, size, kXmlBase, table_.xml().size()) ||
+        liesIn(address, size, kArchiveBase, archive_.size())) {
         return gentl::err::kAccessDenied;
     }
     return run([&] {
-        if (const std::int32_t refused = faults_.nextAccess(); refused != 0) {
-            return refused;
-        }
-        const bool isRegister = liesIn(address, size, table_.base(), table_.end() - table_.base());
-        return isRegister ? table_.write(address, data, size) : memory_.write(address, data, size);
+        const std::int32_t refused = faults_.nextAccess();
+        return refused != 0 ? refused : writeMemory(address, data, size);
     });
+}
+
+std::uint32_t CameraModel::bootstrap(std::uint32_t address)
+{
+    return run([&] {
+        NetworkSection* const network = transport_.network();
+        return network == nullptr ? 0 : network->registers().value(address);
+    });
+}
+
+void CameraModel::setBootstrap(std::uint32_t address, std::uint32_t value)
+{
+    run([&] {
+        if (NetworkSection* const network = transport_.network()) {
+            network->registers().setValue(address, value);
+        }
+    });
+}
+
+std::int32_t CameraModel::readBootstrap(std::uint64_t address, void* data, std::size_t size)
+{
+    return run([&] {
+        NetworkSection* const network = transport_.network();
+        return network == nullptr ? gentl::err::kInvalidAddress
+                                  : network->registers().read(address, data, size);
+    });
+}
+
+bool CameraModel::isReadOnly(std::uint64_t address)
+{
+    return run([&] {
+        NetworkSection* const network = transport_.network();
+        const bool isRegister = network != nullptr && network->registers().isReadOnly(address);
+        return isRegister || liesIn(address, 1, kXmlBase, table_.xml().size()) ||
+               liesIn(address, 1, kArchiveBase, archive_.size()) ||
+               liesIn(address, 1, kFactoryMemoryBase, kFactoryMemorySize);
+    });
+}
+
+NetworkFaults CameraModel::networkFaults()
+{
+    return run([this] { return networkFaults_ ? networkFaults_->faults() : NetworkFaults{}; });
+}
+
+SendingMode CameraModel::sendingMode()
+{
+    return run([this] { return networkFaults_ ? networkFaults_->sending() : SendingMode{}; });
+}
+
+AnswerLie CameraModel::takeAnswerLie()
+{
+    return run(
+        [this] { return networkFaults_ ? networkFaults_->takeAnswerLie() : AnswerLie::Off; });
 }
 
 std::uint64_t CameraModel::payload() const
@@ -302,12 +412,18 @@ std::string CameraModel::userDefinedName()
 
 IpConfig CameraModel::ip()
 {
-    return run([this] { return transport_.ip(); });
+    return run([this] {
+        return transport_.network() == nullptr ? context_.config.ip : transport_.network()->ip();
+    });
 }
 
 void CameraModel::forceIp(const IpConfig& ip)
 {
-    run([&] { transport_.forceIp(ip); });
+    run([&] {
+        if (transport_.network() != nullptr) {
+            transport_.network()->forceIp(ip);
+        }
+    });
 }
 
 std::uint64_t CameraModel::payloadSize()
@@ -331,6 +447,9 @@ void CameraModel::sessionClosed()
         acquisition_.stop();
         events_.disableAll();
         transport_.setLocked(false);
+        if (networkFaults_) {
+            networkFaults_->endSilence();
+        }
     });
 }
 

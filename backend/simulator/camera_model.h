@@ -12,6 +12,7 @@
 #include "simulator/event_section.h"
 #include "simulator/fault_section.h"
 #include "simulator/image_section.h"
+#include "simulator/network_faults.h"
 #include "simulator/transport_section.h"
 #include "simulator/user_set_section.h"
 
@@ -55,12 +56,24 @@ public:
     /// ForceIP from the network, as a camera takes it: no session needed.
     void forceIp(const IpConfig& ip);
 
+    // Cameras with a network only; else zeros.
+    /// A bootstrap register as the face on the network sees and sets it, without checks and faults.
+    std::uint32_t bootstrap(std::uint32_t address);
+    void setBootstrap(std::uint32_t address, std::uint32_t value);
+    std::int32_t readBootstrap(std::uint64_t address, void* data, std::size_t size);
+    /// Whether a write there is refused because nobody may write it.
+    bool isReadOnly(std::uint64_t address);
+    // Served cameras only; else without faults.
+    NetworkFaults networkFaults();
+    SendingMode sendingMode();
+    AnswerLie takeAnswerLie();
+
     /// Nanoseconds of the camera clock.
     std::uint64_t now() const { return context_.now(); }
     std::uint64_t payloadSize();
     /// The host locks and unlocks what must not change during an acquisition (TLParamsLocked).
     void setTransportLocked(bool locked);
-    /// The host closed the session: acquisition stops, events are disabled.
+    /// The host closed the session: acquisition stops, events are disabled, silence ends.
     void sessionClosed();
 
     /// Plans the next frame; call again at plan.readyNs. With expose false wait for the observer.
@@ -101,6 +114,9 @@ private:
     void endFrame(const FramePlan& plan, bool dropped);
     void endExposure(const FramePlan& plan);
     void powerLoss();
+    void publishDescription();
+    std::int32_t readMemory(std::uint64_t address, void* data, std::size_t size);
+    std::int32_t writeMemory(std::uint64_t address, const void* data, std::size_t size);
     std::uint64_t payload() const;
     std::uint64_t readoutNs() const;
     std::uint64_t transferNs() const;
@@ -119,6 +135,8 @@ private:
     TransportSection transport_;
     DeviceMemory memory_;
     FaultSection faults_;
+    std::unique_ptr<NetworkFaultSection> networkFaults_; ///< Served cameras only.
+    std::string archive_; ///< The zipped description; cameras with a network only.
 
     std::vector<std::shared_ptr<const Scene>> scenes_;
     std::shared_ptr<const PictureRenderer> renderer_;

@@ -11,8 +11,9 @@
 namespace simulator
 {
 
-constexpr std::uint64_t kRegisterBase = 0x1000;
-constexpr std::uint64_t kXmlBase = 0x00400000;
+constexpr std::uint64_t kRegisterBase = 0x10000; ///< Behind the bootstrap registers.
+constexpr std::uint32_t kXmlBase = 0x00400000;
+constexpr std::uint32_t kArchiveBase = 0x00800000;       ///< The description, zipped.
 constexpr std::uint64_t kUserMemoryBase = 0x01000000;    ///< Readable and writable.
 constexpr std::uint64_t kFactoryMemoryBase = 0x02000000; ///< Readable.
 constexpr std::uint64_t kProtectedBase = 0x03000000;     ///< Neither.

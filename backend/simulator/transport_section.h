@@ -2,9 +2,11 @@
 #pragma once
 
 #include "simulator/camera_context.h"
+#include "simulator/network_section.h"
 
 #include <cstdint>
 #include <functional>
+#include <memory>
 
 namespace simulator
 {
@@ -14,24 +16,16 @@ class TransportSection
 public:
     TransportSection(CameraContext& context, std::function<std::uint64_t()> payloadSize);
 
-    const IpConfig& ip() const { return ip_; }
-    void forceIp(const IpConfig& ip);
+    /// Null on cameras without network.
+    NetworkSection* network() { return network_.get(); }
     void setLocked(bool locked);
-    /// What a restart does: persistent settings become the present ones.
+    /// What a restart does: locks open, persistent settings become the present ones.
     void restart();
 
 private:
-    void declareNetwork();
-    void declareStreamChannel();
-    Feature& address(const char* name, const char* toolTip);
-
     CameraContext& context_;
-    IpConfig ip_;
     Feature* locked_ = nullptr;
-    Feature* usesPersistentIp_ = nullptr; ///< Null on cameras without network.
-    Feature* persistentAddress_ = nullptr;
-    Feature* persistentMask_ = nullptr;
-    Feature* persistentGateway_ = nullptr;
+    std::unique_ptr<NetworkSection> network_;
 };
 
 } // namespace simulator
