@@ -39,14 +39,14 @@ void PyBuffer::init_type()
     noargs<&PyBuffer::current<&Buffer::GetTimestamp>>("GetTimestamp");
 }
 
-PyBuffer::PyBuffer(ZelCam::Stream* stream, std::int64_t size) : stream_(stream), size_(size)
+PyBuffer::PyBuffer(ZelCam::Stream* stream, std::int64_t size) : size_(size)
 {
-    if (stream_ == nullptr) {
+    if (stream == nullptr) {
         binding::report("wrong dataStream\n");
         return;
     }
     ZelCamErr error = ZelErr::kOk;
-    buffer_ = stream_->CreateBuffer(size_, nullptr, &error);
+    buffer_ = stream->CreateBuffer(size_, nullptr, &error);
     if (buffer_ != nullptr) {
         readSize();
     } else {
@@ -54,16 +54,16 @@ PyBuffer::PyBuffer(ZelCam::Stream* stream, std::int64_t size) : stream_(stream),
     }
 }
 
-ZelCamErr PyBuffer::fetch(std::int64_t timeoutMs)
+ZelCamErr PyBuffer::fetch(ZelCam::Stream* stream, std::int64_t timeoutMs)
 {
-    if (stream_ == nullptr) {
+    if (stream == nullptr) {
         binding::report("wrong dataStream\n");
         return ZelErr::kUnknown;
     }
     ZelCamErr error = ZelErr::kOk;
     ZelCam::Buffer* filled = nullptr;
     binding::withoutLock(
-        [&] { filled = stream_->GetBuffer(static_cast<std::uint64_t>(timeoutMs), &error); });
+        [&] { filled = stream->GetBuffer(static_cast<std::uint64_t>(timeoutMs), &error); });
     buffer_ = filled;
     if (filled == nullptr) {
         if (error == ZelErr::kGenTLTimeout) {
@@ -78,7 +78,7 @@ ZelCamErr PyBuffer::fetch(std::int64_t timeoutMs)
     const std::int64_t offset = filled->GetImageOffset();
     const auto* base = static_cast<const char*>(filled->GetBufferPtr());
     if (base == nullptr || !isPlausible(width_, height_, size)) {
-        stream_->QueueBuffer(filled);
+        stream->QueueBuffer(filled);
         return ZelErr::kUnknown;
     }
     data_ = binding::byteArray(base + offset, size);

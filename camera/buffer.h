@@ -15,16 +15,17 @@ public:
     static void init_type();
 
     /// Without a buffer, to be filled by fetch.
-    explicit PyBuffer(ZelCam::Stream* stream) : stream_(stream) {}
+    PyBuffer() = default;
     /// Announces a new buffer of `size` bytes to the stream. A refusal is reported on standard
     /// error and leaves the object without a buffer.
     PyBuffer(ZelCam::Stream* stream, std::int64_t size);
 
-    /// Waits without the interpreter lock, at most `timeoutMs` milliseconds, for the next frame and
-    /// copies it. Returns 0, or the code of a failure, which it reports on standard error. A frame
-    /// that cannot be an image goes straight back to the stream: code -40001. Throws when there is
-    /// no memory for the copy; the buffer then waits to be queued again by the script.
-    ZelCamErr fetch(std::int64_t timeoutMs);
+    /// Waits without the interpreter lock, at most `timeoutMs` milliseconds, for the next frame of
+    /// the stream and copies it. Returns 0, or the code of a failure, which it reports on standard
+    /// error: -40001 for null, a released stream. A frame that cannot be an image goes straight
+    /// back to the stream: code -40001. Throws when there is no memory for the copy; the buffer
+    /// then waits to be queued again by the script.
+    ZelCamErr fetch(ZelCam::Stream* stream, std::int64_t timeoutMs);
 
     /// The SDK buffer of the moment, or null.
     ZelCam::Buffer* buffer() const { return buffer_; }
@@ -42,7 +43,6 @@ private:
 
     Py::Object data_ = Py::Tuple(); ///< bytearray of the last good frame, before it ().
     ZelCam::Buffer* buffer_ = nullptr;
-    ZelCam::Stream* stream_;
     std::int64_t size_ = 0; ///< As asked for at the announcement.
     std::uint64_t width_ = 0;
     std::uint64_t height_ = 0;

@@ -133,7 +133,7 @@ Py::Object PyDataStream::GetBuffer(const Py::Tuple& args)
     if (buffer == nullptr) {
         return Py::None();
     }
-    lastError_ = buffer->fetch(timeout);
+    lastError_ = buffer->fetch(stream_, timeout);
     if (lastError_ == ZelErr::kOk) {
         return current;
     }
@@ -179,7 +179,7 @@ Py::Object PyDataStream::AllocBufferQueue(const Py::Tuple& args)
     if (stream_ == nullptr || stream_->AllocBufferQueue(nullptr, count) != ZelErr::kOk) {
         return Py::False();
     }
-    current_ = binding::make<PyBuffer>(stream_);
+    current_ = binding::make<PyBuffer>();
     return Py::True();
 }
 

@@ -1,7 +1,10 @@
 // PyDevice: events.
 #include "camera/device.h"
 #include "module/binding/convert.h"
+#include "module/binding/guard.h"
 #include "module/binding/interpreter_lock.h"
+
+#include <cxxabi.h>
 
 namespace ZelCamPy
 {
@@ -58,22 +61,34 @@ void PyDevice::CameraCallback(const void* data, std::uint64_t size, void* contex
 
 void PyDevice::callBack(const void* data, std::uint64_t size)
 {
-    const Py::Object callback(eventCallback_);
-    if (callback.isNone()) {
+    if (eventCallback_.isNone()) {
         return;
     }
+    // Plain references: a thread that is ended in the call has no right to touch objects.
+    PyObject* const callback = Py::new_reference_to(eventCallback_);
+    PyObject* args = nullptr;
+    PyObject* result = nullptr;
     try {
-        const Py::TupleN args(binding::byteArray(data, size), binding::toPython(size),
-                              Py::asObject(PyLong_FromVoidPtr(context())));
-        Py::Callable(callback).apply(args);
-        return;
+        args =
+            Py::new_reference_to(Py::TupleN(binding::byteArray(data, size), binding::toPython(size),
+                                            Py::asObject(PyLong_FromVoidPtr(context()))));
+        result = PyObject_CallObject(callback, args);
+    } catch (const abi::__forced_unwind&) {
+        binding::stayIfInterpreterGone();
+        throw;
     } catch (...) {
         try {
             binding::rethrowAsPython();
         } catch (const Py::BaseException&) {
-            PyErr_WriteUnraisable(callback.ptr());
+            result = nullptr; // The error is set.
         }
     }
+    if (result == nullptr) {
+        PyErr_WriteUnraisable(callback);
+    }
+    Py_XDECREF(result);
+    Py_XDECREF(args);
+    Py_DECREF(callback);
 }
 
 } // namespace ZelCamPy

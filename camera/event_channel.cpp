@@ -75,17 +75,37 @@ void EventChannel::close(const void* context)
     channels().open.erase(context);
 }
 
+namespace
+{
+
+bool noneBut(std::thread::id thread, const std::vector<std::thread::id>& threads)
+{
+    return std::all_of(threads.begin(), threads.end(),
+                       [thread](std::thread::id id) { return id == thread; });
+}
+
+void removeOne(std::thread::id thread, std::vector<std::thread::id>& threads)
+{
+    threads.erase(std::find(threads.begin(), threads.end(), thread));
+}
+
+} // namespace
+
 bool EventChannel::onlyThisThreadDelivers() const
 {
-    return std::all_of(delivering_.begin(), delivering_.end(),
-                       [](std::thread::id id) { return id == std::this_thread::get_id(); });
+    return noneBut(std::this_thread::get_id(), delivering_);
+}
+
+bool EventChannel::takesFromThisThread() const
+{
+    return noneBut(std::this_thread::get_id(), pausing_);
 }
 
 EventChannel::Delivery::Delivery(const void* context)
 {
     const std::lock_guard<std::mutex> hold(channels().mutex);
     const auto found = channels().open.find(context);
-    if (found != channels().open.end() && found->second->pauses_ == 0) {
+    if (found != channels().open.end() && found->second->takesFromThisThread()) {
         channel_ = found->second;
         channel_->delivering_.push_back(std::this_thread::get_id());
     }
@@ -97,8 +117,7 @@ EventChannel::Delivery::~Delivery()
         return;
     }
     const std::lock_guard<std::mutex> hold(channels().mutex);
-    auto& delivering = channel_->delivering_;
-    delivering.erase(std::find(delivering.begin(), delivering.end(), std::this_thread::get_id()));
+    removeOne(std::this_thread::get_id(), channel_->delivering_);
     channels().delivered.notify_all();
 }
 
@@ -106,7 +125,7 @@ EventChannel::Pause::Pause(const std::shared_ptr<EventChannel>& channel) : chann
 {
     {
         const std::lock_guard<std::mutex> hold(channels().mutex);
-        ++channel_->pauses_;
+        channel_->pausing_.push_back(std::this_thread::get_id());
         if (channel_->onlyThisThreadDelivers()) {
             return;
         }
@@ -121,7 +140,7 @@ EventChannel::Pause::Pause(const std::shared_ptr<EventChannel>& channel) : chann
 EventChannel::Pause::~Pause()
 {
     const std::lock_guard<std::mutex> hold(channels().mutex);
-    --channel_->pauses_;
+    removeOne(std::this_thread::get_id(), channel_->pausing_);
 }
 
 } // namespace ZelCamPy

@@ -38,10 +38,10 @@ public:
         std::shared_ptr<EventChannel> channel_;
     };
 
-    /// Holds events off while it lives: new ones are dropped, those under way on other threads are
-    /// through when the constructor returns, or had a second to end: one that waits for the caller
-    /// would never. Made with the interpreter lock held; lets it go for a moment only when a
-    /// callback is just under way.
+    /// Holds the events of other threads off while it lives: new ones are dropped, those under way
+    /// are through when the constructor returns, or had a second to end: one that waits for the
+    /// caller would never. What the SDK delivers on this very thread goes through. Made with the
+    /// interpreter lock held; lets it go for a moment only when a callback is just under way.
     class Pause
     {
     public:
@@ -65,10 +65,12 @@ private:
     static Channels& channels();
 
     bool onlyThisThreadDelivers() const;
+    bool takesFromThisThread() const;
 
-    PyDevice* device_ = nullptr;              ///< Guarded by the interpreter lock.
-    int pauses_ = 0;                          ///< Guarded by the mutex of all channels.
-    std::vector<std::thread::id> delivering_; ///< Likewise.
+    PyDevice* device_ = nullptr; ///< Guarded by the interpreter lock.
+    // Guarded by the mutex of all channels; threads by their ids.
+    std::vector<std::thread::id> pausing_;
+    std::vector<std::thread::id> delivering_;
 };
 
 } // namespace ZelCamPy

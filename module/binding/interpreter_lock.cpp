@@ -1,5 +1,6 @@
 #include "module/binding/interpreter_lock.h"
 
+#include <cxxabi.h>
 #include <pthread.h>
 #include <unistd.h>
 
@@ -15,7 +16,7 @@ namespace
 {
 
 /// How long the end of the interpreter waits for event callbacks that are running.
-constexpr std::chrono::seconds kExitPatience{5};
+constexpr std::chrono::milliseconds kExitPatience{500};
 
 /// Counts the threads that are about to take the interpreter lock or hold it through us.
 class Gate
@@ -116,8 +117,14 @@ bool interpreterGone() { return gate().closed(); }
 
 LockHold::LockHold() : entered_(gate().enter())
 {
-    if (entered_) {
+    if (!entered_) {
+        return;
+    }
+    try {
         state_ = PyGILState_Ensure();
+    } catch (const abi::__forced_unwind&) {
+        stayIfInterpreterGone();
+        throw;
     }
 }
 
@@ -126,6 +133,13 @@ LockHold::~LockHold()
     if (entered_) {
         PyGILState_Release(state_);
         gate().leave();
+    }
+}
+
+void stayIfInterpreterGone()
+{
+    while (gate().closed()) {
+        pause();
     }
 }
 
@@ -138,7 +152,12 @@ void retakeLock(PyThreadState* state)
     while (!gate().enter()) {
         pause();
     }
-    PyEval_RestoreThread(state);
+    try {
+        PyEval_RestoreThread(state);
+    } catch (const abi::__forced_unwind&) {
+        stayIfInterpreterGone();
+        throw;
+    }
     gate().leave();
 }
 

@@ -35,6 +35,11 @@ private:
     PyGILState_STATE state_{};
 };
 
+/// For threads that are being ended (abi::__forced_unwind): does not return when the interpreter
+/// ends them because it went away. Unwinding on, they would release objects and, through whoever
+/// catches everything on the way, end the process.
+void stayIfInterpreterGone();
+
 /// Takes the lock back for a thread that gave it away with PyEval_SaveThread; never returns when
 /// the interpreter is going away.
 void retakeLock(PyThreadState* state);

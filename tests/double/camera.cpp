@@ -116,7 +116,15 @@ class DeviceDouble final : public ZelCam::Device, public Scripted
 {
 public:
     using Scripted::Scripted;
-    void Release() override { settle(call("Release")); }
+    /// With "fires" an event comes on the calling thread, to the latest registration.
+    void Release() override
+    {
+        const Answer answer = call("Release");
+        if (answer.field<bool>("fires")) {
+            fireLatest("released");
+        }
+        settle(answer);
+    }
     std::uint32_t GetNumStreams() override { return call("GetNumStreams").number<std::uint32_t>(); }
     ZelCam::Stream* GetStreamByIndex(std::uint32_t index) override
     {

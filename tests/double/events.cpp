@@ -64,6 +64,16 @@ void keepRegistration(ZelCam::EventCallback callback, void* context)
     events().registrations.push_back({callback, context});
 }
 
+void fireLatest(const std::string& data)
+{
+    Registration latest{};
+    {
+        const std::lock_guard lock(events().mutex);
+        latest = events().registrations.back();
+    }
+    threw(latest, data.data(), data.size());
+}
+
 bool settleCallbacks()
 {
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);

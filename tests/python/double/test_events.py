@@ -232,6 +232,14 @@ def test_sdk_that_waits_for_callbacks_under_way(double, device, received):
     assert double.take("Device.Deadlock") == []
 
 
+def test_event_that_the_sdk_delivers_inside_release(double, device, received):
+    """On the releasing thread it reaches the callable, which may go on using the object."""
+    double.answer("Device.Release", fires=True)
+    device.RegisterEvent(5, lambda data, *rest: received.append((bytes(data), device.IsValid())))
+    device.Release()
+    assert received == [(b"released", False)]
+
+
 def test_callback_that_ends_its_own_registration_at_such_an_sdk(double, device, received):
     double.answer("Device.UnRegisterEvent", 0, settle=True)
     device.RegisterEvent(5, lambda *arguments: received.append(device.UnRegisterEvent(5, None)))
@@ -365,6 +373,15 @@ def test_exit_while_events_arrive(run_program, ending):
 def test_exit_by_an_exception_while_events_arrive(run_program):
     source = EXIT_PROGRAM % (__file__.rsplit("/", 1)[0], "raise SystemExit(7)")
     run_program(source, code=7)
+
+
+@pytest.mark.parametrize("nap", ["time.sleep(3)", "[time.sleep(0.001) for _ in range(3000)]"])
+def test_exit_while_a_callback_sleeps(run_program, nap):
+    """The exit does not wait for it, and the thread ends without the interpreter that is gone."""
+    source = EXIT_PROGRAM.replace("seen.append(1))", "(seen.append(1), len(seen) == 100 and %s))" % nap)
+    start = time.monotonic()
+    assert run_program(source % (__file__.rsplit("/", 1)[0], "")).stderr == b""
+    assert time.monotonic() - start < 2.8
 
 
 def test_callable_that_ends_its_thread(double, device, unraisable):
