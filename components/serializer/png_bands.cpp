@@ -1,5 +1,6 @@
 #include "png_bands.h"
 
+#include "row_deflater.h"
 #include "row_kernels.h"
 #include "signal_mask.h"
 
@@ -21,25 +22,15 @@ namespace
 constexpr std::size_t kBandBytes = std::size_t{256} * 1024;
 constexpr unsigned kMaxThreads = 8;
 constexpr unsigned char kAverageFilter = 3;
-constexpr int kRawDeflate = -15;
-constexpr int kMemoryLevel = 9;
 
-// Compresses one band after the other; its stream and buffers are used again.
+// Compresses one band after the other; its buffers are used again.
 class BandCompressor
 {
 public:
     explicit BandCompressor(const Picture& picture)
         : picture_(picture), pixelBytes_(picture.rowBytes / picture.width)
     {
-        // Camera noise defeats the search for long matches: run lengths over averaged differences
-        // are smaller and several times faster.
-        if (deflateInit2(&stream_, 1, Z_DEFLATED, kRawDeflate, kMemoryLevel, Z_RLE) != Z_OK) {
-            throw std::bad_alloc();
-        }
     }
-    ~BandCompressor() { deflateEnd(&stream_); }
-    BandCompressor(const BandCompressor&) = delete;
-    BandCompressor& operator=(const BandCompressor&) = delete;
 
     void compress(std::uint32_t first, std::uint32_t end, PngBand* band)
     {
@@ -47,15 +38,9 @@ public:
         band->filtered = filtered_.size();
         band->adler = static_cast<std::uint32_t>(
             adler32_z(adler32_z(0, nullptr, 0), filtered_.data(), filtered_.size()));
-        deflateReset(&stream_);
-        // Room for the empty block that ends a piece.
-        band->data.resize(deflateBound(&stream_, filtered_.size()) + 16);
-        stream_.next_in = filtered_.data();
-        stream_.avail_in = static_cast<uInt>(filtered_.size());
-        stream_.next_out = band->data.data();
-        stream_.avail_out = static_cast<uInt>(band->data.size());
-        deflate(&stream_, end == picture_.height ? Z_FINISH : Z_SYNC_FLUSH);
-        band->data.resize(band->data.size() - stream_.avail_out);
+        deflater_.compress(filtered_.data(), filtered_.size(), end == picture_.height, &band->data);
+        band->crc = static_cast<std::uint32_t>(
+            crc32_z(crc32_z(0, nullptr, 0), band->data.data(), band->data.size()));
     }
 
 private:
@@ -93,7 +78,7 @@ private:
 
     const Picture& picture_;
     std::size_t pixelBytes_;
-    z_stream stream_ = {};
+    RowDeflater deflater_;
     std::vector<unsigned char> filtered_;
     std::vector<unsigned char> row_;
     std::vector<unsigned char> above_;

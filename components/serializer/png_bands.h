@@ -13,6 +13,7 @@ namespace serializer
 /// of all bands in order make one stream.
 struct PngBand {
     std::vector<unsigned char> data;
+    std::uint32_t crc = 0;      ///< CRC-32 of the data.
     std::uint32_t adler = 1;    ///< Adler-32 of the filtered rows.
     std::uint64_t filtered = 0; ///< Their bytes.
 };
