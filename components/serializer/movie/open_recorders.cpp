@@ -18,6 +18,7 @@ struct Open {
     base::ForkStamp made;
     std::mutex mutex; // Guards the set; held while the recorders of an ending process are finished.
     std::set<Recorder*> recorders;
+    Open* parents = nullptr; // Cannot be freed, nor what it holds.
 };
 
 Open& open()
@@ -27,6 +28,7 @@ Open& open()
     Open* known = current.load();
     if (known->made.isInherited()) {
         auto fresh = std::make_unique<Open>();
+        fresh->parents = known;
         if (current.compare_exchange_strong(known, fresh.get())) {
             known = fresh.release();
         }
