@@ -3,35 +3,40 @@
 The values are features of the camera, named Chunk...; they belong to the frame that was fetched
 last. Where the chunks lie in the buffer is known to the SDK only: a script reads the features.
 """
-import sys
+from __future__ import annotations
 
-from cameras import close_camera, open_camera, parser_of
+import sys
+from typing import Union
+
+import libZelCameraApiPy as zel
+from cameras import camera_of, close_camera, open_camera, parser_of, stream_of
 
 WANTED = ("FrameID", "Timestamp", "ExposureTime", "Gain")
 
 
-def chunk_value(camera, name):
+def chunk_value(camera: zel.PyGenParams, name: str) -> Union[int, float, None]:
     """Value of a chunk feature of the frame fetched last, or None."""
     parameter = camera.GetParam("Chunk" + name)
-    if parameter is None or not parameter.IsReadable():
+    if parameter is None:
         return None
-    read = camera.GetFloatValue if parameter.GetType() == camera.ParamFloat else camera.GetIntegerValue
-    return read("Chunk" + name)[1]
+    if parameter.GetType() == camera.ParamFloat:
+        return camera.GetFloatValue("Chunk" + name)[1]
+    return camera.GetIntegerValue("Chunk" + name)[1]
 
 
-def main():
+def main() -> None:
     """Switches chunks on and changes the exposure while frames come."""
     parser = parser_of(__doc__)
     parser.add_argument("--frames", type=int, default=10)
     arguments = parser.parse_args()
     device = open_camera(arguments.serial)
-    camera = device.GetCameraParameters()
+    camera = camera_of(device)
     if not camera.SetBooleanValue("ChunkModeActive", True):
         sys.exit("this camera has no chunk data")
     for name in WANTED:
         if camera.SetEnumValueStr("ChunkSelector", name):
             camera.SetBooleanValue("ChunkEnable", True)
-    stream = device.GetStreamByIndex(0)
+    stream = stream_of(device)
     # After the chunks were chosen: they make the buffers longer.
     stream.AllocBufferQueue(4)
     stream.StartAcquisition()

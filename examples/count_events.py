@@ -1,32 +1,35 @@
 """Count exposure-end events next to the frames of a camera."""
+from __future__ import annotations
+
 import sys
+from typing import List, Optional
 
-from cameras import open_camera, parser_of
+import libZelCameraApiPy as zel
+from cameras import camera_of, open_camera, parser_of, stream_of
 
 
-def event_id(camera, name):
+def event_id(camera: zel.PyGenParams, name: str) -> Optional[int]:
     """Number of an event from the camera's description, or None."""
-    ok, value = camera.GetIntegerValue("Event" + name)
-    return value if ok else None
+    return camera.GetIntegerValue("Event" + name)[1]
 
 
-def main():
+def main() -> None:
     """Fetches frames while a callable counts."""
     parser = parser_of(__doc__)
     parser.add_argument("frames", type=int, nargs="?", default=50)
     arguments = parser.parse_args()
     wanted = arguments.frames
     device = open_camera(arguments.serial)
-    camera = device.GetCameraParameters()
+    camera = camera_of(device)
     number = event_id(camera, "ExposureEnd")
     if number is None:
         sys.exit("this camera has no exposure-end event")
     camera.SetEnumValueStr("EventSelector", "ExposureEnd")
     camera.SetEnumValueStr("EventNotification", "On")
-    seen = []
+    seen: List[bytes] = []
     device.RegisterEvent(number, lambda data, size, key: seen.append(bytes(data)))
 
-    stream = device.GetStreamByIndex(0)
+    stream = stream_of(device)
     stream.AllocBufferQueue(8)
     stream.StartAcquisition()
     frames = 0

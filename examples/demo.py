@@ -2,12 +2,15 @@
 
 Runs on the built-in simulated cameras when no real one is connected.
 """
+from __future__ import annotations
+
 import os
 import sys
 import time
+from typing import Any, Dict, List, Optional
 
 import libZelCameraApiPy as zel
-from cameras import parser_of
+from cameras import camera_of, info_of, parser_of, stream_of
 
 INTERFACE_TYPES = {1: "USB3 Vision", 2: "GigE Vision", 3: "Camera Link", 4: "CoaXPress", 5: "HD-SDI"}
 ACCESS = {1: "free", 2: "read only", 3: "no access", 4: "busy", 5: "open", 6: "open, read only"}
@@ -17,30 +20,31 @@ SHOWN = ("Width", "Height", "PixelFormat", "ExposureTime", "Gain", "AcquisitionF
 SAVED_FORMATS = ("BayerRG8", "BayerGB8", "BayerGR8", "BayerBG8", "RGB8", "Mono8")
 
 
-def value_of(parameters, name):
+def value_of(parameters: zel.PyGenParams, name: str) -> Optional[str]:
     """Value of a parameter as text with its unit, or None."""
-    parameter = parameters.GetParam(name)
+    parameter: Any = parameters.GetParam(name)
     if parameter is None or not parameter.IsReadable():
         return None
     kind = parameter.GetType()
     if kind == parameters.ParamFloat:
-        _, unit = parameters.GetFloat(name).GetUnit()
-        return ("%g %s" % (parameters.GetFloatValue(name)[1], unit or "")).strip()
-    readers = {parameters.ParamInt: parameters.GetIntegerValue,
+        number = parameters.GetFloat(name)
+        unit = number.GetUnit()[1] if number is not None else ""
+        return ("%g %s" % (parameters.GetFloatValue(name)[1] or 0.0, unit or "")).strip()
+    readers: Dict[int, Any] = {parameters.ParamInt: parameters.GetIntegerValue,
                parameters.ParamEnum: parameters.GetEnumValueStr,
                parameters.ParamBoolean: parameters.GetBooleanValue,
                parameters.ParamString: parameters.GetStringValue}
     return str(readers[kind](name)[1]) if kind in readers else None
 
 
-def find_cameras(system):
+def find_cameras(system: zel._PyZelSystem) -> List[zel.PyDeviceInfo]:
     """Prints what is connected and returns the device infos."""
-    found = []
-    for interface in system.GetInterfaceList():
+    found: List[zel.PyDeviceInfo] = []
+    for interface in system.GetInterfaceList() or []:
         interface.ReEnumerateDevices(1000)
         kind = INTERFACE_TYPES.get(interface.GetType(), "?")
         print("%-11s  %s" % (kind, interface.GetDescription()))
-        for info in interface.GetDeviceInfoList():
+        for info in interface.GetDeviceInfoList() or []:
             address = info.GetIPAddress() if info.GetIP()[0] else ""
             print("  %-34s serial %-12s %-6s %s" % (
                 info.GetDisplayName(), info.GetSerialNumber(),
@@ -49,18 +53,18 @@ def find_cameras(system):
     return found
 
 
-def save_rgb(buffer, name):
+def save_rgb(buffer: zel.PyBuffer, name: str) -> bool:
     """Writes red, green and blue as they came: PySaveImage is for grey and Bayer frames."""
     size = 3 * buffer.GetWidth() * buffer.GetHeight()
     with open(name, "wb") as file:
         file.write(b"P6 %d %d 255\n" % (buffer.GetWidth(), buffer.GetHeight()))
-        file.write(buffer.GetBufferPtr()[:size])
+        file.write(bytes(buffer.GetBufferPtr())[:size])
     return True
 
 
-def grab(device, frames, folder, movie):
+def grab(device: zel.PyDevice, frames: int, folder: str, movie: bool) -> bool:
     """Grabs frames from an open device, saves pictures (and a movie); returns False on failure."""
-    camera = device.GetCameraParameters()
+    camera = camera_of(device)
     for name in SAVED_FORMATS:
         if camera.SetEnumValueStr("PixelFormat", name):
             break
@@ -69,14 +73,16 @@ def grab(device, frames, folder, movie):
         if value is not None:
             print("    %-22s %s" % (name, value))
 
-    stream = device.GetStreamByIndex(0)
-    if stream is None or not stream.AllocBufferQueue(max(8, stream.GetMinNumBuffers())):
-        print("    no buffers: code %d" % (stream.GetLastError() if stream else 0))
+    stream = stream_of(device)
+    if not stream.AllocBufferQueue(max(8, stream.GetMinNumBuffers())):
+        print("    no buffers: code %d" % stream.GetLastError())
         return False
     stream.StartAcquisition()
     good = True
-    ids, stamps, incomplete, bytes_seen = [], [], 0, 0
-    stem = os.path.join(folder, device.GetInfo().GetModel().replace(" ", "_"))
+    ids: List[int] = []
+    stamps: List[int] = []
+    incomplete, bytes_seen = 0, 0
+    stem = os.path.join(folder, info_of(device).GetModel().replace(" ", "_"))
     start = time.perf_counter()
     for index in range(frames):
         buffer = stream.GetBuffer(3000)
@@ -117,7 +123,7 @@ def grab(device, frames, folder, movie):
     return good
 
 
-def main():
+def main() -> None:
     """Runs the demonstration; exit code 0 when every picture was saved."""
     parser = parser_of(__doc__)
     parser.add_argument("--frames", type=int, default=100, help="frames from each camera")

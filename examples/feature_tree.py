@@ -1,7 +1,11 @@
 """Print the tree of features of a camera: type, access, value, range and unit of each."""
-import sys
+from __future__ import annotations
 
-from cameras import open_camera, parser_of
+import sys
+from typing import Any, Dict, List, Optional, Tuple
+
+import libZelCameraApiPy as zel
+from cameras import camera_of, info_of, open_camera, parser_of
 
 TYPES = {1: "Integer", 2: "Float", 3: "String", 4: "Enumeration", 5: "EnumEntry", 6: "Boolean",
          7: "Command", 8: "Category"}
@@ -19,9 +23,10 @@ CATEGORIES = (
 # A wider range than this is that of the type, not of the feature.
 NO_LIMIT = 1e18
 LEVELS = ("beginner", "expert", "guru", "invisible")
+Row = Tuple[int, Optional[str], Any]  # depth, name of a category, or a parameter
 
 
-def access(parameter):
+def access(parameter: zel.PyGenParam) -> str:
     """RW, RO, WO or -- as the feature is now."""
     if not parameter.IsAvailable():
         return "--"
@@ -29,9 +34,9 @@ def access(parameter):
         (parameter.IsReadable(), parameter.IsWritable()), "--")
 
 
-def number_text(parameters, name, kind):
+def number_text(parameters: zel.PyGenParams, name: str, kind: int) -> str:
     """Value, range and unit of an integer or a float."""
-    typed = parameters.GetInt(name) if kind == parameters.ParamInt else parameters.GetFloat(name)
+    typed: Any = parameters.GetInt(name) if kind == parameters.ParamInt else parameters.GetFloat(name)
     pattern = "%d" if kind == parameters.ParamInt else "%.6g"
     parts = [pattern % typed.GetValue()[1]]
     low, high = typed.GetMin(), typed.GetMax()
@@ -44,18 +49,18 @@ def number_text(parameters, name, kind):
     return " ".join(part for part in parts if part)
 
 
-def enumeration_text(parameters, name):
+def enumeration_text(parameters: zel.PyGenParams, name: str) -> str:
     """Current entry and the entries that can be chosen now; others in parentheses."""
-    typed = parameters.GetEnum(name)
+    typed: Any = parameters.GetEnum(name)
     entries = [typed.GetEnumEntryByIndex(index) for index in range(typed.GetCount()[1] or 0)]
     names = [entry.GetValueStr()[1] if entry.IsAvailable() else "(%s)" % entry.GetValueStr()[1]
              for entry in entries]
     return "%s of %s" % (typed.GetValueStr()[1], " ".join(names))
 
 
-def value_text(parameters, parameter):
+def value_text(parameters: zel.PyGenParams, parameter: zel.PyGenParam) -> str:
     """What stands behind the equals sign."""
-    kind, name = parameter.GetType(), parameter.GetName()
+    kind, name = parameter.GetType(), parameter.GetName() or ""
     if kind == parameters.ParamCommand or not parameter.IsReadable():
         return ""
     if kind in (parameters.ParamInt, parameters.ParamFloat):
@@ -69,26 +74,27 @@ def value_text(parameters, parameter):
     return ""
 
 
-def signature(category):
+def signature(category: zel.PyGenParamCategory) -> Tuple[Any, ...]:
     """What tells one category from another: the names of its parameters (a category has none)."""
-    children = (category.GetParamByIndex(index) for index in range(category.GetCount()))
+    children: List[Any] = [category.GetParamByIndex(index) for index in range(category.GetCount())]
     return tuple(child.GetName() if hasattr(child, "GetName") else "+" for child in children)
 
 
-def standard_categories(parameters):
+def standard_categories(parameters: zel.PyGenParams) -> Dict[Tuple[Any, ...], str]:
     """Names of the standard categories that the array knows, by their signature."""
     known = {}
     for name in CATEGORIES:
-        category = parameters.GetParam(name)
+        category: Any = parameters.GetParam(name)
         if category is not None and category.GetType() == parameters.ParamCategory:
             known[signature(category)] = name
     return known
 
 
-def walk(parameters, category, level, depth, names, rows):
+def walk(parameters: zel.PyGenParams, category: zel.PyGenParamCategory, level: int, depth: int,
+         names: Dict[Tuple[Any, ...], str], rows: List[Row]) -> None:
     """Collects what is visible at the level: (depth, category name or None, parameter or None)."""
     for index in range(category.GetCount()):
-        child = category.GetParamByIndex(index)
+        child: Any = category.GetParamByIndex(index)
         if child is None:
             continue
         if child.GetType() == parameters.ParamCategory:
@@ -100,7 +106,7 @@ def walk(parameters, category, level, depth, names, rows):
             rows.append((depth, None, child))
 
 
-def main():
+def main() -> None:
     """Opens the default camera and prints its tree."""
     parser = parser_of(__doc__)
     parser.add_argument("--visibility", choices=LEVELS, default="beginner")
@@ -111,15 +117,16 @@ def main():
 
     device = open_camera(arguments.serial)
     print(device.GetDisplayName())
-    parameters = device.GetCameraParameters()
+    parameters: Optional[zel.PyGenParams] = camera_of(device)
     if arguments.transport:
         parameters = device.GetTransportParameters()
     elif arguments.interface:
-        parameters = device.GetInfo().GetInterface().GetParameters()
-    if parameters is None:
+        parameters = info_of(device).GetInterface().GetParameters()
+    root = parameters.GetRootCategory() if parameters is not None else None
+    if parameters is None or root is None:
         sys.exit("this module has no features")
-    rows = []
-    walk(parameters, parameters.GetRootCategory(), LEVELS.index(arguments.visibility), 1,
+    rows: List[Row] = []
+    walk(parameters, root, LEVELS.index(arguments.visibility), 1,
          standard_categories(parameters), rows)
     for depth, category, parameter in rows:
         if parameter is None:

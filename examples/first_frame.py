@@ -5,12 +5,12 @@ import libZelCameraApiPy as zel
 
 device = zel.PyZelCreateDevice()
 if not device.IsValid():
-    sys.exit("no camera: " + zel.ErrorCodeToString(zel.GetLastError()))
+    sys.exit("no camera: %s" % zel.ErrorCodeToString(zel.GetLastError()))
 print("camera:", device.GetDisplayName())
 
 stream = device.GetStreamByIndex(0)
-stream.AllocBufferQueue(4)
-stream.StartAcquisition()
+if stream is None or not stream.AllocBufferQueue(4) or not stream.StartAcquisition():
+    sys.exit("this camera does not stream")
 buffer = stream.GetBuffer(2000)
 if buffer is None:
     sys.exit("no frame within two seconds: code %d" % stream.GetLastError())

@@ -6,12 +6,14 @@
 A camera that stands in another subnet than the network adapter is found but cannot be opened: this
 is how it is brought over. To make the address last, write the GevPersistentIP features afterwards.
 """
+from __future__ import annotations
+
 import sys
 
 from cameras import every_camera, find_camera, parser_of
 
 
-def main():
+def main() -> None:
     """Lists, or forces an address and lists that camera again."""
     parser = parser_of(__doc__)
     parser.add_argument("address", nargs="?")

@@ -3,21 +3,25 @@
 With StreamBufferHandlingMode NewestOnly frames that nobody fetched in time are given back to the
 camera by themselves; GetBuffer then never returns an old one.
 """
+from __future__ import annotations
+
 import sys
 import time
+from typing import Optional
 
-from cameras import close_camera, open_camera, parser_of
+import libZelCameraApiPy as zel
+from cameras import camera_of, close_camera, open_camera, parser_of, stream_of, transport_of
 
 
-def age_ms(camera, buffer):
+def age_ms(camera: zel.PyGenParams, buffer: zel.PyBuffer) -> Optional[float]:
     """Milliseconds since the frame was taken, by the camera's own clock; None without one."""
     if not camera.ExecuteCommand("TimestampLatch"):
         return None
-    ok, now = camera.GetIntegerValue("TimestampLatchValue")
-    return (now - buffer.GetTimestamp()) / 1e6 if ok else None
+    now = camera.GetIntegerValue("TimestampLatchValue")[1]
+    return None if now is None else (now - buffer.GetTimestamp()) / 1e6
 
 
-def main():
+def main() -> None:
     """Works slowly on a fast camera and tells how old each frame is."""
     parser = parser_of(__doc__)
     parser.add_argument("--frames", type=int, default=8)
@@ -25,9 +29,9 @@ def main():
     parser.add_argument("--mode", default="NewestOnly", help="StreamBufferHandlingMode")
     arguments = parser.parse_args()
     device = open_camera(arguments.serial)
-    camera = device.GetCameraParameters()
-    stream = device.GetStreamByIndex(0)
-    if not device.GetTransportParameters().SetEnumValueStr("StreamBufferHandlingMode", arguments.mode):
+    camera = camera_of(device)
+    stream = stream_of(device)
+    if not transport_of(device).SetEnumValueStr("StreamBufferHandlingMode", arguments.mode):
         sys.exit("the stream of this camera has no mode " + arguments.mode)
     stream.AllocBufferQueue(6)
     stream.StartAcquisition()

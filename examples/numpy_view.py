@@ -1,18 +1,24 @@
 """Look at a frame as a numpy array, 12-bit data included, without another copy."""
+from __future__ import annotations
+
 import sys
+from typing import Any
 
 import numpy
 
-from cameras import open_camera, parser_of
+import libZelCameraApiPy as zel
+from cameras import camera_of, open_camera, parser_of, stream_of
 
 # PFNC codes of the formats that this example shows.
 MONO8, MONO12, MONO12_PACKED = 0x01080001, 0x01100005, 0x010C0006
 
 
-def as_array(buffer):
+def as_array(buffer: zel.PyBuffer) -> Any:
     """The frame as a two-dimensional array; packed 12-bit data is unpacked to 16-bit words."""
     width, height, code = buffer.GetWidth(), buffer.GetHeight(), buffer.GetPixelFormat()
     data = buffer.GetBufferPtr()
+    if not isinstance(data, bytearray):
+        sys.exit("the buffer holds no frame")
     bits = (code >> 16) & 0xFF
     if bits == 8:
         return numpy.frombuffer(data, numpy.uint8, width * height).reshape(height, width)
@@ -28,17 +34,20 @@ def as_array(buffer):
     sys.exit("pixel format 0x%08X is not shown here" % code)
 
 
-def main():
+def main() -> None:
     """Shows size, range and mean of a frame of each format."""
     device = open_camera(parser_of(__doc__).parse_args().serial)
-    camera = device.GetCameraParameters()
-    stream = device.GetStreamByIndex(0)
+    camera = camera_of(device)
+    stream = stream_of(device)
     for name in ("Mono8", "Mono12", "Mono12Packed"):
         if not camera.SetEnumValueStr("PixelFormat", name):
             continue
         stream.AllocBufferQueue(3)
         stream.StartAcquisition()
-        frame = as_array(stream.GetBuffer(3000))
+        buffer = stream.GetBuffer(3000)
+        if buffer is None:
+            sys.exit("no frame came: code %d" % stream.GetLastError())
+        frame = as_array(buffer)
         print("%-13s %s %s from %d to %d, mean %.1f" % (
             name, frame.shape, frame.dtype, frame.min(), frame.max(), frame.mean()))
         stream.StopAcquisition(0)

@@ -1,12 +1,15 @@
 """Record a movie with a progress bar and the achieved rate."""
+from __future__ import annotations
+
+import argparse
 import sys
 import time
 
 import libZelCameraApiPy as zel
-from cameras import open_camera, parser_of
+from cameras import camera_of, open_camera, parser_of, stream_of
 
 
-def record(stream, arguments):
+def record(stream: zel.PyDataStream, arguments: argparse.Namespace) -> int:
     """Records for the asked time; returns the number of frames written."""
     buffer = stream.GetBuffer(3000)
     if buffer is None or not zel.PyStartMovieRecord(buffer, arguments.file, arguments.fps,
@@ -30,7 +33,7 @@ def record(stream, arguments):
         stream.QueueBuffer(buffer)
 
 
-def main():
+def main() -> None:
     """Records from the default camera."""
     parser = parser_of(__doc__)
     parser.add_argument("file", nargs="?", default="movie.avi")
@@ -39,10 +42,10 @@ def main():
     parser.add_argument("--compressor", default="mjpeg")
     arguments = parser.parse_args()
     device = open_camera(arguments.serial)
-    camera = device.GetCameraParameters()
+    camera = camera_of(device)
     camera.SetBooleanValue("AcquisitionFrameRateEnable", True)
     camera.SetFloatValue("AcquisitionFrameRate", arguments.fps)
-    stream = device.GetStreamByIndex(0)
+    stream = stream_of(device)
     stream.AllocBufferQueue(8)
     stream.StartAcquisition()
     start = time.monotonic()

@@ -2,22 +2,26 @@
 
 A simulated camera unplugs itself (fault feature); a real one wants its cable pulled.
 """
+from __future__ import annotations
+
 import sys
 import time
+from typing import Callable, Optional, Tuple
 
 import libZelCameraApiPy as zel
-from cameras import every_camera, open_camera, parser_of
+from cameras import camera_of, every_camera, info_of, open_camera, parser_of, stream_of
 
 
-def find(serial):
+def find(serial: str) -> Optional[zel.PyDeviceInfo]:
     """The device info with this serial number, once it can be opened, or None."""
     return next((info for info in every_camera()
                  if info.GetSerialNumber() == serial and info.GetAccessStatus() == 1), None)
 
 
-def grab(device, seconds, meanwhile=lambda: None):
+def grab(device: zel.PyDevice, seconds: float,
+         meanwhile: Callable[[], None] = lambda: None) -> Tuple[int, int]:
     """Grabs until the time is over or the camera is gone; returns frames and the last code."""
-    stream = device.GetStreamByIndex(0)
+    stream = stream_of(device)
     stream.AllocBufferQueue(6)
     stream.StartAcquisition()
     frames, code, end = 0, 0, time.monotonic() + seconds
@@ -35,13 +39,13 @@ def grab(device, seconds, meanwhile=lambda: None):
     return frames, code
 
 
-def main():
+def main() -> None:
     """Grabs, loses the camera, reopens it, grabs again."""
     device = open_camera(parser_of(__doc__).parse_args().serial)
-    serial = device.GetInfo().GetSerialNumber()
-    camera = device.GetCameraParameters()
+    serial = info_of(device).GetSerialNumber()
+    camera = camera_of(device)
 
-    def unplug():
+    def unplug() -> None:
         if camera.GetParam("SimulatorUnplug") is not None:
             camera.SetIntegerValue("SimulatorUnplugReturnTime", 1000)
             camera.ExecuteCommand("SimulatorUnplug")

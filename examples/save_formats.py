@@ -1,24 +1,29 @@
 """Save one frame of every pixel format that can become a picture, in every kind of file."""
+from __future__ import annotations
+
 import os
 import sys
+from typing import List
 
 import libZelCameraApiPy as zel
-from cameras import every_camera, parser_of
+from cameras import camera_of, every_camera, info_of, parser_of, stream_of
 
 EXTENSIONS = ("png", "tiff", "jpg", "bmp", "pgm")
 
 
-def formats_of(camera):
+def formats_of(camera: zel.PyGenParams) -> List[str]:
     """Names of the pixel formats that can be chosen now."""
     enumeration = camera.GetEnum("PixelFormat")
-    entries = (enumeration.GetEnumEntryByIndex(i) for i in range(enumeration.GetCount()[1]))
-    return [entry.GetValueStr()[1] for entry in entries if entry.IsAvailable()]
+    if enumeration is None:
+        return []
+    entries = (enumeration.GetEnumEntryByIndex(i) for i in range(enumeration.GetCount()[1] or 0))
+    return [entry.GetValueStr()[1] or "?" for entry in entries if entry and entry.IsAvailable()]
 
 
-def save_each_format(device, folder):
+def save_each_format(device: zel.PyDevice, folder: str) -> int:
     """Grabs and saves; returns the number of files written."""
-    camera = device.GetCameraParameters()
-    stream = device.GetStreamByIndex(0)
+    camera = camera_of(device)
+    stream = stream_of(device)
     written = 0
     for name in formats_of(camera):
         camera.SetEnumValueStr("PixelFormat", name)
@@ -27,12 +32,12 @@ def save_each_format(device, folder):
             continue
         buffer = stream.GetBuffer(3000)
         stream.StopAcquisition(0)
-        saved = []
+        saved: List[str] = []
         for extension in EXTENSIONS:
             if extension == "pgm" and not name.startswith("Mono"):
                 extension = "ppm"
             path = os.path.join(folder, "%s_%s.%s" % (
-                device.GetInfo().GetModel().replace(" ", "_"), name, extension))
+                info_of(device).GetModel().replace(" ", "_"), name, extension))
             if buffer is not None and zel.PySaveImage(buffer, path):
                 saved.append(extension)
         written += len(saved)
@@ -42,7 +47,7 @@ def save_each_format(device, folder):
     return written
 
 
-def main():
+def main() -> None:
     """Runs over all cameras that are free, or over the one that was named."""
     parser = parser_of(__doc__)
     parser.add_argument("--output", default="demo-output/formats")

@@ -1,23 +1,25 @@
 """Take a frame at every trigger: by command here, by an electrical signal with --source Line0."""
+from __future__ import annotations
+
 import sys
 import time
 
-from cameras import close_camera, open_camera, parser_of
+from cameras import camera_of, close_camera, open_camera, parser_of, stream_of
 
 
-def main():
+def main() -> None:
     """Switches the trigger on, fetches a frame for each, switches it off again."""
     parser = parser_of(__doc__)
     parser.add_argument("--frames", type=int, default=5)
     parser.add_argument("--source", default="Software", help="TriggerSource (default: Software)")
     arguments = parser.parse_args()
     device = open_camera(arguments.serial)
-    camera = device.GetCameraParameters()
+    camera = camera_of(device)
     for name, value in (("TriggerSelector", "FrameStart"), ("TriggerSource", arguments.source),
                         ("TriggerMode", "On")):
         if not camera.SetEnumValueStr(name, value):
             sys.exit("this camera does not take %s=%s: code %d" % (name, value, camera.GetLastError()))
-    stream = device.GetStreamByIndex(0)
+    stream = stream_of(device)
     stream.AllocBufferQueue(4)
     stream.StartAcquisition()
     frames = 0

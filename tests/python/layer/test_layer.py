@@ -2,6 +2,7 @@
 
 import logging
 import os
+import pathlib
 import subprocess
 import threading
 import time
@@ -269,3 +270,14 @@ camera.start()
     with caplog.at_level(logging.INFO, "zelcam"):
         zelcam.open(model=MONO).close()
     assert [record.message.split()[0] for record in caplog.records] == ["opened", "closed"]
+
+
+EXAMPLES = sorted((pathlib.Path(__file__).resolve().parents[3] / "examples" / "layer").glob("*.py"))
+
+
+@pytest.mark.parametrize("example", [path for path in EXAMPLES if path.stem != "live_display"],
+                         ids=lambda path: path.stem)
+def test_example_runs(example, run_program):
+    if "array" in example.read_text():
+        pytest.importorskip("numpy")
+    assert b"Traceback" not in run_program(example.read_text(), timeout=120).stderr
