@@ -36,6 +36,7 @@ AGAIN = {
     "cameras-producer": ("cameras", PRODUCER),
     "cameras-gige": ("cameras", GIGE),
     "cameras-usb3": ("cameras", USB3),
+    "usb3": ("usb3", USB3),
 }
 # A camera of somebody else, where it is installed.
 STRANGE_CAMERA = "arv-fake-gv-camera-0.8"

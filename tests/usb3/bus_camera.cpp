@@ -374,7 +374,7 @@ void BusCamera::reply(std::uint16_t command, std::uint16_t status, std::uint16_t
     answer.at = Clock::now();
     if (command != 0x0805) {
         answer.at += milliseconds(use("late") ? 900 : faults_["slow"]);
-        if (use("swallow")) {
+        if (use("swallow") || (command == 0x0803 && use("swallow-write"))) {
             return;
         }
     }

@@ -40,11 +40,12 @@ public:
     BusCamera(const simulator::CameraConfig& config, int index, Complete complete,
               std::function<void(BusCamera*, bool arrived)> plugged);
 
-    /// swallow, late, busy, pending, stall-control: the next n commands. leader-missing,
-    /// leader-cut, trailer-missing, trailer-cut, trailer-id, short, long, stall: the next n frames.
-    /// denied, taken: opening and claiming. alignment: bits. zip: the description packed. unplug:
-    /// now, back after n ms (negative: never). unplug-at: with the frame of this number. event: a
-    /// test event. fast: frames without pause, each the copy of the first.
+    /// swallow, swallow-write, late, busy, pending, stall-control: the next n commands.
+    /// leader-missing, leader-cut, trailer-missing, trailer-cut, trailer-id, short, long, stall:
+    /// the next n frames. denied, taken: opening and claiming. alignment: bits. zip: the
+    /// description packed. unplug: now, back after n ms (negative: never). unplug-at: with the
+    /// frame of this number. event: a test event. fast: frames without pause, each the copy of the
+    /// first.
     void set(const std::string& name, long value);
     long get(const std::string& name);
     const std::string& guid() const { return guid_; }
