@@ -1,9 +1,11 @@
-// The pixel formats of the image components: one row per format, found from the code itself.
+// The pixel formats with their component-index functions, found from the code itself.
 #pragma once
 
 #include "imaging/component_index.h"
 #include "zel_image/image.h"
+#include "zel_image/pixel_format_table.h"
 
+#include <array>
 #include <cstdint>
 
 namespace imaging
@@ -19,10 +21,10 @@ struct PixelFormat {
     ZelPixelType code;
 };
 
-constexpr std::uint32_t kPixelFormatCount = 133;
+constexpr std::uint32_t kPixelFormatCount = ZelPixel::kFormatCount;
 
 /// All rows; row number n of a code stands at position n - 1.
-extern const PixelFormat s_colorModelDescription[kPixelFormatCount];
+extern const std::array<PixelFormat, kPixelFormatCount> s_colorModelDescription;
 
 /// The row of a pixel type, or null for a code that is not in the table.
 const PixelFormat* findPixelFormat(ZelPixelType code);

@@ -2,6 +2,7 @@
 
 #include "imaging/unpack.h"
 #include "module/binding/report.h"
+#include "zel_image/pixel_format_table.h"
 
 #include <cstdio>
 #include <cstring>
@@ -14,48 +15,13 @@ namespace
 
 using namespace ZelPixel;
 
-/// A pixel type that can be saved, and the one it is unpacked to (0: it is not packed).
-struct Saveable {
-    ZelPixelType type;
-    ZelPixelType unpacked;
-};
-
-constexpr Saveable kSaveable[] = {
-    {kMono8, 0},
-    {kMono10, 0},
-    {kMono12, 0},
-    {kMono10Packed, kMono10},
-    {kMono12Packed, kMono12},
-    {kBayerGR8, 0},
-    {kBayerRG8, 0},
-    {kBayerGB8, 0},
-    {kBayerBG8, 0},
-    {kBayerGR10, 0},
-    {kBayerRG10, 0},
-    {kBayerGB10, 0},
-    {kBayerBG10, 0},
-    {kBayerGR12, 0},
-    {kBayerRG12, 0},
-    {kBayerGB12, 0},
-    {kBayerBG12, 0},
-    {kBayerGR10Packed, kBayerGR10},
-    {kBayerRG10Packed, kBayerRG10},
-    {kBayerGB10Packed, kBayerGB10},
-    {kBayerBG10Packed, kBayerBG10},
-    {kBayerGR12Packed, kBayerGR12},
-    {kBayerRG12Packed, kBayerRG12},
-    {kBayerGB12Packed, kBayerGB12},
-    {kBayerBG12Packed, kBayerBG12},
-};
-
-const Saveable* findSaveable(ZelPixelType type)
+/// Mono and mosaics of 8 to 12 bits, unpacked or "Packed".
+bool isSaveable(ZelPixelType type)
 {
-    for (const Saveable& format : kSaveable) {
-        if (format.type == type) {
-            return &format;
-        }
-    }
-    return nullptr;
+    const Format* const format = findFormat(type);
+    return format != nullptr && format->bits <= 12 &&
+           (family(type) == kFamilyMono || family(type) == kFamilyBayer) &&
+           (packing(type) == kPackingNone || packing(type) == kPackingPacked);
 }
 
 /// True for success; reports the code of a mono save that failed.
@@ -121,19 +87,19 @@ bool saveBayer(Components& components, ZelSize size, const ZelImage* image, cons
 bool saveImage(Components& components, const ZelImage& source, const char* fileName,
                ZelCamErr& lastError)
 {
-    const Saveable* format = findSaveable(source.pixelType);
-    if (format == nullptr) {
+    if (!isSaveable(source.pixelType)) {
         binding::report("Error, not supported pixel type\n");
         return false;
     }
     const ZelImage* image = &source;
     OwnedImage unpacked;
-    if (format->unpacked != 0) {
+    const ZelPixelType unpackedType = unpackedOf(source.pixelType);
+    if (unpackedType != 0) {
         ZelImageUnpacker* unpacker = unpackerFor(components, source);
         if (unpacker == nullptr) {
             return false;
         }
-        unpacked = createImage(source.size, format->unpacked);
+        unpacked = createImage(source.size, unpackedType);
         lastError = unpack(unpacker, source, unpacked.get());
         if (lastError != ZelErr::kOk) {
             return false;

@@ -1,42 +1,14 @@
 // Where the colours of a Bayer mosaic lie.
 #pragma once
 
-#include "zel_image/pixel_type.h"
+#include "zel_image/pixel_format_table.h"
 
 #include <cstddef>
 
 namespace ZelComponents
 {
 
-/// True for the twenty unpacked Bayer types (8, 10, 12, 14, 16 bits in four orders).
-constexpr bool isUnpackedBayer(ZelPixelType type)
-{
-    switch (type) {
-    case ZelPixel::kBayerGR8:
-    case ZelPixel::kBayerRG8:
-    case ZelPixel::kBayerGB8:
-    case ZelPixel::kBayerBG8:
-    case ZelPixel::kBayerGR10:
-    case ZelPixel::kBayerRG10:
-    case ZelPixel::kBayerGB10:
-    case ZelPixel::kBayerBG10:
-    case ZelPixel::kBayerGR12:
-    case ZelPixel::kBayerRG12:
-    case ZelPixel::kBayerGB12:
-    case ZelPixel::kBayerBG12:
-    case ZelPixel::kBayerGR14:
-    case ZelPixel::kBayerRG14:
-    case ZelPixel::kBayerGB14:
-    case ZelPixel::kBayerBG14:
-    case ZelPixel::kBayerGR16:
-    case ZelPixel::kBayerRG16:
-    case ZelPixel::kBayerGB16:
-    case ZelPixel::kBayerBG16:
-        return true;
-    default:
-        return false;
-    }
-}
+using ZelPixel::isUnpackedBayer;
 
 /// The first row of a mosaic; the second row has the other of red and blue, shifted by one.
 struct BayerOrder {

@@ -2,7 +2,7 @@
 #include "zel_image/image.h"
 
 #include "common/image_plane.h"
-#include "image/pixel_layout.h"
+#include "zel_image/pixel_format_table.h"
 
 #include <cstdlib>
 #include <new>
@@ -19,7 +19,7 @@ ZelImage describe(ZelSize size, ZelPixelType type)
     image.pixelType = type;
     image.size = size;
     image.bitsPerComponent = ZelPixel::depth(type);
-    image.components = ZelComponents::componentCount(type);
+    image.components = ZelPixel::findFormat(type)->components;
     image.packingAndDepth = type & 0xFF00U;
     image.storedBits = ZelPixel::storedBits(type);
     const std::uint64_t pixels = std::uint64_t{size.width} * size.height;
@@ -66,7 +66,7 @@ void ZelCreateImage(ZelImage** image, ZelSize size, ZelPixelType pixelType)
     }
     *image = nullptr;
     if (size.width == 0 || size.height == 0 || size.width > kMaxSide || size.height > kMaxSide ||
-        !ZelComponents::isKnownPixelType(pixelType)) {
+        ZelPixel::findFormat(pixelType) == nullptr) {
         return;
     }
     *image = allocate(describe(size, pixelType));

@@ -6,6 +6,9 @@
 #include "png_writer.h"
 #include "pnm_writer.h"
 #include "tiff_writer.h"
+#include "zel_image/pixel_format_table.h"
+
+#include <optional>
 
 namespace serializer
 {
@@ -13,17 +16,17 @@ namespace serializer
 namespace
 {
 
-struct KindRow {
-    ZelPixelType type;
-    PixelKind kind;
-};
-
-constexpr KindRow kKinds[] = {
-    {ZelPixel::kMono8, PixelKind::kGray8},   {ZelPixel::kMono10, PixelKind::kGray16},
-    {ZelPixel::kMono12, PixelKind::kGray16}, {ZelPixel::kMono14, PixelKind::kGray16},
-    {ZelPixel::kMono16, PixelKind::kGray16}, {ZelPixel::kRGB8, PixelKind::kRgb},
-    {ZelPixel::kBGR8, PixelKind::kBgr},
-};
+std::optional<PixelKind> kindOf(ZelPixelType type)
+{
+    if (type == ZelPixel::kRGB8 || type == ZelPixel::kBGR8) {
+        return type == ZelPixel::kRGB8 ? PixelKind::kRgb : PixelKind::kBgr;
+    }
+    if (ZelPixel::findFormat(type) == nullptr || ZelPixel::family(type) != ZelPixel::kFamilyMono ||
+        ZelPixel::packing(type) != ZelPixel::kPackingNone) {
+        return std::nullopt;
+    }
+    return ZelPixel::depth(type) == 8 ? PixelKind::kGray8 : PixelKind::kGray16;
+}
 
 struct FormatRow {
     const char* extension;
@@ -44,28 +47,27 @@ ZelCamErr describePicture(const ZelImage* image, Picture* picture)
         image->size.height == 0) {
         return ZelErr::kInvalidArgument;
     }
-    for (const KindRow& row : kKinds) {
-        if (row.type != image->pixelType) {
-            continue;
-        }
-        const std::uint64_t rowBytes =
-            std::uint64_t{image->size.width} * (ZelPixel::storedBits(row.type) / 8U);
-        const std::uint64_t rowsBefore = image->size.height - 1U;
-        // Divided, not multiplied: a stride from a stranger may be anything.
-        if (image->stride < rowBytes || image->dataSize < rowBytes ||
-            (image->dataSize - rowBytes) / image->stride < rowsBefore) {
-            return ZelErr::kInvalidArgument;
-        }
-        picture->pixels = static_cast<const unsigned char*>(image->data);
-        picture->stride = image->stride;
-        picture->rowBytes = rowBytes;
-        picture->width = image->size.width;
-        picture->height = image->size.height;
-        picture->bits = ZelPixel::depth(row.type);
-        picture->kind = row.kind;
-        return ZelErr::kOk;
+    const ZelPixelType type = image->pixelType;
+    const std::optional<PixelKind> kind = kindOf(type);
+    if (!kind) {
+        return ZelErr::kInvalidArgument;
     }
-    return ZelErr::kInvalidArgument;
+    const std::uint64_t rowBytes =
+        std::uint64_t{image->size.width} * (ZelPixel::storedBits(type) / 8U);
+    const std::uint64_t rowsBefore = image->size.height - 1U;
+    // Divided, not multiplied: a stride from a stranger may be anything.
+    if (image->stride < rowBytes || image->dataSize < rowBytes ||
+        (image->dataSize - rowBytes) / image->stride < rowsBefore) {
+        return ZelErr::kInvalidArgument;
+    }
+    picture->pixels = static_cast<const unsigned char*>(image->data);
+    picture->stride = image->stride;
+    picture->rowBytes = rowBytes;
+    picture->width = image->size.width;
+    picture->height = image->size.height;
+    picture->bits = ZelPixel::depth(type);
+    picture->kind = *kind;
+    return ZelErr::kOk;
 }
 
 std::string extensionOf(const std::string& fileName)

@@ -24,43 +24,35 @@ struct PackedFormat {
     PackedLayout layout;
 };
 
-constexpr PackedFormat kFormats[] = {
-    {ZelPixel::kMono10Packed, ZelPixel::kMono10, PackedLayout::k10Packed},
-    {ZelPixel::kMono12Packed, ZelPixel::kMono12, PackedLayout::k12Packed},
-    {ZelPixel::kBayerGR10Packed, ZelPixel::kBayerGR10, PackedLayout::k10Packed},
-    {ZelPixel::kBayerRG10Packed, ZelPixel::kBayerRG10, PackedLayout::k10Packed},
-    {ZelPixel::kBayerGB10Packed, ZelPixel::kBayerGB10, PackedLayout::k10Packed},
-    {ZelPixel::kBayerBG10Packed, ZelPixel::kBayerBG10, PackedLayout::k10Packed},
-    {ZelPixel::kBayerGR12Packed, ZelPixel::kBayerGR12, PackedLayout::k12Packed},
-    {ZelPixel::kBayerRG12Packed, ZelPixel::kBayerRG12, PackedLayout::k12Packed},
-    {ZelPixel::kBayerGB12Packed, ZelPixel::kBayerGB12, PackedLayout::k12Packed},
-    {ZelPixel::kBayerBG12Packed, ZelPixel::kBayerBG12, PackedLayout::k12Packed},
-    {ZelPixel::kMono10p, ZelPixel::kMono10, PackedLayout::k10p},
-    {ZelPixel::kMono12p, ZelPixel::kMono12, PackedLayout::k12p},
-    {ZelPixel::kBayerGR10p, ZelPixel::kBayerGR10, PackedLayout::k10p},
-    {ZelPixel::kBayerRG10p, ZelPixel::kBayerRG10, PackedLayout::k10p},
-    {ZelPixel::kBayerGB10p, ZelPixel::kBayerGB10, PackedLayout::k10p},
-    {ZelPixel::kBayerBG10p, ZelPixel::kBayerBG10, PackedLayout::k10p},
-    {ZelPixel::kBayerGR12p, ZelPixel::kBayerGR12, PackedLayout::k12p},
-    {ZelPixel::kBayerRG12p, ZelPixel::kBayerRG12, PackedLayout::k12p},
-    {ZelPixel::kBayerGB12p, ZelPixel::kBayerGB12, PackedLayout::k12p},
-    {ZelPixel::kBayerBG12p, ZelPixel::kBayerBG12, PackedLayout::k12p},
-};
-
-const PackedFormat* findFormat(ZelPixelType packed)
+std::optional<PackedFormat> findFormat(ZelPixelType packed)
 {
-    for (const PackedFormat& format : kFormats) {
-        if (format.packed == packed) {
-            return &format;
+    const ZelPixelType unpacked = ZelPixel::unpackedOf(packed);
+    if (unpacked == 0) {
+        return std::nullopt;
+    }
+    const bool ten = ZelPixel::depth(packed) == 10;
+    if (ZelPixel::packing(packed) == ZelPixel::kPackingP) {
+        return PackedFormat{packed, unpacked, ten ? PackedLayout::k10p : PackedLayout::k12p};
+    }
+    return PackedFormat{packed, unpacked, ten ? PackedLayout::k10Packed : PackedLayout::k12Packed};
+}
+
+// Words have no other depths to be unpacked from.
+constexpr bool unpacksTenAndTwelveOnly()
+{
+    for (const ZelPixel::Format& format : ZelPixel::kFormats) {
+        if (ZelPixel::unpackedOf(format.code) != 0 && format.bits != 10 && format.bits != 12) {
+            return false;
         }
     }
-    return nullptr;
+    return true;
 }
+static_assert(unpacksTenAndTwelveOnly());
 
 bool isMonoOfWords(ZelPixelType type)
 {
-    return type == ZelPixel::kMono10 || type == ZelPixel::kMono12 || type == ZelPixel::kMono14 ||
-           type == ZelPixel::kMono16;
+    return ZelPixel::family(type) == ZelPixel::kFamilyMono && isUnpacked(type) &&
+           ZelPixel::depth(type) > 8 && ZelPixel::findFormat(type) != nullptr;
 }
 
 // A mosaic may become mono, mono never a mosaic.
@@ -106,12 +98,12 @@ void unpackAll(const PackedFormat& format, const std::uint8_t* source, const Tar
 
 ZelCamErr unpack(const UnpackerParams& params, const ZelImage& source, ZelImage& target)
 {
-    const PackedFormat* const format = findFormat(source.pixelType);
+    const std::optional<PackedFormat> format = findFormat(source.pixelType);
     const std::optional<TargetPlane> plane = targetPlane(target);
     const std::uint32_t width = params.width() != 0 ? params.width() : source.size.width;
     const std::uint32_t height = params.height() != 0 ? params.height() : source.size.height;
-    if (format == nullptr || !plane || !fits(format->unpacked, target.pixelType) ||
-        plane->width != width || plane->height != height || !holdsPacked(source, *plane)) {
+    if (!format || !plane || !fits(format->unpacked, target.pixelType) || plane->width != width ||
+        plane->height != height || !holdsPacked(source, *plane)) {
         return ZelErr::kInvalidArgument;
     }
     unpackAll(*format, static_cast<const std::uint8_t*>(source.data), *plane,
