@@ -13,14 +13,7 @@ namespace
 {
 
 enum Mode : std::int64_t { kContinuous, kSingleFrame, kMultiFrame };
-enum Source : std::int64_t { kSoftware, kLine0 };
-enum Status : std::int64_t {
-    kAcquisitionTriggerWait,
-    kAcquisitionActive,
-    kFrameTriggerWait,
-    kFrameActive,
-    kExposureActive,
-};
+enum ExposureMode : std::int64_t { kTimed = 1, kTriggerWidth };
 
 constexpr double kDefaultFrameRate = 50.0;
 constexpr double kLowestFrameRate = 0.01;
@@ -28,14 +21,18 @@ constexpr std::uint64_t kPatienceNs = 500000000;
 
 } // namespace
 
-AcquisitionSection::AcquisitionSection(CameraContext& context, EventSection& events, Timing timing)
-    : context_(context), events_(events), timing_(std::move(timing))
+AcquisitionSection::AcquisitionSection(CameraContext& context, EventSection& events,
+                                       const LineSection& lines, Timing timing)
+    : context_(context), events_(events), timing_(std::move(timing)),
+      triggers_(
+          context, events, lines, [this] { return gate(); },
+          [this](std::uint64_t atNs) { earliestNs_ = atNs; })
 {
     context.table.category("AcquisitionControl", "Acquisition, exposure and trigger.");
     declareRun();
     declareRate();
     declareExposure();
-    declareTrigger();
+    triggers_.declare();
     declareStatus();
 }
 
@@ -53,12 +50,12 @@ void AcquisitionSection::declareRun()
                        .range(std::int64_t{1}, std::int64_t{65535})
                        .value(std::int64_t{1})
                        .lockedIf(context_.whileStreaming());
-    burstCount_ = &table.integer("AcquisitionBurstFrameCount", "Frames per burst trigger.")
-                       .expert()
-                       .streamable()
-                       .range(std::int64_t{1}, std::int64_t{1023})
-                       .value(std::int64_t{1})
-                       .lockedIf(context_.whileStreaming());
+    table.integer("AcquisitionBurstFrameCount", "Frames per burst trigger.")
+        .expert()
+        .streamable()
+        .range(std::int64_t{1}, std::int64_t{1023})
+        .value(std::int64_t{1})
+        .lockedIf(context_.whileStreaming());
     table.command("AcquisitionStart", "Starts the acquisition.").onExecute([this](std::size_t) {
         start();
         return gentl::err::kSuccess;
@@ -107,9 +104,13 @@ void AcquisitionSection::declareRate()
 void AcquisitionSection::declareExposure()
 {
     FeatureTable& table = context_.table;
-    table.enumeration("ExposureMode", "What decides on the exposure.")
-        .streamable()
-        .entry("Timed", 1, "ExposureTime.");
+    exposureMode_ = &table.enumeration("ExposureMode", "What decides on the exposure.")
+                         .describe("What decides on the exposure. TriggerWidth needs a FrameStart "
+                                   "trigger from a line; the frame is taken when the pulse ends.")
+                         .streamable()
+                         .entry("Timed", kTimed, "ExposureTime.")
+                         .entry("TriggerWidth", kTriggerWidth, "The length of the trigger's pulse.")
+                         .lockedIf(context_.whileStreaming());
     exposure_ =
         &table.real("ExposureTime", "Duration of the exposure.")
              .describe(
@@ -123,46 +124,6 @@ void AcquisitionSection::declareExposure()
     table.enumeration("ExposureAuto", "Automatic exposure.")
         .readOnly()
         .entry("Off", 0, "ExposureTime is set by hand.");
-}
-
-void AcquisitionSection::declareTrigger()
-{
-    FeatureTable& table = context_.table;
-    table.enumeration("TriggerSelector", "Trigger that the other features show.")
-        .entry("AcquisitionStart", kAcquisitionStart, "Lets a started acquisition begin.")
-        .entry("FrameStart", kFrameStart, "Exposes one frame.")
-        .entry("FrameBurstStart", kFrameBurstStart, "Exposes AcquisitionBurstFrameCount frames.")
-        .value(std::int64_t{kFrameStart});
-    triggerMode_ = &table.enumeration("TriggerMode", "Waits for the selected trigger.")
-                        .streamable()
-                        .entry("Off", 0, "Does not wait.")
-                        .entry("On", 1, "Waits.")
-                        .selectedBy("TriggerSelector", kTriggerCount)
-                        .lockedIf(context_.whileStreaming());
-    table.command("TriggerSoftware", "Fires the selected trigger.")
-        .describe("Fires the selected trigger when its source is Software. A trigger that comes "
-                  "while the camera is not ready for it is ignored.")
-        .selectedBy("TriggerSelector", kTriggerCount)
-        .onExecute([this](std::size_t trigger) {
-            softwareTrigger(trigger);
-            return gentl::err::kSuccess;
-        });
-    triggerSource_ = &table.enumeration("TriggerSource", "Where the trigger comes from.")
-                          .streamable()
-                          .entry("Software", kSoftware, "TriggerSoftware.")
-                          .entry("Line0", kLine0, "Input line 0, to which nothing is connected.")
-                          .selectedBy("TriggerSelector", kTriggerCount);
-    table.enumeration("TriggerActivation", "Edge that triggers.")
-        .streamable()
-        .entry("RisingEdge", 0, "Low to high.")
-        .entry("FallingEdge", 1, "High to low.")
-        .selectedBy("TriggerSelector", kTriggerCount);
-    triggerDelay_ = &table.real("TriggerDelay", "Time from the trigger to its effect.")
-                         .unit("us")
-                         .expert()
-                         .streamable()
-                         .range(0.0, 1000000.0)
-                         .selectedBy("TriggerSelector", kTriggerCount);
 }
 
 void AcquisitionSection::declareStatus()
@@ -180,26 +141,32 @@ void AcquisitionSection::declareStatus()
         .readOnly()
         .selectedBy("AcquisitionStatusSelector", 5)
         .onRead([this](std::size_t index) {
-            return FeatureValue(std::int64_t{status(static_cast<std::int64_t>(index))});
+            return FeatureValue(std::int64_t{status(index, context_.now())});
         });
 }
 
-bool AcquisitionSection::status(std::int64_t selector) const
+bool AcquisitionSection::status(std::size_t selector, std::uint64_t atNs) const
 {
-    const std::uint64_t now = context_.now();
     switch (selector) {
     case kAcquisitionTriggerWait:
-        return isWaitingFor(kAcquisitionStart);
+        return triggers_.isWaitingFor(TriggerSection::kAcquisitionStart, atNs);
     case kAcquisitionActive:
         return context_.acquiring;
     case kFrameTriggerWait:
-        return isWaitingFor(kFrameStart) || isWaitingFor(kFrameBurstStart);
+        return triggers_.isWaitingFor(TriggerSection::kFrameStart, atNs) ||
+               triggers_.isWaitingFor(TriggerSection::kFrameBurstStart, atNs);
     case kFrameActive:
-        return context_.acquiring && now >= exposureFromNs_ &&
-               now < exposureToNs_ + timing_.readoutNs();
+        return context_.acquiring && atNs >= exposureFromNs_ &&
+               atNs < exposureToNs_ + timing_.readoutNs();
     default:
-        return context_.acquiring && now >= exposureFromNs_ && now < exposureToNs_;
+        return context_.acquiring && atNs >= exposureFromNs_ && atNs < exposureToNs_;
     }
+}
+
+TriggerSection::Gate AcquisitionSection::gate() const
+{
+    return {context_.acquiring && framesLeft_ != 0, earliestNs_, nextFrameId_,
+            exposureMode_->integer() == kTriggerWidth};
 }
 
 std::uint64_t AcquisitionSection::exposureNs() const
@@ -226,9 +193,7 @@ void AcquisitionSection::start()
     if (context_.acquiring && framesLeft_ != 0) {
         return;
     }
-    pending_ = {};
-    acquisitionTriggered_ = !isTriggered(kAcquisitionStart);
-    burstLeft_ = 0;
+    triggers_.restart();
     nextFrameId_ = 0;
     earliestNs_ = context_.now();
     exposureFromNs_ = exposureToNs_ = 0;
@@ -258,79 +223,22 @@ void AcquisitionSection::stop()
     context_.post([](CameraObserver& observer) { observer.acquisitionStopped(); });
 }
 
-bool AcquisitionSection::isWaitingFor(std::size_t trigger) const
-{
-    if (!context_.acquiring || framesLeft_ == 0 || triggerMode_->integer(trigger) == 0 ||
-        pending_[trigger].set) {
-        return false;
-    }
-    if (trigger == kAcquisitionStart) {
-        return !acquisitionTriggered_;
-    }
-    const bool burstIsRunning = burstLeft_ != 0;
-    // A frame of a burst can only be triggered when its burst was.
-    const bool fits =
-        trigger == kFrameBurstStart
-            ? !burstIsRunning
-            : !isTriggered(kFrameBurstStart) || burstIsRunning || pending_[kFrameBurstStart].set;
-    return acquisitionTriggered_ && fits && context_.now() >= earliestNs_;
-}
-
-void AcquisitionSection::softwareTrigger(std::size_t trigger)
-{
-    const std::uint64_t now = context_.now();
-    if (triggerSource_->integer(trigger) != kSoftware || !isWaitingFor(trigger)) {
-        events_.fire(CameraEvent::FrameTriggerMissed, now, nextFrameId_);
-        return;
-    }
-    const auto delayNs = static_cast<std::uint64_t>(triggerDelay_->real(trigger) * 1000.0);
-    if (trigger == kAcquisitionStart) {
-        acquisitionTriggered_ = true;
-        earliestNs_ = now + delayNs;
-    } else {
-        pending_[trigger] = {true, now + delayNs};
-        events_.fire(CameraEvent::FrameTrigger, now, nextFrameId_);
-    }
-    context_.post([](CameraObserver& observer) { observer.triggered(); });
-}
-
-bool AcquisitionSection::takeTrigger(std::uint64_t* startNs)
-{
-    if (isTriggered(kFrameBurstStart) && burstLeft_ == 0) {
-        if (!pending_[kFrameBurstStart].set) {
-            return false;
-        }
-        pending_[kFrameBurstStart].set = false;
-        burstLeft_ = static_cast<std::uint64_t>(burstCount_->integer());
-        *startNs = std::max(*startNs, pending_[kFrameBurstStart].atNs);
-    }
-    if (isTriggered(kFrameStart)) {
-        if (!pending_[kFrameStart].set) {
-            return false;
-        }
-        pending_[kFrameStart].set = false;
-        *startNs = std::max(*startNs, pending_[kFrameStart].atNs);
-    }
-    if (burstLeft_ != 0) {
-        --burstLeft_;
-    }
-    return true;
-}
-
 void AcquisitionSection::hostStarted() { earliestNs_ = std::max(earliestNs_, context_.now()); }
 
 FramePlan AcquisitionSection::next()
 {
     FramePlan plan;
-    std::uint64_t startNs = earliestNs_;
-    if (!context_.acquiring || framesLeft_ == 0 || !acquisitionTriggered_ ||
-        !takeTrigger(&startNs)) {
+    const std::uint64_t now = context_.now();
+    TriggerSection::Taken taken{earliestNs_, 0};
+    if (!context_.acquiring || framesLeft_ == 0 || !triggers_.isAcquisitionTriggered() ||
+        !triggers_.take(now, &taken)) {
         return plan;
     }
-    const std::uint64_t latency =
-        exposureNs() + std::max(timing_.readoutNs(), timing_.transferNs());
+    plannedUs_ = taken.widthNs == 0 ? exposure_->real() : static_cast<double>(taken.widthNs) / 1e3;
+    const std::uint64_t exposure = taken.widthNs == 0 ? exposureNs() : taken.widthNs;
+    std::uint64_t startNs = taken.startNs;
+    const std::uint64_t latency = exposure + std::max(timing_.readoutNs(), timing_.transferNs());
     const std::uint64_t period = periodNs();
-    const std::uint64_t now = context_.now();
     // A host that was held up gets the frames of that time late, and the rate stays exact; one that
     // cannot keep up at all gets fewer frames.
     if (startNs + latency + std::max(period, kPatienceNs) < now) {
@@ -339,14 +247,19 @@ FramePlan AcquisitionSection::next()
     plan.expose = true;
     plan.frameId = nextFrameId_++;
     plan.startNs = startNs;
-    plan.exposureEndNs = startNs + exposureNs();
+    plan.exposureEndNs = startNs + exposure;
     plan.readyNs = startNs + latency;
     plan.transferNs = timing_.transferNs();
     plan.lastOfRun = --framesLeft_ == 0;
     exposureFromNs_ = startNs;
     exposureToNs_ = plan.exposureEndNs;
     // Triggered frames follow each other as fast as the camera can.
-    earliestNs_ = startNs + (isTriggered(kFrameStart) ? shortestPeriodNs() : period);
+    if (taken.widthNs != 0) {
+        earliestNs_ = std::max(plan.exposureEndNs, startNs + timing_.readoutNs());
+    } else {
+        earliestNs_ =
+            startNs + (triggers_.isOn(TriggerSection::kFrameStart) ? shortestPeriodNs() : period);
+    }
     if (faults_ != nullptr) {
         faults_->apply(plan);
     }

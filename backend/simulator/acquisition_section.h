@@ -4,6 +4,7 @@
 #include "simulator/camera_context.h"
 #include "simulator/event_section.h"
 #include "simulator/fault_section.h"
+#include "simulator/trigger_section.h"
 
 #include <cstdint>
 #include <functional>
@@ -20,7 +21,17 @@ public:
         std::function<std::uint64_t()> transferNs; ///< One frame on the link.
     };
 
-    AcquisitionSection(CameraContext& context, EventSection& events, Timing timing);
+    /// What AcquisitionStatus can show.
+    enum Status : std::size_t {
+        kAcquisitionTriggerWait,
+        kAcquisitionActive,
+        kFrameTriggerWait,
+        kFrameActive,
+        kExposureActive,
+    };
+
+    AcquisitionSection(CameraContext& context, EventSection& events, const LineSection& lines,
+                       Timing timing);
 
     /// Borrowed; set once before the first frame.
     void setFaults(FaultSection* faults) { faults_ = faults; }
@@ -35,22 +46,18 @@ public:
     void stop();
     /// The host begins to take frames: those before are nobody's.
     void hostStarted();
-    double exposureUs() const { return exposure_->real(); }
+    bool status(std::size_t selector, std::uint64_t atNs) const;
+    /// Exposure of the frame planned last.
+    double plannedUs() const { return plannedUs_; }
+    bool listensToLines() const { return triggers_.listensToLines(); }
 
 private:
-    enum Trigger : std::size_t { kAcquisitionStart, kFrameStart, kFrameBurstStart, kTriggerCount };
-
     void declareRun();
     void declareRate();
     void declareExposure();
-    void declareTrigger();
     void declareStatus();
     void start();
-    void softwareTrigger(std::size_t trigger);
-    bool isTriggered(Trigger trigger) const { return triggerMode_->integer(trigger) != 0; }
-    bool isWaitingFor(std::size_t trigger) const;
-    bool takeTrigger(std::uint64_t* startNs);
-    bool status(std::int64_t selector) const;
+    TriggerSection::Gate gate() const;
     std::uint64_t exposureNs() const;
     std::uint64_t shortestPeriodNs() const;
     std::uint64_t periodNs() const;
@@ -62,27 +69,18 @@ private:
 
     Feature* mode_ = nullptr;
     Feature* frameCount_ = nullptr;
-    Feature* burstCount_ = nullptr;
     Feature* rateEnable_ = nullptr;
     Feature* rate_ = nullptr;
     Feature* exposure_ = nullptr;
-    Feature* triggerMode_ = nullptr;
-    Feature* triggerSource_ = nullptr;
-    Feature* triggerDelay_ = nullptr;
+    Feature* exposureMode_ = nullptr;
+    TriggerSection triggers_;
 
-    /// A trigger that waits to be used.
-    struct Pending {
-        bool set = false;
-        std::uint64_t atNs = 0;
-    };
-    std::array<Pending, kTriggerCount> pending_;
-    bool acquisitionTriggered_ = false;
-    std::uint64_t burstLeft_ = 0;
     std::uint64_t framesLeft_ = 0;
     std::uint64_t nextFrameId_ = 0;
     std::uint64_t earliestNs_ = 0;     ///< When the next exposure may start.
     std::uint64_t exposureFromNs_ = 0; ///< Of the frame planned last.
     std::uint64_t exposureToNs_ = 0;
+    double plannedUs_ = 0.0;
 };
 
 } // namespace simulator

@@ -8,7 +8,8 @@ namespace simulator
 {
 
 /// What a camera tells the host side that carries it. Called on the thread that wrote the register
-/// or rendered the frame, with no lock of the model held.
+/// or rendered the frame, or, when lines and timers are at work, on a thread of the camera; with no
+/// lock of the model held.
 class CameraObserver
 {
 public:
@@ -16,7 +17,7 @@ public:
     /// AcquisitionStart, AcquisitionStop and AcquisitionAbort were executed.
     virtual void acquisitionStarted() = 0;
     virtual void acquisitionStopped() = 0;
-    /// A software trigger was accepted: one frame (or burst) is to be exposed now.
+    /// A trigger was accepted: one frame (or burst) is to be exposed now.
     virtual void triggered() = 0;
     /// An enabled event: its GenICam EventID and the bytes of its event port, offset 0 first.
     virtual void event(std::uint64_t eventId, const void* data, std::size_t size) = 0;

@@ -16,6 +16,8 @@ namespace simulator
 namespace
 {
 
+constexpr std::uint64_t kNever = ~std::uint64_t{0};
+
 /// Plans that a host forgot to end; more than any host has in flight.
 constexpr std::size_t kMostLatched = 256;
 
@@ -60,16 +62,19 @@ CameraModel::CameraModel(const CameraConfig& config)
     : table_(identityOf(config), kRegisterBase), context_(config, table_),
       device_(context_, [this] { powerLoss(); }),
       image_(context_, [this] { return device_.hasRateForWideFormats(); }), analog_(context_),
-      chunks_(context_), events_(context_),
-      acquisition_(context_, events_,
+      chunks_(context_), events_(context_), counters_(context_, events_),
+      lines_(context_, events_,
+             [this](LineSource source, std::uint64_t atNs) { return isActive(source, atNs); }),
+      acquisition_(context_, events_, lines_,
                    {[this] { return readoutNs(); }, [this] { return transferNs(); }}),
       userSets_(context_,
                 [this] {
                     image_.fitWindow();
+                    lines_.refresh(context_.now());
                     context_.pictureChanged();
                 }),
       transport_(context_, [this] { return payload(); }), memory_(context_),
-      faults_(context_, events_, [this] { powerLoss(); })
+      faults_(context_, events_, [this] { powerLoss(); }), clock_([this] { tick(); })
 {
     context_.linkChanged = [this] { image_.fitFormat(); };
     if (config.isServed) {
@@ -95,17 +100,88 @@ template <typename Action> auto CameraModel::run(Action action)
     if constexpr (std::is_void_v<Result>) {
         {
             const std::lock_guard<std::mutex> lock(mutex_);
+            catchUp();
             action();
+            settle();
             messages.swap(context_.messages);
         }
         deliver(messages);
     } else {
         std::unique_lock<std::mutex> lock(mutex_);
+        catchUp();
         Result result = action();
+        settle();
         messages.swap(context_.messages);
         lock.unlock();
         deliver(messages);
         return result;
+    }
+}
+
+bool CameraModel::listensToLines() const
+{
+    return acquisition_.listensToLines() || counters_.listensToLines() || events_.sendsLineEvents();
+}
+
+void CameraModel::tick()
+{
+    run([] {});
+}
+
+/// What lines and timers did since the last call, in its order.
+void CameraModel::catchUp()
+{
+    constexpr int kMostSteps = 100000; // More is a program that was stopped.
+    if (lines_.nextNs() == kNever && counters_.nextNs() == kNever) {
+        return;
+    }
+    const std::uint64_t now = context_.now();
+    if (!listensToLines()) {
+        lines_.skipTo(now);
+    }
+    for (int step = 0; step < kMostSteps; ++step) {
+        const std::uint64_t timer = counters_.nextNs();
+        const std::uint64_t edge = lines_.nextNs();
+        if (std::min(timer, edge) > now) {
+            return;
+        }
+        if (timer <= edge) {
+            counters_.step();
+            lines_.refresh(timer);
+        } else {
+            lines_.step();
+        }
+    }
+    lines_.skipTo(now);
+}
+
+/// After every operation: what it did to the lines, and when the next thing happens by itself.
+void CameraModel::settle()
+{
+    if (lines_.showsInside()) {
+        lines_.refresh(context_.now());
+    }
+    const std::uint64_t edge = lines_.nextNs();
+    const std::uint64_t timer = counters_.nextNs();
+    const std::uint64_t next = edge != kNever && listensToLines() ? std::min(edge, timer) : timer;
+    if (next != armedNs_) {
+        armedNs_ = next;
+        clock_.wakeAt(next == kNever ? WakeThread::kNever
+                                     : context_.powerOn + std::chrono::nanoseconds(next));
+    }
+}
+
+bool CameraModel::isActive(LineSource source, std::uint64_t atNs) const
+{
+    switch (source) {
+    case LineSource::ExposureActive:
+        return acquisition_.status(AcquisitionSection::kExposureActive, atNs);
+    case LineSource::FrameTriggerWait:
+        return acquisition_.status(AcquisitionSection::kFrameTriggerWait, atNs);
+    case LineSource::AcquisitionActive:
+        return acquisition_.status(AcquisitionSection::kAcquisitionActive, atNs);
+    default:
+        return counters_.isTimerActive(source == LineSource::Timer0Active ? 0 : 1, atNs);
     }
 }
 
@@ -279,17 +355,20 @@ void CameraModel::powerLoss()
 {
     acquisition_.stop();
     events_.disableAll();
+    counters_.restart();
     transport_.restart();
     userSets_.loadDefault();
 }
 
 void CameraModel::latch(FramePlan& plan)
 {
-    if (context_.pictureIsStale || renderer_ == nullptr) {
+    const double exposureUs = acquisition_.plannedUs();
+    if (context_.pictureIsStale || renderer_ == nullptr ||
+        renderer_->settings().exposureUs != exposureUs) {
         PictureSettings settings;
         image_.fill(settings);
         analog_.fill(settings);
-        settings.exposureUs = acquisition_.exposureUs();
+        settings.exposureUs = exposureUs;
         settings.seed = context_.config.seed;
         renderer_ = std::make_shared<PictureRenderer>(settings, scenes_);
         context_.pictureIsStale = false;

@@ -7,14 +7,17 @@
 #include "simulator/camera_context.h"
 #include "simulator/camera_frame.h"
 #include "simulator/chunk_section.h"
+#include "simulator/counter_section.h"
 #include "simulator/device_memory.h"
 #include "simulator/device_section.h"
 #include "simulator/event_section.h"
 #include "simulator/fault_section.h"
 #include "simulator/image_section.h"
+#include "simulator/line_section.h"
 #include "simulator/network_faults.h"
 #include "simulator/transport_section.h"
 #include "simulator/user_set_section.h"
+#include "simulator/wake_thread.h"
 
 #include <condition_variable>
 #include <cstddef>
@@ -110,6 +113,11 @@ private:
     /// Calls `action` under the lock; then the observer, without it.
     template <typename Action> auto run(Action action);
     void deliver(const std::vector<CameraContext::Message>& messages);
+    void tick();
+    void catchUp();
+    void settle();
+    bool listensToLines() const;
+    bool isActive(LineSource source, std::uint64_t atNs) const;
     void latch(FramePlan& plan);
     void endFrame(const FramePlan& plan, bool dropped);
     void endExposure(const FramePlan& plan);
@@ -130,6 +138,8 @@ private:
     AnalogSection analog_;
     ChunkSection chunks_;
     EventSection events_;
+    CounterSection counters_;
+    LineSection lines_;
     AcquisitionSection acquisition_;
     UserSetSection userSets_;
     TransportSection transport_;
@@ -147,6 +157,9 @@ private:
     std::condition_variable observerFree_;
     CameraObserver* observer_ = nullptr;
     std::size_t callsUnderWay_ = 0;
+
+    std::uint64_t armedNs_ = ~std::uint64_t{0}; ///< When clock_ calls.
+    WakeThread clock_;                          ///< Last: its thread uses everything else.
 };
 
 } // namespace simulator

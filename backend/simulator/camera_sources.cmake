@@ -4,9 +4,10 @@ find_package(ZLIB REQUIRED)
 foreach(source
         acquisition_section analog_section camera_config camera_config_json camera_model
         bootstrap_registers description_archive network_faults network_section
-        chunk_section color_writer device_memory device_section event_section
-        fault_section image_section picture_renderer
-        pixel_format pixel_packer scene scene_files transport_section user_set_section)
+        chunk_section color_writer counter_section device_memory device_section event_section
+        fault_section image_section line_section picture_renderer
+        pixel_format pixel_packer scene scene_files signal_source transport_section
+        trigger_section user_set_section wake_thread)
     target_sources(zel_backend_simulator PRIVATE ${CMAKE_CURRENT_LIST_DIR}/${source}.cpp)
 endforeach()
 target_link_libraries(zel_backend_simulator PRIVATE zel_gige_wire PNG::PNG ZLIB::ZLIB)

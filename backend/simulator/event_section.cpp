@@ -12,7 +12,7 @@ namespace simulator
 namespace
 {
 
-constexpr std::size_t kCounterCount = 2;
+constexpr int kDeepest = 8;
 
 struct EventText {
     const char* name;
@@ -28,9 +28,27 @@ constexpr std::array<EventText, kEventCount> kEvents = {{
     {"ExposureEnd", "The exposure of a frame ended."},
     {"FrameLost", "A frame was lost because the host had no room for it."},
     {"Test", "TestEventGenerate was executed."},
+    {"Line0RisingEdge", "Line 0 went from low to high."},
+    {"Line0FallingEdge", "Line 0 went from high to low."},
+    {"Line1RisingEdge", "Line 1 went from low to high."},
+    {"Line1FallingEdge", "Line 1 went from high to low."},
+    {"Counter0End", "Counter 0 reached its duration."},
+    {"Counter1End", "Counter 1 reached its duration."},
+    {"Timer0End", "Timer 0 ended."},
+    {"Timer1End", "Timer 1 ended."},
 }};
 
 } // namespace
+
+const char* eventName(CameraEvent event)
+{
+    return kEvents.at(static_cast<std::size_t>(event)).name;
+}
+
+const char* eventToolTip(CameraEvent event)
+{
+    return kEvents.at(static_cast<std::size_t>(event)).toolTip;
+}
 
 std::vector<unsigned char> eventBytes(WireFormat wire, std::uint64_t eventId,
                                       std::uint64_t timestampNs, std::uint64_t frameId)
@@ -53,11 +71,7 @@ std::vector<unsigned char> eventBytes(WireFormat wire, std::uint64_t eventId,
     return bytes;
 }
 
-EventSection::EventSection(CameraContext& context) : context_(context)
-{
-    declareEvents();
-    declareCounters();
-}
+EventSection::EventSection(CameraContext& context) : context_(context) { declareEvents(); }
 
 void EventSection::declareEvents()
 {
@@ -102,53 +116,35 @@ void EventSection::declareEvents()
     }
 }
 
-void EventSection::declareCounters()
-{
-    FeatureTable& table = context_.table;
-    table.category("CounterAndTimerControl", "Counters of what happens in the camera.");
-    table.enumeration("CounterSelector", "Counter that the other features show.")
-        .expert()
-        .entry("Counter0", 0, "First counter.")
-        .entry("Counter1", 1, "Second counter.");
-    counterSource_ = &table.enumeration("CounterEventSource", "What the counter counts.")
-                          .expert()
-                          .streamable()
-                          .entry("Off", 0, "Nothing.");
-    for (std::size_t i = 0; i < kEventCount; ++i) {
-        counterSource_->entry(kEvents[i].name, static_cast<std::int64_t>(i) + 1,
-                              kEvents[i].toolTip);
-    }
-    counterSource_->selectedBy("CounterSelector", kCounterCount);
-    counterSource_->value(std::int64_t{0});
-    counterValue_ = &table.integer("CounterValue", "Events counted since the last reset.")
-                         .expert()
-                         .selectedBy("CounterSelector", kCounterCount)
-                         .changesByItself()
-                         .range(std::int64_t{0}, std::int64_t{0xFFFFFFFF});
-    table.command("CounterReset", "Sets the counter to 0.")
-        .expert()
-        .selectedBy("CounterSelector", kCounterCount)
-        .onExecute([this](std::size_t index) {
-            counterValue_->set(std::int64_t{0}, index);
-            return gentl::err::kSuccess;
-        });
-}
-
 void EventSection::fire(CameraEvent event, std::uint64_t timestampNs, std::uint64_t frameId)
 {
     const auto index = static_cast<std::size_t>(event);
-    for (std::size_t i = 0; i < kCounterCount; ++i) {
-        if (counterSource_->integer(i) == static_cast<std::int64_t>(index) + 1) {
-            counterValue_->set((counterValue_->integer(i) + 1) & 0xFFFFFFFF, i);
+    // Counters and timers may set each other off in a circle.
+    if (depth_ < kDeepest) {
+        ++depth_;
+        for (const Listener& listener : listeners_) {
+            listener(event, timestampNs, frameId);
         }
+        --depth_;
     }
-    if (stopped_ || notification_->integer(index) == 0) {
+    if (stopped_ || index >= kEventCount || notification_->integer(index) == 0) {
         return;
     }
     const std::uint64_t id = kFirstEventId + index;
     const auto data = eventBytes(context_.config.wire, id, timestampNs, frameId);
     context_.post(
         [id, data](CameraObserver& observer) { observer.event(id, data.data(), data.size()); });
+}
+
+bool EventSection::sendsLineEvents() const
+{
+    for (auto i = static_cast<std::size_t>(CameraEvent::Line0RisingEdge);
+         i <= static_cast<std::size_t>(CameraEvent::Line1FallingEdge); ++i) {
+        if (notification_->integer(i) != 0) {
+            return true;
+        }
+    }
+    return false;
 }
 
 void EventSection::disableAll() { notification_->value(std::int64_t{0}); }

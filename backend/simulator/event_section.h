@@ -5,6 +5,8 @@
 
 #include <array>
 #include <cstdint>
+#include <functional>
+#include <utility>
 #include <vector>
 
 namespace simulator
@@ -20,10 +22,25 @@ enum class CameraEvent : std::size_t {
     ExposureEnd,
     FrameLost,
     Test,
+    Line0RisingEdge, ///< Of each line, the falling edge follows the rising one.
+    Line0FallingEdge,
+    Line1RisingEdge,
+    Line1FallingEdge,
+    Counter0End,
+    Counter1End,
+    Timer0End,
+    Timer1End,
+    // Inside the camera only.
+    Action0,
+    Action1,
 };
 
 constexpr std::uint64_t kFirstEventId = 0x9001;
-constexpr std::size_t kEventCount = 8;
+constexpr std::size_t kEventCount = 16; ///< Those that the host can have.
+
+/// Names and descriptions of those that the host can have.
+const char* eventName(CameraEvent event);
+const char* eventToolTip(CameraEvent event);
 
 /// The bytes of an event, offset 0 of its event port first; they are what the wire format of the
 /// camera makes of EventID, timestamp in ns and frame id:
@@ -37,9 +54,18 @@ std::vector<unsigned char> eventBytes(WireFormat wire, std::uint64_t eventId,
 class EventSection
 {
 public:
+    /// Told what happens: event, camera time, frame.
+    using Listener = std::function<void(CameraEvent, std::uint64_t atNs, std::uint64_t frameId)>;
+
     explicit EventSection(CameraContext& context);
 
-    /// Counts, and tells the host when the event is enabled and events are not stopped.
+    /// For the life of the camera; called in fire(), which it may call itself.
+    void listen(Listener listener) { listeners_.push_back(std::move(listener)); }
+    /// Whether the host wants any of the events of lines.
+    bool sendsLineEvents() const;
+
+    /// Tells the listeners, and tells the host when the event is enabled and events are not
+    /// stopped.
     void fire(CameraEvent event, std::uint64_t timestampNs, std::uint64_t frameId);
     /// A host that left wants no events.
     void disableAll();
@@ -48,12 +74,11 @@ public:
 
 private:
     void declareEvents();
-    void declareCounters();
 
     CameraContext& context_;
     Feature* notification_ = nullptr;
-    Feature* counterSource_ = nullptr;
-    Feature* counterValue_ = nullptr;
+    std::vector<Listener> listeners_;
+    int depth_ = 0; ///< Of calls of fire() in each other.
     bool stopped_ = false;
 };
 
