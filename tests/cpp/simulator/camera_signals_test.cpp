@@ -180,6 +180,7 @@ TEST(Signals, OutputsShowWhatTheUserAndTheCameraDo)
     ASSERT_EQ(camera.set("CounterEventSource", kAtLine1), 0);
     ASSERT_EQ(camera.set("CounterEventActivation", 2), 0) << "AnyEdge";
     ASSERT_EQ(camera.setReal("ExposureTime", 3000), 0);
+    ASSERT_TRUE(comes([&] { return camera.get("AcquisitionStatus", 2) == 1; }));
     ASSERT_EQ(camera.run("TriggerSoftware", kFrameStart), 0);
     const FramePlan plan = camera.model.nextFrame();
     ASSERT_TRUE(plan.expose);
