@@ -56,10 +56,15 @@ void PacketFaults::send(const PacketView& packet, Clock::time_point now, const S
     if (twice) {
         sink({datagram_.data(), datagram_.size()});
     }
+    release();
+    flush(now, false, sink);
+}
+
+void PacketFaults::release()
+{
     for (Held& held : held_) {
         held.afterNext = false;
     }
-    flush(now, false, sink);
 }
 
 void PacketFaults::flush(Clock::time_point now, bool everything, const Sink& sink)

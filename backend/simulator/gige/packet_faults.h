@@ -25,6 +25,9 @@ public:
     void send(const PacketView& packet, Clock::time_point now, const Sink& sink);
     /// Gives on what was held back and is due; all of it with `everything`.
     void flush(Clock::time_point now, bool everything, const Sink& sink);
+    /// No further packet comes that others would go behind.
+    void release();
+    bool holdsAny() const { return !held_.empty(); }
 
 private:
     struct Held {

@@ -14,7 +14,7 @@ class ResendBudget
 public:
     using Clock = std::chrono::steady_clock;
     static constexpr double kMost = 8192.0;
-    static constexpr double kPerSecond = 200000.0;
+    static constexpr double kPerSecond = 50000.0;
 
     /// How many of `wanted` packets may be sent now; they are taken.
     std::uint32_t take(std::uint32_t wanted, Clock::time_point now)

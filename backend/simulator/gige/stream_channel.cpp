@@ -33,6 +33,7 @@ constexpr std::uint64_t kLongestBurst = 44;
 /// A sender that was held up does not make good more than this.
 constexpr std::chrono::milliseconds kMostBehind{2};
 constexpr std::chrono::milliseconds kLongSleep{5};
+constexpr std::chrono::milliseconds kHeldStep{1};
 
 void sleepUntil(std::chrono::steady_clock::time_point time)
 {
@@ -150,6 +151,7 @@ void StreamChannel::run()
         }
         const FramePlan plan = camera_.nextFrame();
         if (!plan.expose) {
+            flushHeld(true);
             waitForFrame();
             continue;
         }
@@ -183,12 +185,23 @@ void StreamChannel::carry(const FramePlan& plan)
     }
     camera_.exposureEnded(plan);
     faults_.set(faults, plan.frameId == 0);
+    heldFor_ = target.to;
     if (frame) {
         transmit(*frame, plan, target, faults);
     }
     waitUntil(hostTime(plan.readyNs));
-    const auto sink = [&](wire::Bytes datagram) { socket_.send(target.to, datagram); };
+    flushHeld(false);
+}
+
+void StreamChannel::flushHeld(bool everything)
+{
+    const auto sink = [this](wire::Bytes datagram) { socket_.send(heldFor_, datagram); };
     faults_.flush(Clock::now(), false, sink);
+    while (everything && faults_.holdsAny()) {
+        const bool goesOn = waitUntil(Clock::now() + kHeldStep);
+        faults_.flush(Clock::now(), !goesOn, sink);
+        faults_.release();
+    }
 }
 
 std::shared_ptr<const FrameMemory> StreamChannel::picture(const FramePlan& plan,

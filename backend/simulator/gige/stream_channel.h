@@ -74,6 +74,8 @@ private:
     bool waitUntil(Clock::time_point time);
     bool waitForStart(const FramePlan& plan);
     void waitForFrame();
+    /// Gives on what the faults hold back: what is due, or all of it in time.
+    void flushHeld(bool everything);
     Clock::time_point hostTime(std::uint64_t cameraNs) const;
     void refuse(const wire::ResendRequest& request, const Endpoint& to, std::uint16_t reason);
 
@@ -87,6 +89,7 @@ private:
     PacketSender sender_;
     FramePool pool_;
     PacketFaults faults_;
+    Endpoint heldFor_; ///< Where the packets go that the faults hold back.
     struct Repeated {
         std::shared_ptr<const FrameMemory> memory;
         FrameLayout layout;
