@@ -1,0 +1,49 @@
+#include "gige/control_keeper.h"
+
+#include "base/fork_guard.h"
+#include "base/log.h"
+#include "gige/wire/bootstrap.h"
+
+#include <cstdlib>
+
+namespace gige
+{
+
+ControlKeeper& ControlKeeper::instance()
+{
+    static auto* const keeper = new ControlKeeper; // Threads may use it while the process ends.
+    return *keeper;
+}
+
+ControlKeeper::ControlKeeper()
+{
+    std::atexit([] { instance().giveBack(); });
+}
+
+void ControlKeeper::add(ControlChannel* control)
+{
+    const base::Lock lock(mutex_);
+    channels_.insert(control);
+}
+
+void ControlKeeper::remove(ControlChannel* control)
+{
+    const base::Lock lock(mutex_);
+    channels_.erase(control);
+}
+
+void ControlKeeper::giveBack()
+{
+    if (base::inForkedChild()) {
+        return; // They are the parent's.
+    }
+    const base::Lock lock(mutex_);
+    for (ControlChannel* control : channels_) {
+        if (!control->isLost()) {
+            const ZelCamErr code = control->writeRegister(wire::reg::kControlPrivilege, 0);
+            base::log(base::LogChannel::Gige, "control given back at exit: %d", code);
+        }
+    }
+}
+
+} // namespace gige

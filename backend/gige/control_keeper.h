@@ -1,0 +1,32 @@
+// Gives cameras back when the process ends without releasing them.
+#pragma once
+
+#include "base/mutex.h"
+#include "gige/control_channel.h"
+
+#include <set>
+
+namespace gige
+{
+
+/// A camera whose client went without a word stays taken for its heartbeat time, some seconds; the
+/// next run of a script would be refused. At a normal end of the process the cameras listed here
+/// are given back. A process that is killed leaves them to their heartbeat. Thread safe.
+class ControlKeeper
+{
+public:
+    static ControlKeeper& instance();
+
+    /// `control` is the controlling one; it must be removed before it is destroyed.
+    void add(ControlChannel* control);
+    void remove(ControlChannel* control);
+
+private:
+    ControlKeeper();
+    void giveBack();
+
+    base::Mutex mutex_;
+    std::set<ControlChannel*> channels_ ZEL_GUARDED_BY(mutex_);
+};
+
+} // namespace gige

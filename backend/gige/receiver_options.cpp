@@ -1,0 +1,94 @@
+#include "gige/receiver_options.h"
+
+namespace gige
+{
+
+using features::FeatureValue;
+
+ResendRules ReceiverOptions::resendRules() const
+{
+    ResendRules rules;
+    rules.enabled = packetResend;
+    rules.first = std::chrono::microseconds(resendTimeoutUs);
+    rules.tries = static_cast<int>(resendTries);
+    return rules;
+}
+
+void ReceiverOptions::declare(features::FeatureTable& table)
+{
+    const auto flag = [this](std::atomic<bool>* option) {
+        return [this, option](std::size_t, const FeatureValue& value) {
+            *option = std::get<std::int64_t>(value) != 0;
+            changed = true;
+            return std::int32_t{0};
+        };
+    };
+    const auto number = [this](std::atomic<std::int64_t>* option) {
+        return [this, option](std::size_t, const FeatureValue& value) {
+            *option = std::get<std::int64_t>(value);
+            changed = true;
+            return std::int32_t{0};
+        };
+    };
+    table.category("StreamReceiver", "How frames are received; takes effect at the next start.");
+    table.boolean("StreamPacketResendEnable", "Missing packets are asked for again.")
+        .value(std::int64_t{1})
+        .onWrite(flag(&packetResend));
+    table.integer("StreamPacketTimeout", "Time after which a missing packet is asked for.")
+        .unit("us")
+        .expert()
+        .range(std::int64_t{0}, std::int64_t{1000000})
+        .value(resendTimeoutUs.load())
+        .onWrite(number(&resendTimeoutUs));
+    table.integer("StreamPacketResendTries", "How often a missing packet is asked for.")
+        .expert()
+        .range(std::int64_t{1}, std::int64_t{10})
+        .value(resendTries.load())
+        .onWrite(number(&resendTries));
+    table.integer("StreamFrameRetention", "Silence after which an incomplete frame is given up.")
+        .unit("us")
+        .expert()
+        .range(std::int64_t{1000}, std::int64_t{10000000})
+        .value(retentionUs.load())
+        .onWrite(number(&retentionUs));
+    table
+        .integer("StreamReceiveNap",
+                 "Longest pause in which packets gather, to save processor time; 0: none.")
+        .unit("us")
+        .expert()
+        .range(std::int64_t{0}, std::int64_t{10000})
+        .value(napUs.load())
+        .onWrite(number(&napUs));
+    table.integer("StreamSocketBufferSize", "Receive buffer asked from the system.")
+        .unit("B")
+        .expert()
+        .range(std::int64_t{65536}, std::int64_t{1} << 30)
+        .value(socketBuffer.load())
+        .onWrite(number(&socketBuffer));
+    const auto entry = [](ReceiveMethod value) { return static_cast<std::int64_t>(value); };
+    table.enumeration("StreamReceiveMethod", "How packets are taken from the socket.")
+        .entry("Automatic", entry(ReceiveMethod::Automatic), "Joined where the network joins them.")
+        .entry("Joined", entry(ReceiveMethod::Joined), "As the network has joined them.")
+        .entry("Batch", entry(ReceiveMethod::Batch), "Many at a call.")
+        .entry("Single", entry(ReceiveMethod::Single), "One at a call.")
+        .expert()
+        .value(method.load())
+        .onWrite(number(&method));
+    table
+        .boolean("StreamPacketSocket",
+                 "Packets are taken in front of the network stack where that is permitted: "
+                 "less processor time, but frames come later.")
+        .expert()
+        .value(std::int64_t{0})
+        .onWrite(flag(&packetSocket));
+    table
+        .integer("StreamDestinationIPAddress",
+                 "Multicast group that the camera sends to; 0: to this host alone.")
+        .representation("IPV4Address")
+        .guru()
+        .range(std::int64_t{0}, std::int64_t{0xFFFFFFFF})
+        .value(std::int64_t{0})
+        .onWrite(number(&destination));
+}
+
+} // namespace gige

@@ -1,0 +1,33 @@
+// How frames are to be received, as features of a stream.
+#pragma once
+
+#include "features/feature_table.h"
+#include "gige/socket_reader.h"
+
+#include <atomic>
+#include <cstdint>
+
+namespace gige
+{
+
+/// Written through the features that declare() adds, read at each start. Thread safe.
+struct ReceiverOptions {
+    /// Adds the category. The features keep a pointer to this object.
+    void declare(features::FeatureTable& table);
+
+    ResendRules resendRules() const;
+
+    std::atomic<bool> packetResend{true};
+    std::atomic<std::int64_t> resendTimeoutUs{300};
+    std::atomic<std::int64_t> resendTries{6};
+    std::atomic<std::int64_t> retentionUs{300000};
+    std::atomic<std::int64_t> napUs{1000};
+    /// Bytes. Frames wait here while the receiver gets no processor.
+    std::atomic<std::int64_t> socketBuffer{16 << 20};
+    std::atomic<std::int64_t> method{static_cast<std::int64_t>(ReceiveMethod::Automatic)};
+    std::atomic<bool> packetSocket{false};
+    std::atomic<std::int64_t> destination{0}; ///< Multicast group; 0: this host alone.
+    std::atomic<bool> changed{true};          ///< Of what the sockets are made from.
+};
+
+} // namespace gige
