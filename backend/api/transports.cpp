@@ -9,11 +9,11 @@
 #include "gentl/gentl_provider.h"
 #include "simulator/function_table.h"
 #endif
+#if ZEL_HAS_GIGE
+#include "gige/gige_provider.h"
+#endif
 #if ZEL_HAS_USB3
 #include "usb3/usb3_interface.h"
-#endif
-#if ZEL_HAS_VISION
-#include "vision/vision_provider.h"
 #endif
 
 namespace api
@@ -22,8 +22,8 @@ namespace api
 std::vector<std::unique_ptr<core::TransportProvider>> Transports::loadDefaults()
 {
     std::vector<std::unique_ptr<core::TransportProvider>> providers;
-#if ZEL_HAS_VISION
-    providers.push_back(std::make_unique<vision::VisionProvider>());
+#if ZEL_HAS_GIGE
+    providers.push_back(std::make_unique<gige::GigeProvider>());
 #endif
 #if ZEL_HAS_USB3
     providers.push_back(std::make_unique<usb3::Usb3Provider>());

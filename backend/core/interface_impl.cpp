@@ -13,12 +13,6 @@ namespace core
 
 using Guard = std::lock_guard<std::mutex>;
 
-namespace
-{
-// For enumerations that nobody gave a time: longer than any network adapter takes.
-constexpr std::uint64_t kImplicitTimeoutMs = 1000;
-} // namespace
-
 InterfaceImpl::InterfaceImpl(TransportInterface& transport)
     : transport_(transport), id_(transport.id()), simulated_(transport.isSimulated())
 {
@@ -115,7 +109,7 @@ std::vector<DeviceInfoImpl*> InterfaceImpl::devices()
     }
     if (first) {
         bool changed = false;
-        static_cast<void>(enumerate(kImplicitTimeoutMs, &changed));
+        static_cast<void>(enumerate(transport_.implicitTimeoutMs(), &changed));
     }
     const Guard guard(listMutex_);
     return present_;

@@ -188,6 +188,8 @@ public:
     /// Looks for devices; on success `*devices` is the present set.
     virtual ZelCamErr updateDevices(std::uint64_t timeoutMs,
                                     std::vector<DeviceDescription>* devices) = 0;
+    /// The time of an enumeration that nobody gave one, for a transport that would use all of it.
+    virtual std::uint64_t implicitTimeoutMs() { return 1000; }
     /// GenTL access status of a device; asked afresh.
     virtual std::int32_t accessStatus(const std::string& id) = 0;
     /// -1003 for interfaces without IP.

@@ -441,8 +441,11 @@ core::FrameInfo Block::finish(std::uint64_t tickFrequency)
         const std::size_t wanted = imageBytes(image);
         info.width = image.width;
         info.height = image.height;
-        if (trailer_.hasHeight && hasTrailer_ && trailer_.height < image.height) {
-            info.height = trailer_.height; // The lines that were really sent.
+        // The lines that were really sent, where fewer packets were; some devices leave it at 0.
+        const bool shorter = last_ * packetData_ < told_;
+        if (trailer_.hasHeight && shorter && trailer_.height != 0 &&
+            trailer_.height < image.height) {
+            info.height = trailer_.height;
         }
         info.xOffset = image.xOffset;
         info.yOffset = image.yOffset;

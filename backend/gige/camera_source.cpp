@@ -9,6 +9,7 @@
 #include <array>
 #include <cstdlib>
 #include <limits>
+#include <string_view>
 
 namespace gige
 {
@@ -16,7 +17,7 @@ namespace gige
 namespace
 {
 
-constexpr std::size_t kWord = 4;
+constexpr unsigned kWord = 4;
 constexpr std::size_t kPiece = 4096;
 constexpr std::uint64_t kLastAddress = std::numeric_limits<std::uint32_t>::max();
 // Large descriptions come in some thousand pieces.
@@ -29,13 +30,8 @@ bool reaches(std::uint64_t address, std::size_t size)
 }
 
 /// Whether the description says that it follows a schema below 1.1.
-bool isOldSchema(const std::string& document)
+bool isOldSchema(const std::string& xml)
 {
-    std::string unpacked;
-    if (genapi::isZip(document) && genapi::unzip(document, &unpacked) != ZelErr::kOk) {
-        return false;
-    }
-    const std::string& xml = unpacked.empty() ? document : unpacked;
     const auto version = [&xml](const char* name) {
         const std::size_t at = xml.find(name);
         const std::size_t quote = at == xml.npos ? at : xml.find_first_of("\"'", at);
@@ -44,6 +40,24 @@ bool isOldSchema(const std::string& document)
     const long major = version("SchemaMajorVersion");
     const long minor = version("SchemaMinorVersion");
     return major == 0 || (major == 1 && minor == 0);
+}
+
+/// Descriptions below schema 1.1 count on registers of four bytes being numbers in network byte
+/// order, whatever they say of them: lets them say so.
+void nameNetworkByteOrder(std::string* xml)
+{
+    constexpr std::string_view kLittle = "<Endianess>LittleEndian<";
+    constexpr std::string_view kLength = "<Length>";
+    for (std::size_t at = xml->find(kLittle); at != xml->npos; at = xml->find(kLittle, at + 1)) {
+        // Nodes of registers have no elements inside that end with "Reg".
+        const std::size_t begin = xml->rfind("Reg ", at);
+        const std::size_t end = xml->find("Reg>", at);
+        const std::size_t length = xml->find(kLength, begin == xml->npos ? at : begin);
+        if (length < end &&
+            std::strtol(xml->c_str() + length + kLength.size(), nullptr, 0) == long{kWord}) {
+            xml->replace(at, kLittle.size(), "<Endianess>BigEndian<");
+        }
+    }
 }
 
 /// The whole words that hold the beginning of a request.
@@ -75,8 +89,18 @@ ZelCamErr CameraSource::description(std::string* document)
     if (code == ZelErr::kGenTLNoData) {
         code = fetchFromManifest(document);
     }
-    if (code == ZelErr::kOk) {
-        wordsAreRegisters_ = isOldSchema(*document);
+    std::string unpacked;
+    if (code != ZelErr::kOk ||
+        (genapi::isZip(*document) && genapi::unzip(*document, &unpacked) != ZelErr::kOk)) {
+        return code; // Who reads it says what is wrong with it.
+    }
+    if (unpacked.empty()) {
+        unpacked = *document;
+    }
+    wordsAreRegisters_ = isOldSchema(unpacked);
+    if (wordsAreRegisters_) {
+        nameNetworkByteOrder(&unpacked);
+        *document = std::move(unpacked);
     }
     return code;
 }

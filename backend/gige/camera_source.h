@@ -25,12 +25,11 @@ public:
     }
 
     /// Out of the camera's own memory only: what it says of files of this host or of the web is not
-    /// followed (-1008).
+    /// followed (-1008). Where it is old it says the byte order that such cameras really have.
     ZelCamErr description(std::string* document) override;
     /// -1015 beyond the address space, else as ControlChannel.
     ZelCamErr read(std::uint64_t address, void* data, std::size_t size) override;
     ZelCamErr write(std::uint64_t address, const void* data, std::size_t size) override;
-    bool hasNetworkByteOrder() override { return true; }
 
 private:
     ZelCamErr fetch(std::uint32_t urlAddress, std::string* document);

@@ -30,6 +30,7 @@ public:
     /// Listens for the whole time; without limit: for as long as cameras may take.
     ZelCamErr updateDevices(std::uint64_t timeoutMs,
                             std::vector<core::DeviceDescription>* devices) override;
+    std::uint64_t implicitTimeoutMs() override { return 150; }
     std::int32_t accessStatus(const std::string& id) override;
     ZelCamErr ipSettings(const std::string& id, core::IpSettings* settings) override;
     ZelCamErr forceIp(const std::string& id, const core::IpSettings& settings) override;

@@ -72,7 +72,7 @@ def interfaces(zel, gige_camera):
     found = {}
     for interface in zel.PyZelSystem().GetInterfaceList():
         for _ in range(20):  # a busy machine answers late
-            assert interface.ReEnumerateDevices(1000)[0]
+            assert interface.ReEnumerateDevices(200)[0]
             if interface.GetDeviceInfoList() or not IS_GIGE:
                 break
         found.setdefault(interface.GetType(), interface)

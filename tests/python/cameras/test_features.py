@@ -146,7 +146,7 @@ def test_texts_keep_their_length(device, camera, lacks):
     assert not camera.SetStringValue("DeviceUserID", "y" * (longest + 1))
     assert camera.GetLastError() == RANGE
     camera.SetStringValue("DeviceUserID", "bench 3")
-    assert device.GetInfo().GetInterface().ReEnumerateDevices(1000)[0]
+    assert device.GetInfo().GetInterface().ReEnumerateDevices(200)[0]
     assert device.GetInfo().GetUserDefinedName() == "bench 3"
     camera.SetStringValue("DeviceUserID", "")
 

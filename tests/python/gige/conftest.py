@@ -72,7 +72,7 @@ def open_by_serial(zel, interface):
 
     def open_one(serial):
         for _ in range(10):  # a busy machine answers late
-            assert interface.ReEnumerateDevices(1000)[0]
+            assert interface.ReEnumerateDevices(200)[0]
             found = {i.GetSerialNumber(): i for i in interface.GetDeviceInfoList()}
             if serial in found:
                 break

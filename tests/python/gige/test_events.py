@@ -192,7 +192,7 @@ def test_exit_while_events_come(start_camera, run_program):
 import socket, struct, threading, time
 import libZelCameraApiPy as zel
 interface = zel.PyZelSystem().GetInterfaceList()[0]
-interface.ReEnumerateDevices(1000)
+interface.ReEnumerateDevices(200)
 device = zel.PyZelCreateDevice()
 seen = []
 assert device.RegisterEvent(0x9C01, lambda *event: seen.append(event))

@@ -21,13 +21,13 @@ def frames(stream, count, timeout=3000):
 
 
 def test_discovery_and_identity(zel, interface, start_camera):
-    interface.ReEnumerateDevices(1000)
+    interface.ReEnumerateDevices(200)
     assert interface.GetDeviceInfoList() == []
     start_camera("G1")
-    start = time.perf_counter()
-    assert interface.ReEnumerateDevices(1000) == (True, True)
-    assert time.perf_counter() - start < 0.5
-    assert interface.ReEnumerateDevices(1000) == (True, False)
+    for wait, changed in ((300, True), (50, False)):
+        start = time.perf_counter()
+        assert interface.ReEnumerateDevices(wait) == (True, changed)
+        assert wait / 1000 <= time.perf_counter() - start < wait / 1000 + 0.5, "a slow one may come"
     info, = interface.GetDeviceInfoList()
     assert (info.GetSerialNumber(), info.GetIPAddress()) == ("G1", "127.0.0.1")
     assert info.GetIP()[:2] == (True, 0x7F000001)
@@ -47,7 +47,7 @@ def test_another_client_keeps_its_camera(zel, interface, start_camera, open_by_s
     run_program("""
 import libZelCameraApiPy as zel
 interface = zel.PyZelSystem().GetInterfaceList()[0]
-interface.ReEnumerateDevices(1000)
+interface.ReEnumerateDevices(200)
 info = interface.GetFirstDeviceInfo()
 assert info.GetAccessStatus() == 4
 assert not zel.PyZelCreateDevice(info).IsValid()
@@ -104,7 +104,7 @@ import os, sys, time
 import libZelCameraApiPy as zel
 interface = zel.PyZelSystem().GetInterfaceList()[0]
 while not interface.GetDeviceInfoList():
-    interface.ReEnumerateDevices(1000)
+    interface.ReEnumerateDevices(200)
 device = zel.PyZelCreateDevice()
 child = os.fork()
 if child == 0:
@@ -115,7 +115,7 @@ assert device.GetCameraParameters().SetIntegerValue("Width", 100)
 raise SystemExit(3)
 """, code=3)
     while not interface.GetDeviceInfoList():
-        interface.ReEnumerateDevices(1000)
+        interface.ReEnumerateDevices(200)
     assert interface.GetFirstDeviceInfo().GetAccessStatus() == 1
 
 
@@ -131,7 +131,7 @@ import libZelCameraApiPy as zel
 interface = zel.PyZelSystem().GetInterfaceList()[0]
 infos = []
 for _ in range(10):  # a busy machine answers late
-    interface.ReEnumerateDevices(1000)
+    interface.ReEnumerateDevices(200)
     infos = interface.GetDeviceInfoList()
     if len(infos) == 2:
         break
@@ -184,7 +184,7 @@ def test_frames_are_whole_or_marked_and_none_is_forgotten(start_camera, open_by_
     device = open_by_serial("G6")
     camera, transport = device.GetCameraParameters(), device.GetTransportParameters()
     stream = device.GetStreamByIndex(0)
-    assert transport.SetBooleanValue("StreamPacketResend", False)
+    assert transport.SetBooleanValue("StreamPacketResendEnable", False)
     assert transport.SetBooleanValue("StreamPacketSocket", packet_socket)
     assert transport.SetIntegerValue("GevPacketSize", 8000)
     assert camera.SetFloatValue("AcquisitionFrameRate", 50.0)
@@ -271,7 +271,7 @@ def test_a_restarted_camera_is_noticed_and_reopened(zel, interface, start_camera
     assert noticed < 8 and stream.GetLastError() not in (0, -1011)
     parameters = device.GetCameraParameters()
     assert parameters.GetIntegerValue("Width") == (False, None) and parameters.GetLastError() < 0
-    assert interface.ReEnumerateDevices(1000) == (True, True)
+    assert interface.ReEnumerateDevices(200) == (True, True)
     start = time.monotonic()
     device.Release()
     assert time.monotonic() - start < 1, "nobody waits for what is gone"

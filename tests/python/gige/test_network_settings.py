@@ -32,7 +32,7 @@ def start_responder():
 def test_force_ip(interface, start_responder, manners, taken):
     start_responder(manners)
     for _ in range(20):  # a busy machine answers late
-        assert interface.ReEnumerateDevices(1000)[0]
+        assert interface.ReEnumerateDevices(200)[0]
         if interface.GetDeviceInfoList():
             break
     info, = interface.GetDeviceInfoList()
@@ -43,7 +43,7 @@ def test_force_ip(interface, start_responder, manners, taken):
         assert (info.GetIPAddress(), info.GetIPMask(), info.GetIPGateway()) == wanted
         assert info.GetIP()[1] == (0x7F010203 if taken else 0x7F000009)
         if not changed:
-            assert interface.ReEnumerateDevices(1000)[0]
+            assert interface.ReEnumerateDevices(200)[0]
             info, = interface.GetDeviceInfoList()
     assert info.GetAccessStatus() == 1
 

@@ -1,6 +1,6 @@
 // The whole road to a GigE Vision camera on loopback.
 #include "camera_process.h"
-#include "vision/vision_provider.h"
+#include "gige/gige_provider.h"
 #include "zel_camera_api.h"
 
 #include <gtest/gtest.h>
@@ -82,7 +82,7 @@ protected:
     std::vector<core::DeviceDescription> discover()
     {
         std::vector<core::DeviceDescription> devices;
-        EXPECT_EQ(loopback()->updateDevices(1000, &devices), 0);
+        EXPECT_EQ(loopback()->updateDevices(150, &devices), 0);
         return devices;
     }
     /// The one camera; on a busy machine it answers late.
@@ -106,7 +106,7 @@ protected:
         return device;
     }
 
-    vision::VisionProvider provider_;
+    gige::GigeProvider provider_;
 };
 
 /// Registers of the test camera.

@@ -1,6 +1,6 @@
 // ForceIP with devices of every kind of manners, on loopback.
+#include "gige/gige_interface.h"
 #include "gvcp_responder.h"
-#include "vision/gige_interface.h"
 
 #include <gtest/gtest.h>
 
@@ -21,9 +21,9 @@ protected:
     void SetUp() override
     {
         ::setenv("ZELCAM_VISION", "lo", 1);
-        const auto adapters = vision::networkAdapters();
+        const auto adapters = gige::networkAdapters();
         ASSERT_EQ(adapters.size(), 1U);
-        interface_ = std::make_unique<vision::GigeInterface>(adapters.front());
+        interface_ = std::make_unique<gige::GigeInterface>(adapters.front());
     }
 
     /// Code of ForceIP to a device with these manners, which is found first.
@@ -43,7 +43,7 @@ protected:
     {
         std::vector<core::DeviceDescription> devices;
         for (int i = 0; i < 20 && devices.empty(); ++i) { // a busy machine answers late
-            EXPECT_EQ(interface_->updateDevices(1000, &devices), 0);
+            EXPECT_EQ(interface_->updateDevices(150, &devices), 0);
         }
         core::IpSettings settings;
         if (devices.size() == 1) {
@@ -53,7 +53,7 @@ protected:
         return settings.address;
     }
 
-    std::unique_ptr<vision::GigeInterface> interface_;
+    std::unique_ptr<gige::GigeInterface> interface_;
     std::unique_ptr<GvcpResponder> device_;
     std::string id_;
     std::chrono::steady_clock::duration took_{};
