@@ -7,7 +7,7 @@
 
 #if ZEL_HAS_SIMULATOR
 #include "gentl/gentl_provider.h"
-#include "simulator/function_table.h"
+#include "simulator/producer_table.h"
 #endif
 #if ZEL_HAS_GIGE
 #include "gige/gige_provider.h"
@@ -34,7 +34,7 @@ std::vector<std::unique_ptr<core::TransportProvider>> Transports::loadDefaults()
 #if ZEL_HAS_SIMULATOR
     std::unique_ptr<core::TransportProvider> simulated;
     const ZelCamErr code =
-        gentl::GentlProvider::create(simulator::functionTable(), "simulator", true, &simulated);
+        gentl::GentlProvider::create(simulator::producerTable(), "simulator", true, &simulated);
     if (code == ZelErr::kOk) {
         providers.push_back(std::move(simulated));
     } else {

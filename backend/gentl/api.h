@@ -2,7 +2,7 @@
 #pragma once
 
 #include "base/log.h"
-#include "gentl/function_table.h"
+#include "gentl_abi/functions.h"
 
 #include <string>
 #include <utility>

@@ -16,6 +16,32 @@ constexpr std::uint64_t kNanosecondsPerSecond = 1'000'000'000;
 constexpr std::size_t kMaxChunks = 1024;
 constexpr std::uint32_t kMaxParts = 64;
 
+// All that is asked of a frame.
+constexpr std::array<std::int32_t, 20> kQuestions = {
+    kBufferInfoSizeFilled,
+    kBufferInfoDataSize,
+    kBufferInfoNewData,
+    kBufferInfoFrameId,
+    kBufferInfoTimestampNs,
+    kBufferInfoTimestamp,
+    kBufferInfoIsIncomplete,
+    kBufferInfoDataLargerThanBuffer,
+    kBufferInfoPayloadType,
+    kBufferInfoContainsChunkData,
+    kBufferInfoWidth,
+    kBufferInfoHeight,
+    kBufferInfoDeliveredImageHeight,
+    kBufferInfoXOffset,
+    kBufferInfoYOffset,
+    kBufferInfoXPadding,
+    kBufferInfoYPadding,
+    kBufferInfoImageOffset,
+    kBufferInfoPixelFormat,
+    kBufferInfoPixelFormatNamespace,
+};
+// No producer may answer this: a question with it was not looked at.
+constexpr Error kUntouched = 1;
+
 // Codes of the 32-bit convention; the old ones of GigE Vision are the same numbers. Others are not
 // told, and the camera's PixelFormat stands in.
 std::uint32_t pfnc(std::uint64_t format, std::optional<std::uint64_t> numbering)
@@ -42,6 +68,7 @@ std::uint64_t imageSize(const core::FrameInfo& frame)
 
 core::FrameInfo FrameReader::read(Handle buffer, const void* base, std::size_t size)
 {
+    answered_ = askAllAtOnce(buffer);
     core::FrameInfo frame;
     const std::uint64_t filled = number(buffer, kBufferInfoSizeFilled)
                                      .value_or(number(buffer, kBufferInfoDataSize).value_or(size));
@@ -72,11 +99,46 @@ core::FrameInfo FrameReader::read(Handle buffer, const void* base, std::size_t s
     return frame;
 }
 
-std::optional<std::uint64_t> FrameReader::number(Handle buffer, std::int32_t command) const
+// What a single question fails with is in its own result; the call's tells of the first such one.
+bool FrameReader::askAllAtOnce(Handle buffer)
 {
+    if (!stackImplemented_) {
+        return false;
+    }
+    std::array<std::array<unsigned char, sizeof(std::uint64_t)>, kQuestions.size()> values{};
+    std::array<BufferInfoStacked, kQuestions.size()> stack{};
+    for (std::size_t i = 0; i < stack.size(); ++i) {
+        stack[i] = {kQuestions[i], kTypeUnknown, values[i].data(), values[i].size(), kUntouched};
+    }
+    const Error code = api_.call<&FunctionTable::DSGetBufferInfoStacked>(
+        "DSGetBufferInfoStacked", stream_, buffer, stack.data(), stack.size());
+    stackImplemented_ = code != err::kNotImplemented &&
+                        std::none_of(stack.begin(), stack.end(), [](const BufferInfoStacked& each) {
+                            return each.result == kUntouched;
+                        });
+    for (std::size_t i = 0; i < stack.size() && stackImplemented_; ++i) {
+        answers_[static_cast<std::size_t>(kQuestions[i])] =
+            stack[i].result == err::kSuccess
+                ? decodeNumber(stack[i].type, values[i].data(), stack[i].size)
+                : std::nullopt;
+    }
+    return stackImplemented_;
+}
+
+std::optional<std::uint64_t> FrameReader::number(Handle buffer, std::int32_t command)
+{
+    if (answered_) {
+        return answers_[static_cast<std::size_t>(command)];
+    }
+    const std::uint32_t bit = 1U << static_cast<unsigned>(command);
+    if ((unimplemented_ & bit) != 0) {
+        return std::nullopt;
+    }
     return askNumber([&](std::int32_t* type, void* data, std::size_t* size) {
-        return api_.call<&FunctionTable::DSGetBufferInfo>("DSGetBufferInfo", stream_, buffer,
-                                                          command, type, data, size);
+        const Error code = api_.call<&FunctionTable::DSGetBufferInfo>(
+            "DSGetBufferInfo", stream_, buffer, command, type, data, size);
+        unimplemented_ |= code == err::kNotImplemented ? bit : 0;
+        return code;
     });
 }
 
@@ -89,7 +151,7 @@ std::optional<std::uint64_t> FrameReader::part(Handle buffer, std::uint32_t inde
     });
 }
 
-void FrameReader::readImage(Handle buffer, core::FrameInfo& frame) const
+void FrameReader::readImage(Handle buffer, core::FrameInfo& frame)
 {
     const auto ask = [&](std::int32_t command) { return number(buffer, command).value_or(0); };
     frame.width = ask(kBufferInfoWidth);
@@ -142,7 +204,7 @@ bool FrameReader::readFirstImagePart(Handle buffer, const void* base, std::size_
     return false;
 }
 
-std::uint64_t FrameReader::timestamp(Handle buffer) const
+std::uint64_t FrameReader::timestamp(Handle buffer)
 {
     if (const auto nanoseconds = number(buffer, kBufferInfoTimestampNs)) {
         return *nanoseconds;

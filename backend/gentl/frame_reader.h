@@ -4,7 +4,7 @@
 #include "core/transport.h"
 #include "gentl/api.h"
 
-#include <atomic>
+#include <array>
 #include <cstdint>
 #include <optional>
 
@@ -12,7 +12,8 @@ namespace gentl
 {
 
 /// Asks a stream about its buffers. Every answer is optional; what is missing stays 0, which means
-/// "as the camera's features say". Used by one thread.
+/// "as the camera's features say". One call per frame where the producer takes many questions at
+/// once; else one per question, and what it does not implement is asked once. Used by one thread.
 class FrameReader
 {
 public:
@@ -26,19 +27,26 @@ public:
     core::FrameInfo read(Handle buffer, const void* base, std::size_t size);
 
 private:
-    std::optional<std::uint64_t> number(Handle buffer, std::int32_t command) const;
+    static constexpr std::size_t kCommands = 32;
+
+    bool askAllAtOnce(Handle buffer);
+    std::optional<std::uint64_t> number(Handle buffer, std::int32_t command);
     std::optional<std::uint64_t> part(Handle buffer, std::uint32_t index,
                                       std::int32_t command) const;
-    void readImage(Handle buffer, core::FrameInfo& frame) const;
+    void readImage(Handle buffer, core::FrameInfo& frame);
     bool readFirstImagePart(Handle buffer, const void* base, std::size_t size,
                             core::FrameInfo& frame) const;
-    std::uint64_t timestamp(Handle buffer) const;
+    std::uint64_t timestamp(Handle buffer);
     void readChunks(Handle buffer, core::FrameInfo& frame);
 
     const Api& api_;
     const Handle stream_;
     const std::uint64_t tickFrequency_;
     bool chunksImplemented_ = true;
+    bool stackImplemented_ = true;
+    bool answered_ = false; ///< `answers_` holds all that can be known of the present buffer.
+    std::array<std::optional<std::uint64_t>, kCommands> answers_; ///< By command.
+    std::uint32_t unimplemented_ = 0;                             ///< A bit per command.
 };
 
 } // namespace gentl

@@ -4,7 +4,7 @@
 #include "core/transport.h"
 #include "gentl/event_pump.h"
 #include "gentl/info.h"
-#include "gentl/port.h"
+#include "gentl/module_port.h"
 
 #include <atomic>
 #include <functional>
@@ -46,8 +46,8 @@ private:
 
     const Api& api_;
     const Handle device_;
-    Port remotePort_;
-    Port devicePort_;
+    ModulePort remotePort_;
+    ModulePort devicePort_;
     std::uint64_t tickFrequency_ = 0;
 
     std::mutex sinkMutex_; ///< Guards sink_ against streams in trouble.

@@ -186,7 +186,7 @@ Error GentlInterface::ensureOpen()
         return code != err::kSuccess ? code : err::kError;
     }
     handle_ = handle;
-    port_ = std::make_unique<Port>(api_, handle);
+    port_ = std::make_unique<ModulePort>(api_, handle);
     ip_ = std::make_unique<IpFeatures>(*port_);
     return err::kSuccess;
 }

@@ -4,7 +4,7 @@
 #include "core/transport.h"
 #include "gentl/api.h"
 #include "gentl/ip_features.h"
-#include "gentl/port.h"
+#include "gentl/module_port.h"
 
 #include <atomic>
 #include <cstdint>
@@ -55,7 +55,7 @@ private:
     std::mutex descriptionMutex_;
     std::string description_;
     Handle handle_ = nullptr;
-    std::unique_ptr<Port> port_;
+    std::unique_ptr<ModulePort> port_;
     std::unique_ptr<IpFeatures> ip_;
     std::map<std::string, core::DeviceDescription> described_; ///< What was told last.
 };

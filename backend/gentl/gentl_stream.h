@@ -4,7 +4,7 @@
 #include "core/transport.h"
 #include "gentl/event_pump.h"
 #include "gentl/frame_reader.h"
-#include "gentl/port.h"
+#include "gentl/module_port.h"
 
 #include <atomic>
 #include <cstdint>
@@ -61,7 +61,7 @@ private:
     const Handle stream_;
     core::StreamSink* const sink_;
     const Suspicion suspicion_;
-    Port port_;
+    ModulePort port_;
     FrameReader reader_; ///< Of the pump's thread.
 
     std::mutex mutex_; ///< Guards the two maps; leaf.

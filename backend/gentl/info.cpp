@@ -87,7 +87,14 @@ std::optional<std::uint64_t> askNumber(const InfoQuestion& question)
     unsigned char data[sizeof(std::uint64_t)] = {};
     std::size_t size = sizeof data;
     std::int32_t type = kTypeUnknown;
-    if (question(&type, data, &size) != err::kSuccess || size == 0 || size > sizeof data) {
+    return question(&type, data, &size) == err::kSuccess ? decodeNumber(type, data, size)
+                                                         : std::nullopt;
+}
+
+std::optional<std::uint64_t> decodeNumber(std::int32_t type, const unsigned char* data,
+                                          std::size_t size)
+{
+    if (size == 0 || size > sizeof(std::uint64_t)) {
         return std::nullopt;
     }
     switch (type) {

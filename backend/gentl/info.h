@@ -24,6 +24,10 @@ std::optional<std::string> askText(const InfoQuestion& question);
 /// The answer as an unsigned number; signed ones are extended, so a cast gives them back.
 std::optional<std::uint64_t> askNumber(const InfoQuestion& question);
 
+/// What an information function wrote, as askNumber() gives it: `size` bytes (at most 8) of `type`.
+std::optional<std::uint64_t> decodeNumber(std::int32_t type, const unsigned char* data,
+                                          std::size_t size);
+
 /// The text of an id; nothing when it cannot be had. Not converted: ids go back as they came.
 std::optional<std::string> askId(const IdQuestion& question);
 

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "core/transport.h"
-#include "gentl/function_table.h"
+#include "gentl_abi/functions.h"
 
 #include <memory>
 #include <set>

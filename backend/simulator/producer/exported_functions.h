@@ -1,7 +1,7 @@
 // What a loadable producer exports.
 #pragma once
 
-#include "gentl/function_table.h"
+#include "gentl_abi/functions.h"
 
 namespace simulator::producer
 {

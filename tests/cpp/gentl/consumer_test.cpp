@@ -1,7 +1,7 @@
 // The GenTL consumer over producers that behave, and over those that answer less or otherwise.
 #include "gentl/port_url.h"
 #include "scripted_producer.h"
-#include "simulator/function_table.h"
+#include "simulator/producer_table.h"
 
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -22,7 +22,7 @@ using gentl::Error;
 using gentl::Handle;
 namespace err = gentl::err;
 
-const gentl::FunctionTable& real() { return simulator::functionTable(); }
+const gentl::FunctionTable& real() { return simulator::producerTable(); }
 
 template <class Value>
 Error answer(Value value, std::int32_t type, std::int32_t* infoType, void* data, std::size_t* size)
@@ -168,9 +168,13 @@ TEST(ConsumerTest, AnUnpluggedCameraEndsTheWaitAndComesBack)
 TEST(ConsumerTest, AProducerThatTellsNothingOptionalStillWorks)
 {
     gentl::FunctionTable table = sharedTable();
+    static std::atomic<int> questions{0};
+    questions = 0;
     table.DSGetBufferInfo = [](Handle, Handle, std::int32_t, std::int32_t*, void*, std::size_t*) {
+        ++questions;
         return err::kNotImplemented;
     };
+    table.DSGetBufferInfoStacked = nullptr;
     table.DSGetInfo = [](Handle, std::int32_t, std::int32_t*, void*, std::size_t*) {
         return err::kInvalidParameter;
     };
@@ -205,6 +209,56 @@ TEST(ConsumerTest, AProducerThatTellsNothingOptionalStillWorks)
     EXPECT_EQ(buffer->GetPixelFormat(), 0x01080001U);
     EXPECT_EQ(buffer->GetBufferSize(), 64U * 32U);
     EXPECT_NE(buffer->GetImage(), nullptr);
+    for (int i = 0; i < 5; ++i) {
+        ASSERT_NE(open.next(), nullptr);
+    }
+    EXPECT_LE(questions, 21) << "what is not implemented is asked once";
+}
+
+TEST(ConsumerTest, OneCallTellsAllOfAFrameAndTheSameAsManyCalls)
+{
+    static std::atomic<int> calls{0};
+    static std::atomic<int> singles{0};
+    gentl::FunctionTable table = sharedTable();
+    table.DSGetBufferInfoStacked = [](Handle stream, Handle buffer,
+                                      gentl::BufferInfoStacked* entries, std::size_t count) {
+        ++calls;
+        return real().DSGetBufferInfoStacked(stream, buffer, entries, count);
+    };
+    table.DSGetBufferInfo = [](Handle stream, Handle buffer, std::int32_t command,
+                               std::int32_t* type, void* data, std::size_t* size) {
+        ++singles;
+        return real().DSGetBufferInfo(stream, buffer, command, type, data, size);
+    };
+    const auto facts = [](const gentl::FunctionTable& functions) {
+        OpenDevice open(functions);
+        open.set("OffsetX", 16);
+        open.set("SimulatorIncompleteLines", 8);
+        open.set("SimulatorIncompleteFrames", 1);
+        open.start();
+        std::vector<std::uint64_t> result;
+        for (int i = 0; i < 3; ++i) {
+            ZelCam::Buffer* const buffer = open.next();
+            EXPECT_NE(buffer, nullptr);
+            const std::vector<std::uint64_t> more = {
+                buffer->GetFrameID(),
+                buffer->GetWidth(),
+                buffer->GetHeight(),
+                static_cast<std::uint64_t>(buffer->GetXOffset()),
+                buffer->GetBufferSize(),
+                buffer->GetPixelFormat(),
+                std::uint64_t{buffer->IsIncomplete()},
+                std::uint64_t{buffer->GetTimestamp() > 0}};
+            result.insert(result.end(), more.begin(), more.end());
+        }
+        return result;
+    };
+    const std::vector<std::uint64_t> atOnce = facts(table);
+    EXPECT_GE(calls, 3);
+    EXPECT_EQ(singles, 0);
+    table.DSGetBufferInfoStacked = nullptr;
+    EXPECT_EQ(facts(table), atOnce);
+    EXPECT_GT(singles, 3);
 }
 
 TEST(ConsumerTest, AControlOnlyProducerServesParameters)
@@ -365,6 +419,7 @@ TEST(ConsumerTest, TimestampsInTicksAndPartsOfABuffer)
             return real().DSGetBufferInfo(stream, buffer, command, type, data, size);
         }
     };
+    table.DSGetBufferInfoStacked = nullptr;
     table.DSGetNumBufferParts = [](Handle, Handle, std::uint32_t* parts) {
         *parts = 2;
         return err::kSuccess;

@@ -3,9 +3,9 @@
 // thousand calls are spoilt, ZELCAM_HOSTILE_INIT is what the initialisation answers instead of
 // beginning.
 #include "hostile_producer.h"
-#include "simulator/function_table.h"
 #include "simulator/producer/exported_functions.h"
 #include "simulator/producer/system_module.h"
+#include "simulator/producer_table.h"
 
 #include <cstdlib>
 
@@ -21,13 +21,13 @@ std::int64_t setting(const char* name, std::int64_t otherwise)
 gentl::Error initialise()
 {
     const auto code = static_cast<gentl::Error>(setting("ZELCAM_HOSTILE_INIT", 0));
-    return code != gentl::err::kSuccess ? code : simulator::functionTable().GCInitLib();
+    return code != gentl::err::kSuccess ? code : simulator::producerTable().GCInitLib();
 }
 
 gentl::FunctionTable makeTable()
 {
     simulator::producer::showCamerasWhenOff();
-    gentl::FunctionTable table = gentl_test::hostileTable(simulator::functionTable());
+    gentl::FunctionTable table = gentl_test::hostileTable(simulator::producerTable());
     table.GCInitLib = &initialise;
     gentl_test::setHostility(static_cast<std::uint32_t>(setting("ZELCAM_HOSTILE_RATE", 20)),
                              static_cast<std::uint64_t>(setting("ZELCAM_HOSTILE_SEED", 1)));

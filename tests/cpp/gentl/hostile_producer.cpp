@@ -62,6 +62,14 @@ void falsify(std::uint32_t* count)
     }
 }
 
+void falsify(gentl::BufferInfoStacked* question)
+{
+    question->result = oddCode();
+    question->type = static_cast<std::int32_t>(chance() % 20);
+    question->size = oneOf<std::size_t>({0, 1, 8, 9, ~std::size_t{0}});
+    question->data = nullptr;
+}
+
 template <class Argument> void invent(Argument /*argument*/) {}
 void invent(Handle* handle)
 {
@@ -221,6 +229,7 @@ gentl::FunctionTable hostileTable(const gentl::FunctionTable& honest)
     spoil<&FunctionTable::DSRevokeBuffer>(table);
     spoil<&FunctionTable::DSQueueBuffer>(table);
     spoil<&FunctionTable::DSGetBufferInfo>(table);
+    spoil<&FunctionTable::DSGetBufferInfoStacked>(table);
     spoil<&FunctionTable::GCGetNumPortURLs>(table);
     spoil<&FunctionTable::GCGetPortURLInfo>(table);
     spoil<&FunctionTable::DSGetBufferChunkData>(table);

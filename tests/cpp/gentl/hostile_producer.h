@@ -1,7 +1,7 @@
 // A producer that lies: the simulated one behind answers that are wrong now and then.
 #pragma once
 
-#include "gentl/function_table.h"
+#include "gentl_abi/functions.h"
 
 #include <cstdint>
 

@@ -2,7 +2,7 @@
 #include "scripted_producer.h"
 
 #include "gentl/gentl_provider.h"
-#include "simulator/function_table.h"
+#include "simulator/producer_table.h"
 
 #include <gtest/gtest.h>
 
@@ -23,7 +23,7 @@ constexpr std::uint64_t kPatienceMs = 10'000;
 Error shareSystem(Handle* system)
 {
     static Handle shared = nullptr;
-    static const Error code = simulator::functionTable().TLOpen(&shared);
+    static const Error code = simulator::producerTable().TLOpen(&shared);
     *system = shared;
     return code;
 }
@@ -34,7 +34,7 @@ Error shareInterface(Handle system, const char* id, Handle* interface)
     Handle& handle = shared[id];
     const Error code = handle != nullptr
                            ? gentl::err::kSuccess
-                           : simulator::functionTable().TLOpenInterface(system, id, &handle);
+                           : simulator::producerTable().TLOpenInterface(system, id, &handle);
     *interface = handle;
     return code;
 }
@@ -63,7 +63,7 @@ private:
 
 gentl::FunctionTable sharedTable()
 {
-    gentl::FunctionTable table = simulator::functionTable();
+    gentl::FunctionTable table = simulator::producerTable();
     table.TLOpen = shareSystem;
     table.TLOpenInterface = shareInterface;
     return table;

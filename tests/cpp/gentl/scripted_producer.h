@@ -2,7 +2,7 @@
 #pragma once
 
 #include "core/system_impl.h"
-#include "gentl/function_table.h"
+#include "gentl_abi/functions.h"
 #include "zel_camera_api.h"
 #include "zel_gen_param_api.h"
 

@@ -1,7 +1,7 @@
 // Registers by name, and the small cameras of the tests.
 #include "producer_harness.h"
 
-#include "simulator/function_table.h"
+#include "simulator/producer_table.h"
 
 #include <unistd.h>
 
@@ -144,7 +144,7 @@ Error Registers::writeReal(const std::string& name, double value) const
     return write(name, bits);
 }
 
-ProducerTest::ProducerTest() : f(simulator::functionTable()) {}
+ProducerTest::ProducerTest() : f(simulator::producerTable()) {}
 
 void ProducerTest::configure(const std::string& json)
 {

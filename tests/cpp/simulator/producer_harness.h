@@ -1,7 +1,7 @@
 // A strict foreign consumer: the producer's function table, small cameras, registers by name.
 #pragma once
 
-#include "gentl/function_table.h"
+#include "gentl_abi/functions.h"
 
 #include <gtest/gtest.h>
 

@@ -401,7 +401,7 @@ TEST_F(LoadedProducer, IsAProducerOfItsOwn)
     resolve("TLGetNumInterfaces", &loaded.TLGetNumInterfaces);
     resolve("DSGetBufferInfoStacked", &loaded.DSGetBufferInfoStacked);
     // It shows the 59 names and nothing of its inside.
-    EXPECT_EQ(dlsym(library_, "_ZN9simulator13functionTableEv"), nullptr);
+    EXPECT_EQ(dlsym(library_, "_ZN9simulator13producerTableEv"), nullptr);
     // The one inside this program is initialised; the file is another.
     ASSERT_EQ(loaded.GCInitLib(), err::kSuccess);
     EXPECT_EQ(loaded.GCInitLib(), err::kResourceInUse);

@@ -1,5 +1,5 @@
 // A port of a producer: registers and description of one module.
-#include "gentl/port.h"
+#include "gentl/module_port.h"
 
 #include "base/fork_guard.h"
 #include "gentl/info.h"
@@ -39,7 +39,7 @@ ZelCamErr readFile(const std::string& path, std::string* document)
 
 } // namespace
 
-ZelCamErr Port::description(std::string* document)
+ZelCamErr ModulePort::description(std::string* document)
 {
     ZelCamErr code = ZelErr::kGenTLNoData;
     for (const std::string& url : urls()) {
@@ -53,7 +53,7 @@ ZelCamErr Port::description(std::string* document)
     return code;
 }
 
-ZelCamErr Port::read(std::uint64_t address, void* data, std::size_t size)
+ZelCamErr ModulePort::read(std::uint64_t address, void* data, std::size_t size)
 {
     if (base::inForkedChild()) {
         return ZelErr::kGenTLInvalidHandle;
@@ -75,7 +75,7 @@ ZelCamErr Port::read(std::uint64_t address, void* data, std::size_t size)
     return ZelErr::kOk;
 }
 
-ZelCamErr Port::write(std::uint64_t address, const void* data, std::size_t size)
+ZelCamErr ModulePort::write(std::uint64_t address, const void* data, std::size_t size)
 {
     if (base::inForkedChild()) {
         return ZelErr::kGenTLInvalidHandle;
@@ -98,14 +98,14 @@ ZelCamErr Port::write(std::uint64_t address, const void* data, std::size_t size)
     return ZelErr::kOk;
 }
 
-ZelCamErr Port::probe()
+ZelCamErr ModulePort::probe()
 {
     unsigned char bytes[4];
     return read(probeAddress_, bytes, sizeof bytes);
 }
 
 // The list since 1.1; before that one text of several addresses, each ended by NUL.
-std::vector<std::string> Port::urls()
+std::vector<std::string> ModulePort::urls()
 {
     std::vector<std::string> result;
     std::uint32_t count = 0;
@@ -136,7 +136,7 @@ std::vector<std::string> Port::urls()
     return result;
 }
 
-ZelCamErr Port::load(const std::string& text, std::string* document)
+ZelCamErr ModulePort::load(const std::string& text, std::string* document)
 {
     const auto url = parsePortUrl(text);
     if (!url) {

@@ -13,10 +13,10 @@ namespace gentl
 
 /// Thread safe, as the producer's port functions are. The handle is borrowed and open for the life
 /// of the object.
-class Port final : public genapi::FeatureSource
+class ModulePort final : public genapi::FeatureSource
 {
 public:
-    Port(const Api& api, Handle handle) : api_(api), handle_(handle) {}
+    ModulePort(const Api& api, Handle handle) : api_(api), handle_(handle) {}
 
     /// The first description that can be had, in the producer's order. -1008 when the port names
     /// none, else the code of the last one that failed.

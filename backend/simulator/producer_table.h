@@ -1,7 +1,7 @@
 // The simulated cameras as a GenTL producer, reached without a file.
 #pragma once
 
-#include "gentl/function_table.h"
+#include "gentl_abi/functions.h"
 
 namespace simulator
 {
@@ -13,6 +13,6 @@ namespace simulator
 /// Every function may be called from any thread; an Update of a list must not run beside a reading
 /// of the same list. No function throws. After fork() the child starts anew with GCInitLib; handles
 /// of the parent answer -1006 there.
-const gentl::FunctionTable& functionTable();
+const gentl::FunctionTable& producerTable();
 
 } // namespace simulator
