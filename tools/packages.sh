@@ -2,12 +2,13 @@
 
 packages_build="ca-certificates cmake g++ ninja-build pkg-config python3 python3-dev python3-cxx-dev
     libaravis-dev libusb-1.0-0-dev libhwy-dev libxml2-dev zlib1g-dev nlohmann-json3-dev
-    libtiff-dev libpng-dev libjpeg62-turbo-dev libavformat-dev libavcodec-dev libavutil-dev"
+    libtiff-dev libpng-dev libjpeg62-turbo-dev libavformat-dev libavcodec-dev libavutil-dev
+    libcli11-dev libcpp-httplib-dev"
 
 packages_test="libgtest-dev python3-pytest python3-exceptiongroup python3-tomli
     python3-typing-extensions python3-numpy python3-pil python3-opencv
     ffmpeg aravis-tools iproute2 libtiff-tools pngcheck locales
-    python3-venv mypy patchelf binutils"
+    python3-venv mypy patchelf binutils chromium fonts-dejavu-core"
 
 packages_wheel="patchelf binutils"
 

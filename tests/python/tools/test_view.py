@@ -1,0 +1,286 @@
+"""`zelcam view`: the page's requests, hostile ones, and the page in a browser."""
+
+import http.client
+import json
+import pathlib
+import random
+import re
+import shutil
+import socket
+import struct
+import subprocess
+import time
+
+import pytest
+
+from conftest import interrupt, wait_for
+
+HEADER = {"X-Zelcam": "1"}
+
+
+class View:
+    """A running viewer."""
+
+    def __init__(self, process):
+        self.process = process
+        self.link = json.loads(process.stdout.readline())["link"]
+        self.host, port = re.search(r"//([^:/]+):(\d+)", self.link).groups()
+        self.port = int(port)
+        self.token = self.link.partition("?")[2]
+
+    def ask(self, path, body=None, headers=HEADER, method=None):
+        connection = http.client.HTTPConnection(self.host, self.port, timeout=20)
+        path += ("&" if "?" in path else "?") + self.token if self.token else ""
+        text = body if body is None or isinstance(body, (str, bytes)) else json.dumps(body)
+        connection.request(method or ("GET" if body is None else "POST"), path, text, headers)
+        answer = connection.getresponse()
+        data = answer.read()
+        connection.close()
+        return answer.status, answer.headers, data
+
+    def json(self, path, body=None, status=200):
+        got, _, data = self.ask(path, body)
+        assert got == status, data
+        return json.loads(data)
+
+    def memory(self):
+        """Resident KiB."""
+        text = pathlib.Path("/proc/%d/status" % self.process.pid).read_text()
+        return int(re.search(r"VmRSS:\s+(\d+)", text).group(1))
+
+
+@pytest.fixture
+def view(started):
+    def start(*arguments, **environment):
+        return View(started("view", "--port", "0", "--json", *arguments, **environment))
+
+    return start
+
+
+def test_pictures_are_new_and_what_was_asked_for(view):
+    page = view("-c", "10000002", "--set", "Width=640", "--set", "Height=480")
+    after, seen = 0, []
+    for _ in range(5):
+        status, headers, data = page.ask("/api/0/frame?after=%d" % after)
+        frame = json.loads(headers["X-Frame"])
+        assert status == 200 and data[:3] == b"\xff\xd8\xff" and frame["sequence"] > after
+        after = frame["sequence"]
+        seen.append(frame["id"])
+    assert seen == sorted(set(seen))
+    _, headers, data = page.ask("/api/0/frame?format=png&shrink=2")
+    assert struct.unpack(">II", data[16:24]) == (320, 240)
+    small = len(page.ask("/api/0/frame?quality=10")[2])
+    assert small < len(page.ask("/api/0/frame?quality=95")[2])
+    assert len(page.json("/api/0/pixel?x=5&y=7")["values"]) == 3
+    code, out, _ = interrupt(page.process)
+    assert code == 0 and json.loads(out.splitlines()[-1])["cameras"][0]["frames"] > 5
+
+
+def test_features_snapshots_movies_and_settings(view, tmp_path):
+    page = view("-c", "10000001", "--set", "Width=320", "--set", "Height=240")
+    names = {f["name"]: f for f in page.json("/api/0/features")["features"]}
+    assert names["ExposureTime"]["unit"] == "us"
+    assert page.json("/api/0/feature", {"name": "ExposureTime", "value": "2345"})["value"] == 2345
+    # Locked while frames come: the acquisition is stopped for a moment.
+    assert page.json("/api/0/feature", {"name": "Width", "value": "640"})["value"] == 640
+    assert wait_for(lambda: json.loads(page.ask("/api/0/frame")[1].get("X-Frame", "{}")).get("width") == 640)
+    assert "range" in page.json("/api/0/feature", {"name": "Width", "value": "7"}, 409)["error"]
+    assert page.json("/api/0/command", {"name": "TimestampLatch"})["done"] == "TimestampLatch"
+    saved = tmp_path / page.json("/api/0/snapshot", {})["file"]
+    assert saved.read_bytes()[:4] == b"\x89PNG"
+    movie = tmp_path / page.json("/api/0/record", {"running": True})["file"]
+    assert wait_for(lambda: page.json("/api/0/state")["record_frames"] > 5)
+    page.json("/api/0/record", {"running": False})
+    assert movie.stat().st_size > 1000 and movie.suffix == ".mkv"
+    settings = page.ask("/api/0/settings")[2]
+    page.json("/api/0/feature", {"name": "ExposureTime", "value": "777"})
+    page.json("/api/0/settings", settings.decode())
+    assert page.json("/api/0/feature?name=ExposureTime")["value"] == 2345
+    page.json("/api/0/settings", "no settings", 409)
+    assert page.json("/api/0/acquisition", {"running": False})["running"] is False
+    page.json("/api/0/acquisition", {"running": True})
+    assert page.ask("/api/0/frame")[0] == 200
+
+
+def test_an_unplugged_camera_comes_back(view):
+    page = view("-c", "10000001")
+    assert page.ask("/api/0/frame")[0] == 200
+    page.json("/api/0/feature", {"name": "SimulatorUnplugReturnTime", "value": "1000"})
+    page.ask("/api/0/command", {"name": "SimulatorUnplug"})
+    assert wait_for(lambda: page.json("/api/0/state")["message"])
+    assert wait_for(lambda: page.json("/api/0/state")["connected"] and not page.json("/api/0/state")["message"])
+    last = json.loads(page.ask("/api/0/frame")[1]["X-Frame"])["sequence"]
+    assert wait_for(lambda: page.ask("/api/0/frame?after=%d" % last)[0] == 200)
+
+
+def test_who_may_ask(view):
+    page = view("-c", "10000001")
+    assert page.ask("/api/cameras", headers={"Host": "evil.example:%d" % page.port})[0] == 403
+    assert page.ask("/api/0/snapshot", "{}", headers={})[0] == 403
+    assert page.ask("/api/cameras", headers={"Host": "localhost:%d" % page.port})[0] == 200
+    for path, status in (("/api/7/state", 404), ("/api/0/nothing", 404), ("/nothing", 404),
+                         ("/../../etc/passwd", 404), ("/api/0/frame?quality=0", 400),
+                         ("/api/0/frame?after=-1", 400), ("/api/0/pixel?x=99999999999", 400),
+                         ("/api/99999999999/state", 404)):
+        assert page.ask(path)[0] == status, path
+    for body in ("", "[]", "{", "null", '{"name": 1}', "[" * 5000, "x" * 70000):
+        assert page.ask("/api/0/feature", body)[0] == 400, body[:9]
+    interrupt(page.process)
+    page = view("-c", "10000001", "--address", "0.0.0.0")
+    page.host = "127.0.0.1"
+    assert page.token and page.ask("/api/cameras")[0] == 200
+    page.token = page.token[:-1] + ("0" if page.token[-1] != "0" else "1")
+    assert page.ask("/api/cameras")[0] == page.ask("/api/0/frame")[0] == 403
+
+
+def test_hostile_clients_hold_nobody_up(view):
+    """Fuzzed requests, a hundred connections, readers that stop: others get their frames."""
+    page = view("-c", "10000002")
+    page.ask("/api/0/frame")
+    random.seed(5)
+    good = b"GET /api/0/frame?after=0 HTTP/1.1\r\nHost: 127.0.0.1:%d\r\n\r\n" % page.port
+
+    def connect(data):
+        client = socket.create_connection((page.host, page.port), timeout=10)
+        client.sendall(data)
+        return client
+
+    def fuzz():
+        request = bytearray(good)
+        for _ in range(random.randrange(1, 12)):
+            request[random.randrange(len(request))] = random.randrange(256)
+        try:
+            connect(bytes(request)).close()
+        except OSError:
+            pass
+
+    for _ in range(200):
+        fuzz()
+    before = page.memory()
+    # They ask for large pictures and read nothing, or never end their request.
+    slow = [connect(good * 4 if i % 2 else good[:-2]) for i in range(100)]
+    ids = []
+    end = time.monotonic() + 4
+    while time.monotonic() < end:
+        ids.append(json.loads(page.ask("/api/0/frame")[1]["X-Frame"])["id"])
+    assert len(set(ids)) > 8
+    for client in slow:
+        client.close()
+    for _ in range(300):
+        fuzz()
+    assert page.ask("/api/0/frame")[0] == 200 and page.json("/api/0/state")["connected"]
+    assert page.memory() < before + 200 * 1024
+    assert interrupt(page.process)[0] == 0
+
+
+# --- in a browser -----------------------------------------------------------------------------
+
+
+class Browser:
+    """Chromium without a window, driven through its debugging socket."""
+
+    def __init__(self, process, port):
+        self.process, self.number = process, 0
+        assert wait_for(lambda: self.pages(port), 60)
+        path = self.pages(port)[0]["webSocketDebuggerUrl"].split(str(port), 1)[1]
+        self.socket = socket.create_connection(("127.0.0.1", port), timeout=60)
+        self.socket.sendall(("GET %s HTTP/1.1\r\nHost: 127.0.0.1:%d\r\nUpgrade: websocket\r\n"
+                             "Connection: Upgrade\r\nSec-WebSocket-Key: eHh4eHh4eHh4eHh4eHh4eA==\r\n"
+                             "Sec-WebSocket-Version: 13\r\n\r\n" % (path, port)).encode())
+        self.file = self.socket.makefile("rb")
+        while self.file.readline() not in (b"\r\n", b""):
+            pass
+
+    @staticmethod
+    def pages(port):
+        try:
+            connection = http.client.HTTPConnection("127.0.0.1", port, timeout=5)
+            connection.request("GET", "/json")
+            return [p for p in json.loads(connection.getresponse().read()) if p["type"] == "page"]
+        except (OSError, ValueError):
+            return []
+
+    def call(self, method, **parameters):
+        self.number += 1
+        text = json.dumps({"id": self.number, "method": method, "params": parameters}).encode()
+        self.socket.sendall(b"\x81\xff" + struct.pack(">Q", len(text)) + b"\0\0\0\0" + text)
+        while True:
+            answer = json.loads(self.message())
+            if answer.get("id") == self.number:
+                return answer["result"]
+
+    def message(self):
+        data, final = b"", False
+        while not final:
+            first, size = self.file.read(2)
+            final = bool(first & 0x80)
+            size &= 0x7F
+            if size > 125:
+                size = int.from_bytes(self.file.read(2 if size == 126 else 8), "big")
+            data += self.file.read(size)
+        return data
+
+    def run(self, script):
+        """The value of an expression on the page, awaited."""
+        result = self.call("Runtime.evaluate", expression=script, awaitPromise=True,
+                           returnByValue=True)
+        assert "exceptionDetails" not in result, result
+        return result["result"].get("value")
+
+    def screenshot(self, path):
+        import base64
+        path.write_bytes(base64.b64decode(self.call("Page.captureScreenshot")["data"]))
+
+
+@pytest.fixture
+def browser(tmp_path):
+    program = shutil.which("chromium")
+    if program is None:
+        pytest.skip("no chromium on this machine")
+    with socket.socket() as free:
+        free.bind(("127.0.0.1", 0))
+        port = free.getsockname()[1]
+    process = subprocess.Popen(
+        [program, "--headless=new", "--no-sandbox", "--disable-gpu", "--disable-dev-shm-usage",
+         "--no-first-run", "--user-data-dir=%s" % (tmp_path / "profile"), "--window-size=1400,900",
+         "--remote-debugging-port=%d" % port, "about:blank"],
+        stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+    yield Browser(process, port)
+    process.terminate()
+    process.wait(timeout=30)
+
+
+PIXELS = """(() => { const c = document.querySelector("figure canvas");
+  return [...c.getContext("2d").getImageData(c.width / 2 - 20, c.height / 2 - 20, 40, 40).data].join(); })()"""
+
+
+def test_the_page_in_a_browser(view, browser, tmp_path):
+    page = view("-c", "10000002", "-c", "10000001", "--set", "Width=640", "--set", "Height=480")
+    browser.call("Page.navigate", url=page.link)
+    browser.call("Emulation.setFocusEmulationEnabled", enabled=True)
+
+    def on_page(script, seconds=60):
+        assert wait_for(lambda: browser.run(script), seconds), script
+
+    on_page("typeof pictures !== 'undefined' && pictures.length == 2 && pictures.every((p) => p.drawn || p.rate)")
+    first = browser.run(PIXELS)
+    assert wait_for(lambda: browser.run(PIXELS) != first, 30), "the picture does not change"
+    on_page("features.length > 50 && !!document.querySelector('[data-name=ExposureTime] input')")
+    # A feature edited on the page changes in the camera.
+    browser.run("""(() => { const f = document.querySelector("[data-name=ExposureTime] input[type=number]");
+        f.value = "4321"; f.dispatchEvent(new Event("change")); })()""")
+    assert wait_for(lambda: page.json("/api/0/feature?name=ExposureTime")["value"] == 4321)
+    browser.run("byId('cross').click(); byId('marks').click(); byId('snapshot').click()")
+    assert wait_for(lambda: list(tmp_path.glob("10000002-*.png")))
+    on_page("byId('message').textContent.startsWith('saved')")
+    on_page("byId('counters').textContent.includes('frames per second')")
+    browser.run("pictures[0].figure.focus(); pictures[0].figure.dispatchEvent(new KeyboardEvent('keydown', {key: '+'}))")
+    assert browser.run("pictures[0].zoom") == 1.25
+    browser.screenshot(tmp_path / "page.png")
+    page.ask("/api/0/feature", {"name": "SimulatorUnplugReturnTime", "value": "3000"})
+    page.ask("/api/0/command", {"name": "SimulatorUnplug"})
+    on_page("pictures[0].figure.classList.contains('gone') && byId('message').className === 'bad'")
+    browser.screenshot(tmp_path / "gone.png")
+    on_page("byId('message').textContent === 'the camera is back'")
+    first = browser.run(PIXELS)
+    assert wait_for(lambda: browser.run(PIXELS) != first, 30), "the picture does not go on"

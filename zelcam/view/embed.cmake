@@ -1,0 +1,13 @@
+# Writes a C++ file that holds the FILES as constants: view::pageFiles().
+set(text "// Made by the build from zelcam/view/page.\n#include \"view/page_files.h\"\n\nnamespace view\n{\n\n")
+set(rows "")
+foreach(file ${FILES})
+    get_filename_component(name ${file} NAME)
+    string(MAKE_C_IDENTIFIER ${name} symbol)
+    file(READ ${file} content HEX)
+    string(REGEX REPLACE "(..)" "0x\\1," content "${content}")
+    string(APPEND text "static const unsigned char ${symbol}[] = {${content}0};\n")
+    string(APPEND rows "    {\"${name}\", reinterpret_cast<const char*>(${symbol}), sizeof ${symbol} - 1},\n")
+endforeach()
+string(APPEND text "\nconst std::vector<PageFile>& pageFiles()\n{\n    static const std::vector<PageFile> files = {\n${rows}    };\n    return files;\n}\n\n} // namespace view\n")
+file(WRITE ${OUTPUT} "${text}")
