@@ -235,6 +235,29 @@ def test_doctor_looks_at_cameras_producers_and_the_link(zelcam, tmp_path):
     assert re.search(r"[1-9]\d* frames in 2", link["found"])
 
 
+def test_served_cameras_are_found_and_grabbed_from(tmp_path):
+    """Over the network, in one of our own."""
+    own = ["unshare", "-n", "sh", "-c", 'ip link set lo up && exec "$@"', "sh"]
+    if subprocess.run(own + ["true"], stderr=subprocess.DEVNULL).returncode:
+        pytest.skip("no network of our own is permitted")
+    done = subprocess.run(own + ["sh", "-ec", """
+"$1" serve --address 127.0.0.2 --address 127.0.0.3 -t 100 >serve.txt &
+while ! grep -q Ctrl serve.txt; do sleep 0.1; done
+export ZELCAM_SIMULATOR=off ZELCAM_VISION=lo
+"$1" list --json
+"$1" grab -n 2 -o s-%d.png -c 127.0.0.3 --json
+"$1" set ExposureTime=1234 -c "$2" --json
+kill -INT $!
+wait $!
+""", "sh", str(PROGRAM), MONO], cwd=str(tmp_path), env=ENVIRONMENT, timeout=90,
+                          stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+    assert done.returncode == 0, done.stdout + done.stderr
+    listed, grabbed, written = map(json.loads, done.stdout.splitlines())
+    assert [c["address"] for c in listed["cameras"]] == ["127.0.0.2", "127.0.0.3"]
+    assert grabbed["ok"] and png_size(tmp_path / "s-1.png") == (2448, 2048)
+    assert written["values"] == {"ExposureTime": 1234.0}
+
+
 def test_the_program_describes_itself(zelcam):
     share = PROGRAM.parent.parent / "share"
     page = (share / "man" / "man1" / "zelcam.1").read_text()

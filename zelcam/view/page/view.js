@@ -128,7 +128,6 @@ class Picture {
       this.drawn = 0;
       this.since = now;
     }
-    this.figure.classList.remove("gone");
   }
 
   gone(text) {
@@ -361,7 +360,7 @@ function show(now, picture) {
   lost = Boolean(now.message);
   if (now.record_error) say(now.record_error, true);
   measure(picture);
-  const rows = { "frames per second": now.frames_per_second.toFixed(1), "frames": now.frames, "lost": now.lost, "incomplete": now.incomplete,
+  const rows = { "frames per second": now.frames_per_second.toFixed(1), "frames": now.frames, "skipped or lost": now.lost, "incomplete": now.incomplete,
     "shown per second": picture.rate.toFixed(1), "age in the viewer": picture.frame ? picture.frame.age_ms.toFixed(1) + " ms" : "",
     "focus": picture.focus === undefined ? "" : picture.focus.toFixed(1),
     "recorded frames": now.recording ? now.record_frames : "" };
