@@ -16,6 +16,9 @@ using common::Exit;
 using common::Failure;
 
 constexpr const char* kFooter =
+    "\nAll commands take -c CAMERA, --set NAME=VALUE, --timeout MS, --provider FILE, --json and "
+    "-v:\n"
+    "see `zelcam --help`.\n"
     "\nCameras are chosen by serial number, user name, address, display name, model, number in\n"
     "`zelcam list`, or a part of the name; without a choice the first real camera is taken, else "
     "the\n"
