@@ -2,6 +2,7 @@
 #include "gentl/loader.h"
 
 #include "base/log.h"
+#include "gentl/elf_check.h"
 #include "gentl/gentl_provider.h"
 
 #include <dlfcn.h>
@@ -41,6 +42,10 @@ ZelCamErr Loader::loadFile(const std::string& path, Providers* providers)
 {
     if (loaded_.count(path) != 0) {
         return ZelErr::kOk;
+    }
+    if (const std::string reason = whyNotLoadable(path); !reason.empty()) {
+        base::warn(base::LogChannel::GenTL, "%s is not loaded: %s", path.c_str(), reason.c_str());
+        return ZelErr::kFileRead;
     }
     void* const library = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (library == nullptr) {

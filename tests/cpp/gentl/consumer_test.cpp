@@ -209,8 +209,11 @@ TEST(ConsumerTest, AProducerThatTellsNothingOptionalStillWorks)
     EXPECT_EQ(buffer->GetPixelFormat(), 0x01080001U);
     EXPECT_EQ(buffer->GetBufferSize(), 64U * 32U);
     EXPECT_NE(buffer->GetImage(), nullptr);
+    EXPECT_EQ(open.stream().QueueBuffer(buffer), ZelErr::kOk);
     for (int i = 0; i < 5; ++i) {
-        ASSERT_NE(open.next(), nullptr);
+        ZelCam::Buffer* const next = open.next();
+        ASSERT_NE(next, nullptr);
+        EXPECT_EQ(open.stream().QueueBuffer(next), ZelErr::kOk);
     }
     EXPECT_LE(questions, 21) << "what is not implemented is asked once";
 }

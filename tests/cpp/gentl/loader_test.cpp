@@ -4,6 +4,7 @@
 #include "zel_gen_param_api.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -47,6 +48,30 @@ TEST_F(LoaderTest, WhatIsNoProducerIsRefusedWithACode)
     ASSERT_TRUE(fs::exists(other)) << other;
     EXPECT_EQ(loader.load(other.string(), &providers), ZelErr::kFileRead)
         << "a library without the functions";
+    EXPECT_EQ(loader.load(folder.string(), &providers), ZelErr::kFileRead);
+    EXPECT_TRUE(providers.empty());
+}
+
+TEST_F(LoaderTest, WhatWouldHangOrKillTheLoaderIsNotGivenToIt)
+{
+    gentl::Loader loader;
+    gentl::Providers providers;
+    const fs::path pipe = folder / "pipe.cti";
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    EXPECT_EQ(loader.load(pipe.string(), &providers), ZelErr::kFileRead);
+    EXPECT_EQ(loader.load("/dev/zero", &providers), ZelErr::kFileRead);
+    const std::string sparse = write("sparse.cti", "");
+    fs::resize_file(sparse, std::uintmax_t{1} << 40U);
+    EXPECT_EQ(loader.load(sparse, &providers), ZelErr::kFileRead);
+    // A copy that is under way.
+    const fs::path half = folder / "half.cti";
+    const std::uintmax_t whole = fs::file_size(producer);
+    for (const std::uintmax_t size : {std::uintmax_t{0}, std::uintmax_t{17}, std::uintmax_t{64},
+                                      std::uintmax_t{300}, std::uintmax_t{5000}, whole / 8}) {
+        fs::copy_file(producer, half, fs::copy_options::overwrite_existing);
+        fs::resize_file(half, size);
+        EXPECT_EQ(loader.load(half.string(), &providers), ZelErr::kFileRead) << size;
+    }
     EXPECT_EQ(loader.load(folder.string(), &providers), ZelErr::kFileRead);
     EXPECT_TRUE(providers.empty());
 }
