@@ -8,7 +8,7 @@ import sys
 
 from table import Table
 
-SECTIONS = ("frames", "parameters", "producers", "vision")
+SECTIONS = ("frames", "parameters", "producers", "usb3", "vision")
 
 
 def machine():

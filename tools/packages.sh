@@ -7,7 +7,7 @@ packages_build="ca-certificates cmake g++ ninja-build pkg-config python3 python3
 
 packages_test="libgtest-dev python3-pytest python3-exceptiongroup python3-tomli
     python3-typing-extensions python3-numpy python3-pil python3-opencv
-    ffmpeg aravis-tools iproute2 libtiff-tools pngcheck locales
+    umockdev ffmpeg aravis-tools iproute2 libtiff-tools pngcheck locales
     python3-venv mypy patchelf binutils chromium fonts-dejavu-core"
 
 packages_wheel="patchelf binutils"

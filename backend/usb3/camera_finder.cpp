@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <fstream>
 #include <set>
+#include <utility>
 
 namespace usb3
 {
@@ -70,11 +71,17 @@ void fillFromHandle(libusb_device_handle* handle, const libusb_device_descriptor
     camera->userDefinedName = stringOf(handle, strings.userName);
 }
 
+/// What the camera did not tell.
 void fillFromKernel(const UsbPlace& place, core::DeviceDescription* camera)
 {
-    camera->vendor = kernelText(place, "manufacturer");
-    camera->model = kernelText(place, "product");
-    camera->serialNumber = kernelText(place, "serial");
+    for (const auto& [text, name] :
+         {std::pair<std::string*, const char*>{&camera->vendor, "manufacturer"},
+          {&camera->model, "product"},
+          {&camera->serialNumber, "serial"}}) {
+        if (text->empty()) {
+            *text = kernelText(place, name);
+        }
+    }
 }
 
 FoundCamera describe(libusb_device* device, const UsbPlace& place,
@@ -91,8 +98,8 @@ FoundCamera describe(libusb_device* device, const UsbPlace& place,
         found.isComplete = true;
     } else {
         tellWhyClosed(place, result);
-        fillFromKernel(place, &camera);
     }
+    fillFromKernel(place, &camera);
     if (camera.vendor.empty()) {
         camera.vendor = "USB " + numbers(descriptor).substr(0, 4);
     }

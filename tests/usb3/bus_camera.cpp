@@ -147,16 +147,16 @@ void BusCamera::setUpRegisters()
     put(sirm, 0x14, std::uint32_t{36});
     Bytes eirm(0x0C);
     put(eirm, 0x04, std::uint32_t{1024});
-    // An older file stands first; it leads nowhere.
+    // An older file stands behind it, and before it when it is packed; it leads nowhere.
     const Bytes zip = zipOf(model_.xml());
     Bytes manifest(8 + 2 * 64);
     put(manifest, 0, std::uint64_t{2});
-    put(manifest, 8, std::uint32_t{0x01000000});
-    put(manifest, 8 + 8, std::uint64_t{0xDEAD0000});
-    put(manifest, 8 + 16, std::uint64_t{100});
-    put(manifest, 72, std::uint32_t{0x01020003});
-    put(manifest, 72 + 8, model_.xmlAddress());
-    put(manifest, 72 + 16, static_cast<std::uint64_t>(model_.xml().size()));
+    put(manifest, 8, std::uint32_t{0x01020003});
+    put(manifest, 8 + 8, model_.xmlAddress());
+    put(manifest, 8 + 16, static_cast<std::uint64_t>(model_.xml().size()));
+    put(manifest, 72, std::uint32_t{0x01000000});
+    put(manifest, 72 + 8, std::uint64_t{0xDEAD0000});
+    put(manifest, 72 + 16, std::uint64_t{100});
     registers_ = {{0, abrm},     {kSbrm, sbrm},         {kSirm, sirm},
                   {kEirm, eirm}, {kManifest, manifest}, {kZip, zip}};
 }
@@ -173,6 +173,7 @@ void BusCamera::set(const std::string& name, long value)
         put(registers_[kSirm], 0, static_cast<std::uint32_t>(value) << 24U);
     } else if (name == "zip") {
         Bytes& manifest = registers_[kManifest];
+        std::swap_ranges(manifest.begin() + 8, manifest.begin() + 72, manifest.begin() + 72);
         put(manifest, 72 + 4, std::uint32_t{1U << 10U});
         put(manifest, 72 + 8, kZip);
         put(manifest, 72 + 16, static_cast<std::uint64_t>(registers_[kZip].size()));

@@ -16,7 +16,9 @@ Interface endpointsOf(const libusb_interface_descriptor& descriptor)
 {
     Interface found;
     found.number = descriptor.bInterfaceNumber;
-    for (int i = 0; i < descriptor.bNumEndpoints; ++i) {
+    // libusb counts endpoints that a cut descriptor only promises.
+    const int count = descriptor.endpoint != nullptr ? descriptor.bNumEndpoints : 0;
+    for (int i = 0; i < count; ++i) {
         const libusb_endpoint_descriptor& endpoint = descriptor.endpoint[i];
         if ((endpoint.bmAttributes & LIBUSB_TRANSFER_TYPE_MASK) != LIBUSB_TRANSFER_TYPE_BULK) {
             continue;
@@ -56,9 +58,11 @@ bool readCameraDescriptor(const libusb_config_descriptor& configuration, CameraD
 {
     *camera = {};
     bool hasControl = false;
-    for (int i = 0; i < configuration.bNumInterfaces; ++i) {
+    const int count = configuration.interface != nullptr ? configuration.bNumInterfaces : 0;
+    for (int i = 0; i < count; ++i) {
         // What other settings a stream may have is for later standards.
-        if (configuration.interface[i].num_altsetting < 1) {
+        if (configuration.interface[i].num_altsetting < 1 ||
+            configuration.interface[i].altsetting == nullptr) {
             continue;
         }
         const libusb_interface_descriptor& descriptor = configuration.interface[i].altsetting[0];
@@ -70,8 +74,11 @@ bool readCameraDescriptor(const libusb_config_descriptor& configuration, CameraD
             found.out != 0) {
             hasControl = true;
             camera->control = found;
-            readCameraStrings(descriptor.extra, static_cast<std::size_t>(descriptor.extra_length),
-                              &camera->strings);
+            if (descriptor.extra != nullptr && descriptor.extra_length > 0) {
+                readCameraStrings(descriptor.extra,
+                                  static_cast<std::size_t>(descriptor.extra_length),
+                                  &camera->strings);
+            }
         } else if (descriptor.bInterfaceProtocol == kEvent && camera->event.in == 0) {
             camera->event = found;
         } else if (descriptor.bInterfaceProtocol == kStream && camera->stream.in == 0) {
