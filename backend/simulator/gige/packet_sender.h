@@ -27,7 +27,7 @@ public:
     void send(const SentFrame& frame, std::uint32_t first, std::uint32_t end, bool resent,
               const Endpoint& to);
 
-    static constexpr std::uint32_t kMostPackets = 64; ///< In one call of the system.
+    static constexpr std::size_t kMostPackets = 64; ///< In one call of the system.
 
 private:
     union Control {

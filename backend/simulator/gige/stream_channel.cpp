@@ -211,7 +211,7 @@ std::shared_ptr<const FrameMemory> StreamChannel::picture(const FramePlan& plan,
     if (repeated != 0 && repeated_.size() >= repeated) {
         const Repeated& again = repeated_[plan.frameId % repeated];
         *layout = again.layout;
-        layout->timestampNs = plan.startNs;
+        layout->timestampNs += plan.startNs - again.startNs;
         return again.memory;
     }
     auto memory = pool_.take(camera_.payloadSize());
@@ -221,7 +221,7 @@ std::shared_ptr<const FrameMemory> StreamChannel::picture(const FramePlan& plan,
         camera_.render(plan, memory->data(), memory->size(), layout);
     }
     if (repeated != 0 && layout->chunkLayoutId == 0) {
-        repeated_.push_back({memory, *layout});
+        repeated_.push_back({memory, *layout, plan.startNs});
     }
     return memory;
 }

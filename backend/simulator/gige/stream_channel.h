@@ -93,6 +93,7 @@ private:
     struct Repeated {
         std::shared_ptr<const FrameMemory> memory;
         FrameLayout layout;
+        std::uint64_t startNs; ///< Of its plan.
     };
     std::vector<Repeated> repeated_;
 
