@@ -480,7 +480,7 @@ std::int32_t NetworkSection::writePacketSize(std::uint32_t value)
     }
     const std::uint32_t size =
         std::clamp(value & wire::kPacketSizeMask, kSmallestPacket, kLargestPacket);
-    packetSize_->set(std::int64_t{size / kPacketStep * kPacketStep});
+    packetSize_->set(std::int64_t{size / kPacketStep} * kPacketStep);
     doNotFragment_->set(std::int64_t{(value & wire::kDoNotFragment) != 0});
     return gentl::err::kSuccess;
 }

@@ -1,4 +1,5 @@
 // The C functions of libZelCameraServe.
+#include "base/fork_guard.h"
 #include "base/ipv4.h"
 #include "simulator/gige/camera_server.h"
 #include "zel_camera_serve.h"
@@ -12,6 +13,7 @@
 struct ZelServe {
     explicit ZelServe(const simulator::gige::ServerOptions& options) : server(options) {}
     simulator::gige::CameraServer server;
+    base::ForkStamp made;
 };
 
 namespace
@@ -50,7 +52,13 @@ ZelServe* ZelServe_Start(const ZelServeOptions* options, char* error, uint32_t e
     }
 }
 
-void ZelServe_Stop(ZelServe* serve) { delete serve; }
+void ZelServe_Stop(ZelServe* serve)
+{
+    // The threads of a forked child's copy are the parent's, and cannot be waited for.
+    if (serve != nullptr && !serve->made.isInherited()) {
+        delete serve;
+    }
+}
 
 uint32_t ZelServe_GetCount(const ZelServe* serve)
 {

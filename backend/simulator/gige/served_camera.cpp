@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <new>
 #include <system_error>
 
 namespace simulator::gige
@@ -173,22 +174,30 @@ void ServedCamera::wake()
 void ServedCamera::run()
 {
     while (!ending_) {
-        wait();
-        const bool absent = backAt_ > Clock::now();
-        listen(unicast_);
-        for (std::size_t i = 0; i < broadcast_.size(); ++i) {
-            listen(broadcast_[i]);
+        try {
+            turn();
+        } catch (const std::bad_alloc&) { // what came in is lost; memory may come back
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
         }
-        control_.expire(Clock::now());
-        ControlChannel::Answer due;
-        while (control_.takeDue(Clock::now(), &due)) {
-            answer(due);
-        }
-        if (!absent) {
-            messages_->service(Clock::now());
-        }
-        workOff();
     }
+}
+
+void ServedCamera::turn()
+{
+    wait();
+    listen(unicast_);
+    for (std::size_t i = 0; i < broadcast_.size(); ++i) {
+        listen(broadcast_[i]);
+    }
+    control_.expire(Clock::now());
+    ControlChannel::Answer due;
+    while (control_.takeDue(Clock::now(), &due)) {
+        answer(due);
+    }
+    if (backAt_ <= Clock::now()) {
+        messages_->service(Clock::now());
+    }
+    workOff();
 }
 
 void ServedCamera::wait()

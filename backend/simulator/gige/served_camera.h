@@ -62,6 +62,7 @@ private:
     void openBroadcast(const HostAddress& host);
     bool moveTo(const IpConfig& ip);
     void run();
+    void turn();
     void wait();
     void listen(const ServerSocket& socket);
     void answer(const ControlChannel::Answer& answer);

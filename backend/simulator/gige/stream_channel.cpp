@@ -149,17 +149,21 @@ void StreamChannel::run()
             }
             due_ = false;
         }
-        const FramePlan plan = camera_.nextFrame();
-        if (!plan.expose) {
-            flushHeld(true);
-            waitForFrame();
-            continue;
-        }
+        FramePlan plan;
         try {
-            carry(plan);
+            plan = camera_.nextFrame();
+            if (plan.expose) {
+                carry(plan);
+            } else {
+                flushHeld(true);
+                waitForFrame();
+            }
         } catch (const std::bad_alloc&) { // the frame is lost
+            waitUntil(Clock::now() + kHeldStep);
         }
-        camera_.frameDone(plan);
+        if (plan.expose) {
+            camera_.frameDone(plan);
+        }
     }
 }
 
