@@ -1,7 +1,7 @@
 # Debian packages by purpose; sourced by ./run.
 
 packages_build="ca-certificates cmake g++ ninja-build pkg-config python3 python3-dev python3-cxx-dev
-    libaravis-dev libusb-1.0-0-dev libhwy-dev libxml2-dev zlib1g-dev nlohmann-json3-dev
+    libaravis-dev libusb-1.0-0-dev libhwy-dev libpugixml-dev zlib1g-dev nlohmann-json3-dev
     libtiff-dev libpng-dev libjpeg62-turbo-dev libavformat-dev libavcodec-dev libavutil-dev
     libcli11-dev libcpp-httplib-dev"
 

@@ -1,6 +1,8 @@
-// Texts that cross the boundary: always valid UTF-8, and pointers that stay good.
+// Texts that cross the boundary: valid UTF-8, numbers without a locale, pointers that stay good.
 #include "base/text.h"
 
+#include <array>
+#include <charconv>
 #include <mutex>
 #include <unordered_set>
 
@@ -59,6 +61,115 @@ std::string toUtf8(std::string_view text)
         ++position;
     }
     return result;
+}
+
+bool isValidUtf8(std::string_view text)
+{
+    for (std::size_t position = 0; position < text.size();) {
+        const std::size_t length = sequenceLength(text, position);
+        if (length == 0) {
+            return false;
+        }
+        position += length;
+    }
+    return true;
+}
+
+std::string toValidUtf8(std::string_view text)
+{
+    std::string valid;
+    valid.reserve(text.size());
+    for (std::size_t position = 0; position < text.size();) {
+        const std::size_t length = sequenceLength(text, position);
+        valid += length > 0 ? text.substr(position, length) : std::string_view("\xEF\xBF\xBD");
+        position += length > 0 ? length : 1;
+    }
+    return valid;
+}
+
+std::string_view trim(std::string_view text)
+{
+    constexpr std::string_view kBlank = " \t\r\n\v\f";
+    const std::size_t first = text.find_first_not_of(kBlank);
+    if (first == std::string_view::npos) {
+        return {};
+    }
+    return text.substr(first, text.find_last_not_of(kBlank) - first + 1);
+}
+
+std::optional<std::int64_t> parseInteger(std::string_view text)
+{
+    bool isNegative = false;
+    if (!text.empty() && (text[0] == '-' || text[0] == '+')) {
+        isNegative = text[0] == '-';
+        text.remove_prefix(1);
+    }
+    int base = 10;
+    if (text.size() > 2 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X')) {
+        base = 16;
+        text.remove_prefix(2);
+    }
+    std::uint64_t magnitude = 0;
+    const char* const end = text.data() + text.size();
+    const auto result = std::from_chars(text.data(), end, magnitude, base);
+    if (result.ec != std::errc() || result.ptr != end) {
+        return std::nullopt;
+    }
+    constexpr std::uint64_t kMinimum = std::uint64_t{1} << 63U;
+    const bool fits = isNegative ? magnitude <= kMinimum : base == 16 || magnitude < kMinimum;
+    if (!fits) {
+        return std::nullopt;
+    }
+    return static_cast<std::int64_t>(isNegative ? ~magnitude + 1 : magnitude);
+}
+
+std::optional<double> parseReal(std::string_view text)
+{
+    if (const auto integer = parseInteger(text)) {
+        return static_cast<double>(*integer);
+    }
+    if (!text.empty() && text[0] == '+') {
+        text.remove_prefix(1);
+    }
+    double value = 0.0;
+    const char* const end = text.data() + text.size();
+    const auto result = std::from_chars(text.data(), end, value);
+    if (result.ec != std::errc() || result.ptr != end) {
+        return std::nullopt;
+    }
+    return value;
+}
+
+std::string formatReal(double value)
+{
+    std::array<char, 32> digits{};
+    const auto end = std::to_chars(digits.begin(), digits.end(), value);
+    return std::string(digits.data(), end.ptr);
+}
+
+std::string escapeXml(std::string_view text)
+{
+    std::string escaped;
+    escaped.reserve(text.size());
+    for (const char c : text) {
+        switch (c) {
+        case '&':
+            escaped += "&amp;";
+            break;
+        case '<':
+            escaped += "&lt;";
+            break;
+        case '>':
+            escaped += "&gt;";
+            break;
+        case '"':
+            escaped += "&quot;";
+            break;
+        default:
+            escaped += c;
+        }
+    }
+    return escaped;
 }
 
 const char* intern(const std::string& text)

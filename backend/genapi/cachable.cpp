@@ -11,7 +11,7 @@ namespace genapi
 namespace
 {
 
-/// Nodes that reading looks at; each is visited once.
+/// Nodes that reading looks at; each is visited once. Recursion is as deep as evaluation's.
 class Walk
 {
 public:
@@ -22,49 +22,41 @@ public:
         if (std::find(visited_.begin(), visited_.end(), index) != visited_.end())
             return true;
         visited_.push_back(index);
-        const NodeDescription& node = description_.nodes[static_cast<std::size_t>(index)];
-        if (node.isPolled || node.overlaySlot >= 0 || node.kind == NodeKind::kCommand ||
-            (node.isRegister && !node.isCachable))
+        const Node& node = description_.at(index);
+        const bool isNever = node.isRegister && node.caching == 0;
+        if (node.isPolled || node.overlay >= 0 || node.kind == NodeKind::kCommand || isNever)
             return false;
-        if (node.parent >= 0 && !allows(node.parent))
-            return false;
-        return allowsAll(node.references) && std::all_of(node.entries.begin(), node.entries.end(),
-                                                         [this](const EntryDescription& entry) {
-                                                             return allowsEntry(entry.references);
-                                                         });
+        const auto links = description_.linksOf(node);
+        return std::all_of(links.begin(), links.end(),
+                           [this](const Link& link) { return allows(link); });
     }
 
 private:
-    bool allowsAll(const std::vector<Reference>& references)
+    bool allows(const Link& link)
     {
-        return std::all_of(references.begin(), references.end(), [this](const Reference& each) {
-            switch (each.kind) {
-            case ReferenceKind::kVariable:
-                return each.aspect == Aspect::kValue && allows(each.target);
-            case ReferenceKind::kValue:
-            case ReferenceKind::kValueIndexed:
-            case ReferenceKind::kIndex:
-            case ReferenceKind::kAddress:
-            case ReferenceKind::kLength:
-            case ReferenceKind::kImplemented:
-            case ReferenceKind::kAvailable:
-            case ReferenceKind::kPort:
-                return allows(each.target);
-            case ReferenceKind::kOther:
-                // An invalidator that has to be polled tells in vain that a value is old.
-                return !description_.nodes[static_cast<std::size_t>(each.target)].isPolled;
-            default:
-                return true;
-            }
-        });
-    }
-
-    /// Which of several entries of one value is meant depends on what is implemented.
-    bool allowsEntry(const std::vector<Reference>& conditions)
-    {
-        return std::all_of(conditions.begin(), conditions.end(), [this](const Reference& each) {
-            return each.kind != ReferenceKind::kImplemented || allows(each.target);
-        });
+        if (link.target < 0)
+            return true;
+        switch (link.kind) {
+        case LinkKind::kVariable:
+            return link.aspect == Aspect::kValue && allows(link.target);
+        case LinkKind::kIndex:
+            return allows(link.target) && (link.extra < 0 || allows(link.extra));
+        case LinkKind::kValue:
+        case LinkKind::kValueIndexed:
+        case LinkKind::kValueDefault:
+        case LinkKind::kAddress:
+        case LinkKind::kLength:
+        case LinkKind::kImplemented:
+        case LinkKind::kAvailable:
+        case LinkKind::kEntry:
+        case LinkKind::kPort:
+            return allows(link.target);
+        case LinkKind::kInvalidator:
+            // One that has to be polled tells in vain that a value is old.
+            return !description_.at(link.target).isPolled;
+        default:
+            return true;
+        }
     }
 
     const Description& description_;

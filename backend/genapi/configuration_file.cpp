@@ -1,5 +1,6 @@
 #include "genapi/configuration_file.h"
 
+#include "base/log.h"
 #include "genapi/configuration_text.h"
 #include "genapi/kept_value.h"
 #include "genapi/param_array.h"
@@ -27,22 +28,33 @@ ZelCamErr readConfiguration(const char* file, ConfigurationText* configuration)
     const ZelCamErr result = readWholeFile(file, kMaxFileSize, &text);
     if (result != ZelErr::kOk)
         return result;
-    return parseConfiguration(text, configuration) ? ZelErr::kOk : ZelErr::kWrongConfiguration;
+    std::size_t place = 0;
+    if (parseConfiguration(text, configuration, &place))
+        return ZelErr::kOk;
+    base::log(base::LogChannel::GenApi, "%s:%zu: no line of a settings file: %d", file, place,
+              ZelErr::kWrongConfiguration);
+    return ZelErr::kWrongConfiguration;
 }
 
 /// Turns lines into settings of the attached device.
 class LineReader
 {
 public:
-    explicit LineReader(ParamArrayState& state) : state_(state), walk_(state) {}
+    LineReader(ParamArrayState& state, const char* file) : state_(state), walk_(state), file_(file)
+    {
+    }
 
-    /// False when a line does not fit the device.
+    /// False when a line does not fit the device; the log says which.
     bool read(const std::vector<ConfigurationLine>& lines, std::vector<Setting>* settings)
     {
         for (const ConfigurationLine& line : lines) {
             Setting setting;
-            if (!readLine(line, &setting))
+            setting.line = line.number;
+            if (!readLine(line, &setting)) {
+                base::log(base::LogChannel::GenApi, "%s:%zu: %s does not fit this device: %d",
+                          file_, line.number, line.name.c_str(), ZelErr::kWrongConfiguration);
                 return false;
+            }
             // Where a line comes twice the later one counts, as when lines are run one by one.
             if (walk_.isSelector(setting.slot))
                 selected_[setting.slot] = setting.value;
@@ -50,7 +62,7 @@ public:
             if (isNew)
                 settings->push_back(std::move(setting));
             else
-                (*settings)[known->second].value = setting.value;
+                (*settings)[known->second] = setting;
         }
         return true;
     }
@@ -58,7 +70,7 @@ public:
 private:
     static std::string keyOf(const Setting& setting)
     {
-        std::string key = ParamArrayState::featureOf(*setting.slot).node().name;
+        std::string key(ParamArrayState::featureOf(*setting.slot).node().name);
         for (const auto& [selector, value] : setting.selection)
             key += "\t" + textOf(value);
         return key;
@@ -103,6 +115,7 @@ private:
 
     ParamArrayState& state_;
     SettingWalk walk_;
+    const char* const file_;
     std::unordered_map<Slot*, FeatureValue> selected_;
     std::unordered_map<std::string, std::size_t> lines_; ///< Position in the settings.
 };
@@ -152,10 +165,17 @@ ZelCamErr loadConfiguration(ParamArray& array, const char* file)
     // The values that would be put back are those that the camera has now.
     ChangeCount::advance();
     std::vector<Setting> settings;
-    LineReader reader(state);
+    LineReader reader(state, file);
     if (!reader.read(configuration.lines, &settings))
         return ZelErr::kWrongConfiguration;
-    return SettingWriter(state).write(settings);
+    SettingWriter writer(state);
+    const ZelCamErr result = writer.write(settings);
+    const Setting* const refused = writer.refused();
+    if (refused != nullptr)
+        base::log(base::LogChannel::GenApi, "%s:%zu: %s refused %s: %d", file, refused->line,
+                  std::string(ParamArrayState::featureOf(*refused->slot).node().name).c_str(),
+                  textOf(refused->value).c_str(), result);
+    return result;
 }
 
 ZelCamErr readConfigurationIdentity(const char* file, DeviceIdentity* identity)

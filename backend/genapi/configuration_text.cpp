@@ -128,8 +128,9 @@ std::string onOneLine(std::string text)
 
 } // namespace
 
-bool parseConfiguration(std::string_view text, ConfigurationText* configuration)
+bool parseConfiguration(std::string_view text, ConfigurationText* configuration, std::size_t* place)
 {
+    *place = 0;
     if (startsWith(text, kByteOrderMark))
         text.remove_prefix(kByteOrderMark.size());
     if (text.find('\0') != std::string_view::npos)
@@ -137,7 +138,8 @@ bool parseConfiguration(std::string_view text, ConfigurationText* configuration)
     bool isFirst = true;
     bool hasFormat = false;
     while (!text.empty()) {
-        std::size_t length = text.find('\n');
+        ++*place;
+        const std::size_t length = text.find('\n');
         std::string_view current = text.substr(0, length);
         text.remove_prefix(length == std::string_view::npos ? text.size() : length + 1);
         if (!current.empty() && current.back() == '\r')
@@ -155,6 +157,7 @@ bool parseConfiguration(std::string_view text, ConfigurationText* configuration)
         ConfigurationLine line;
         if (!hasFormat || !parseLine(current, &line))
             return false;
+        line.number = *place;
         configuration->lines.push_back(std::move(line));
     }
     return hasFormat;

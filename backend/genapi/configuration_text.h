@@ -3,6 +3,7 @@
 
 #include "genapi/configuration_file.h"
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -13,6 +14,7 @@ namespace genapi
 
 /// One line: a feature, the selector entries that it belongs to (outermost first), its value.
 struct ConfigurationLine {
+    std::size_t number = 0; ///< In the file, from 1; 0: made here.
     std::string name;
     std::vector<std::pair<std::string, std::string>> selectors;
     std::string value;
@@ -23,9 +25,11 @@ struct ConfigurationText {
     std::vector<ConfigurationLine> lines;
 };
 
-/// False for what is not a configuration file. Line ends may be CR LF, comment lines may be
+/// False for what is not a configuration file, with the number of the first line that is none in
+/// `place`. Line ends may be CR LF, comment lines may be
 /// anything, a byte order mark is skipped.
-bool parseConfiguration(std::string_view text, ConfigurationText* configuration);
+bool parseConfiguration(std::string_view text, ConfigurationText* configuration,
+                        std::size_t* place);
 
 std::string formatConfiguration(const ConfigurationText& configuration);
 

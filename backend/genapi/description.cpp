@@ -1,18 +1,42 @@
 #include "genapi/description.h"
 
-#include <cstdlib>
-#include <limits>
-
 namespace genapi
 {
 
-std::int32_t NodeDescription::target(ReferenceKind wanted) const
+AccessMode combine(AccessMode left, AccessMode right)
 {
-    for (const Reference& reference : references) {
-        if (reference.kind == wanted)
-            return reference.target;
+    if (left == AccessMode::kAll || left == right)
+        return right;
+    if (right == AccessMode::kAll)
+        return left;
+    if (left == AccessMode::kNotImplemented || right == AccessMode::kNotImplemented)
+        return AccessMode::kNotImplemented;
+    return AccessMode::kNotAvailable;
+}
+
+Link* Description::find(const Node& node, LinkKind kind)
+{
+    for (Link& link : linksOf(node)) {
+        if (link.kind == kind)
+            return &link;
     }
-    return -1;
+    return nullptr;
+}
+
+std::int32_t Description::target(const Node& node, LinkKind kind) const
+{
+    const Link* const link = find(node, kind);
+    return link != nullptr ? link->target : -1;
+}
+
+std::vector<std::int32_t> Description::entriesOf(const Node& node) const
+{
+    std::vector<std::int32_t> entries;
+    for (const Link& link : linksOf(node)) {
+        if (link.kind == LinkKind::kEntry)
+            entries.push_back(link.target);
+    }
+    return entries;
 }
 
 bool isIntegerKind(NodeKind kind)
@@ -43,22 +67,17 @@ bool isFloatKind(NodeKind kind)
     }
 }
 
-IntegerLimits integerLimits(const NodeDescription& node)
+bool isFormulaKind(NodeKind kind)
 {
-    constexpr IntegerLimits kAll = {std::numeric_limits<std::int64_t>::min(),
-                                    std::numeric_limits<std::int64_t>::max()};
-    std::int64_t bits = 0;
-    if (node.kind == NodeKind::kIntReg)
-        bits = node.length * 8;
-    else if (node.kind == NodeKind::kMaskedIntReg || node.kind == NodeKind::kStructEntry)
-        bits = std::abs(node.highBit - node.lowBit) + 1;
-    if (bits <= 0 || bits > 64)
-        return kAll;
-    if (bits == 64)
-        return node.isSigned ? kAll : IntegerLimits{0, kAll.max};
-    if (node.isSigned)
-        return {-(std::int64_t{1} << (bits - 1)), (std::int64_t{1} << (bits - 1)) - 1};
-    return {0, bits == 63 ? kAll.max : (std::int64_t{1} << bits) - 1};
+    switch (kind) {
+    case NodeKind::kIntSwissKnife:
+    case NodeKind::kSwissKnife:
+    case NodeKind::kIntConverter:
+    case NodeKind::kConverter:
+        return true;
+    default:
+        return false;
+    }
 }
 
 } // namespace genapi

@@ -1,8 +1,9 @@
-// The model of a GenICam description: what the nodes say, with references resolved to indices.
+// The model of a GenICam description: nodes, and the links between them, in flat arrays.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
-#include <optional>
+#include <deque>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -13,7 +14,7 @@ namespace genapi
 
 /// Element names that make a node.
 enum class NodeKind : std::uint8_t {
-    kUnsupported, ///< A node of a kind without a value for us, for example Register or DcamLock.
+    kOther, ///< A node without a value for us: Node, ConfRom, IntKey, StructReg itself ...
     kCategory,
     kInteger,
     kIntReg,
@@ -27,133 +28,191 @@ enum class NodeKind : std::uint8_t {
     kConverter,
     kString,
     kStringReg,
+    kRegister,
     kBoolean,
     kCommand,
     kEnumeration,
+    kEnumEntry,
     kPort,
 };
 
-/// Why a node names another one.
-enum class ReferenceKind : std::uint8_t {
-    kValue,
+/// What an element says about its node: a reference to another node, or a value of its own.
+enum class LinkKind : std::uint8_t {
+    kValue, ///< Value or pValue.
     kValueCopy,
-    kValueIndexed,
-    kIndex,
-    kAddress,
+    kValueIndexed, ///< ValueIndexed or pValueIndexed; `extra` is the index.
+    kValueDefault,
+    kIndex,   ///< pIndex; of registers `extra` is pOffset's node, the number is Offset.
+    kAddress, ///< Address, pAddress, or a formula inside the register.
     kLength,
-    kVariable,
+    kVariable,   ///< pVariable; `text` is its name.
+    kConstant,   ///< `text` is its name, the number its value.
+    kExpression, ///< `text` is its name, the text after it the formula.
+    kFormula,    ///< Formula or FormulaFrom: what reading computes; `text` is the formula.
+    kFormulaTo,  ///< What writing computes.
     kMin,
     kMax,
     kIncrement,
+    kValidValue,
+    kNumericValue, ///< Of an entry: what its enumeration is as a float.
     kCommandValue,
+    kOnValue,
+    kOffValue,
     kImplemented,
     kAvailable,
     kLocked,
+    kError,
     kPort,
+    kChunkId,
     kFeature,
     kSelected,
-    kOther, ///< Must exist, means nothing to us: pInvalidator, pError, pAlias ...
+    kEntry,
+    kInvalidator,
+    kOther, ///< Must exist, means nothing to us: pAlias, pCastAlias ...
 };
 
-/// What of the target is asked for; only variables ask for anything but the value.
-enum class Aspect : std::uint8_t { kValue, kMin, kMax, kIncrement, kEntry };
+/// What of the target a variable asks for.
+enum class Aspect : std::uint8_t {
+    kValue,
+    kMin,
+    kMax,
+    kIncrement,
+    kAccessMode,
+    kVisibility,
+    kCachingMode,
+    kEntry, ///< `extra` is the node of the entry.
+};
 
-struct Reference {
-    ReferenceKind kind = ReferenceKind::kOther;
-    std::int32_t target = -1; ///< Index into Description::nodes.
+enum class Slope : std::uint8_t { kAutomatic, kIncreasing, kDecreasing, kVarying };
+
+/// In the order of the numbers that formulas see.
+enum class AccessMode : std::uint8_t {
+    kNotImplemented,
+    kNotAvailable,
+    kWriteOnly,
+    kReadOnly,
+    kAll
+};
+
+constexpr bool isReadable(AccessMode mode) { return mode >= AccessMode::kReadOnly; }
+constexpr bool isWritable(AccessMode mode)
+{
+    return mode == AccessMode::kWriteOnly || mode == AccessMode::kAll;
+}
+constexpr bool isAvailable(AccessMode mode) { return mode > AccessMode::kNotAvailable; }
+
+/// The mode of a node that two conditions apply to.
+AccessMode combine(AccessMode left, AccessMode right);
+
+struct Link {
+    LinkKind kind = LinkKind::kOther;
     Aspect aspect = Aspect::kValue;
-};
-
-/// Access modes as a set of bits.
-constexpr unsigned kReadable = 1;
-constexpr unsigned kWritable = 2;
-
-/// A number of the description, both ways: integers beyond 2^53 keep their value.
-struct Number {
+    bool hasNumber = false;
+    std::int32_t target = -1; ///< Index into Description::nodes; -1: a value of its own.
+    std::int32_t extra = -1;
+    std::int32_t text = -1; ///< Index into Description::texts.
+    /// The value both ways: integers beyond 2^53 keep theirs. Writing a node without registers
+    /// changes it.
     std::int64_t integer = 0;
     double real = 0.0;
 };
 
-struct EntryDescription {
-    std::string symbol;
-    std::string displayName;
-    std::string toolTip;
-    std::string text;
-    std::int64_t value = 0;
-    std::int32_t visibility = 0;
-    std::vector<Reference> references; ///< Conditions only.
-};
-
-struct NodeDescription {
-    std::string name; ///< Empty for a formula written inside a register.
-    NodeKind kind = NodeKind::kUnsupported;
-    std::int32_t parent = -1; ///< StructEntry: the index of its StructReg.
-    std::int32_t visibility = 0;
-    unsigned accessMode = 0; ///< Of registers; 0: not given.
-    unsigned imposedAccess = kReadable | kWritable;
+struct Node {
+    std::string_view name; ///< Empty for a formula written inside a register.
+    std::string_view displayName;
+    std::string_view toolTip;
+    std::string_view text;
+    std::string_view unit;
+    std::uint32_t firstLink = 0;
+    std::uint32_t linkCount = 0;
+    std::int32_t cell = -1;    ///< Nodes with one cell share what was read: entries of a StructReg.
+    std::int32_t overlay = -1; ///< Port: index into Description::overlays; -1: the device.
+    std::int64_t length = 0;   ///< Bytes of a register; 0: given by a link.
+    NodeKind kind = NodeKind::kOther;
+    AccessMode accessMode = AccessMode::kReadOnly; ///< Of registers.
+    AccessMode imposedAccess = AccessMode::kAll;
+    Slope slope = Slope::kAutomatic;
+    std::uint8_t visibility = 0;
+    std::uint8_t caching = 1; ///< 0 NoCache, 1 WriteThrough, 2 WriteAround.
+    std::uint8_t lowBit = 0;  ///< Of masked registers, as written; the order varies.
+    std::uint8_t highBit = 0;
     bool isRegister = false;
     bool isStreamable = false;
-    bool isCachable = true;
     bool isPolled = false;
     bool isSelfClearing = true;
     bool isSigned = false;
+    bool isBigEndian = false;
     bool isFeature = false; ///< Reachable from the root category.
-    std::string displayName;
-    std::string toolTip;
-    std::string text;
-    std::string unit;
-    std::optional<Number> min;
-    std::optional<Number> max;
-    std::optional<Number> increment;
-    std::vector<Number> validValues; ///< Empty: all in the range.
-    std::optional<Number> commandValue;
-    Number onValue{1, 1.0};
-    Number offValue{0, 0.0};
-    std::int64_t length = 0; ///< Bytes of a register; 0: given by another node.
-    std::int64_t lowBit = 0; ///< Bits of a masked register as written; the order varies.
-    std::int64_t highBit = 0;
-    std::int32_t overlaySlot = -1; ///< Port: index into Description::overlays; -1: the device.
-    std::vector<Reference> references;
-    std::vector<EntryDescription> entries;
-
-    /// First target of this kind, or -1.
-    std::int32_t target(ReferenceKind wanted) const;
+    bool hasVisibility = false;
+    bool mayKeep = false; ///< A register whose bytes hold until something is written.
 };
 
 /// A port that shows the bytes of an event or of a chunk instead of the device's registers.
 struct Overlay {
     bool isEvent = false; ///< Else a chunk.
+    bool hasId = false;   ///< False where the id is no number of 64 bits: nothing fits it.
     std::uint64_t id = 0;
+    std::int32_t idNode = -1; ///< A node that holds the id.
 };
 
-/// Everything that one description says. Immutable once made.
-struct Description {
-    std::vector<NodeDescription> nodes;
-    std::unordered_map<std::string_view, std::int32_t> byName; ///< Views of the nodes' names.
+/// Everything that one description says. Structure and names never change once made.
+class Description
+{
+public:
+    /// A range of links for loops.
+    template <class Each> struct Range {
+        Each* first;
+        Each* last;
+        Each* begin() const { return first; }
+        Each* end() const { return last; }
+    };
+
+    Description() = default;
+    Description(Description&&) = default;
+    Description& operator=(Description&&) = default;
+    Description(const Description&) = delete;
+    Description& operator=(const Description&) = delete;
+
+    const Node& at(std::int32_t node) const { return nodes[static_cast<std::size_t>(node)]; }
+    Node& at(std::int32_t node) { return nodes[static_cast<std::size_t>(node)]; }
+    Range<Link> linksOf(const Node& node)
+    {
+        Link* const first = links.data() + node.firstLink;
+        return {first, first + node.linkCount};
+    }
+    Range<const Link> linksOf(const Node& node) const
+    {
+        const Link* const first = links.data() + node.firstLink;
+        return {first, first + node.linkCount};
+    }
+    /// The first link of a kind, or null.
+    Link* find(const Node& node, LinkKind kind);
+    const Link* find(const Node& node, LinkKind kind) const
+    {
+        return const_cast<Description*>(this)->find(node, kind);
+    }
+    /// Target of the first link of a kind; -1 without one.
+    std::int32_t target(const Node& node, LinkKind kind) const;
+    /// Nodes of the entries of an enumeration, in order.
+    std::vector<std::int32_t> entriesOf(const Node& node) const;
+
+    std::vector<Node> nodes;
+    std::vector<Link> links;
+    std::vector<std::string_view> texts;
+    std::unordered_map<std::string_view, std::int32_t> byName;
     std::vector<Overlay> overlays;
     std::int32_t root = -1;       ///< The category "Root".
     bool marksStreamable = false; ///< Some node says whether it is streamable.
-    bool isOldSchema = false;     ///< Below 1.1: byte order rules of old GigE Vision cameras.
-    std::string evaluated;        ///< The same as plain XML for ArvGc, reduced to what has a value.
+    bool isOldSchema = false;     ///< Below 1.1.
+
+    /// What the views of texts and names point into.
+    std::vector<char> document;
+    std::deque<std::string> joined;
 };
-
-/// Names of nodes that exist only in Description::evaluated begin like this.
-constexpr std::string_view kAddedNodePrefix = "_Zel";
-
-/// Addresses from here on belong to overlays: base + slot * span + address of the port.
-constexpr std::uint64_t kOverlayBase = std::uint64_t{1} << 62;
-constexpr unsigned kOverlayShift = 40;
 
 /// Kinds whose value is a whole number, enumerations and booleans left out.
 bool isIntegerKind(NodeKind kind);
 bool isFloatKind(NodeKind kind);
-
-struct IntegerLimits {
-    std::int64_t min;
-    std::int64_t max;
-};
-
-/// What a node can hold by itself: registers by their length, bits and sign, others 64 bits.
-IntegerLimits integerLimits(const NodeDescription& node);
+bool isFormulaKind(NodeKind kind);
 
 } // namespace genapi

@@ -1,16 +1,13 @@
 #include "genapi/description_parser.h"
 
-#include "genapi/description_check.h"
-#include "genapi/description_writer.h"
+#include "base/text.h"
 #include "genapi/node_reader.h"
-#include "genapi/utf8.h"
-#include "genapi/xml_element.h"
+#include "genapi/reference_check.h"
 #include "genapi/zip_reader.h"
 
-#include <libxml/parser.h>
+#include <pugixml.hpp>
 
-#include <memory>
-#include <mutex>
+#include <algorithm>
 
 namespace genapi
 {
@@ -18,76 +15,82 @@ namespace genapi
 namespace
 {
 
-struct DocumentDeleter {
-    void operator()(xmlDoc* document) const { xmlFreeDoc(document); }
-};
-using Document = std::unique_ptr<xmlDoc, DocumentDeleter>;
+constexpr unsigned kParse = pugi::parse_cdata | pugi::parse_escapes | pugi::parse_eol;
 
-Document readXml(const std::string& text)
+/// The text alone: cameras save what a program said before, and register memory behind the document
+/// reads as zeros.
+std::string_view withoutPadding(std::string_view text)
 {
-    static std::once_flag once;
-    std::call_once(once, [] { xmlInitParser(); });
-    return Document(xmlReadMemory(text.data(), static_cast<int>(text.size()), nullptr, nullptr,
-                                  XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING |
-                                      XML_PARSE_NOCDATA | XML_PARSE_COMPACT));
+    const std::size_t first = text.find('<');
+    const std::size_t last = text.find_last_not_of(std::string_view("\0 \t\r\n", 5));
+    if (first == std::string_view::npos || last < first)
+        return {};
+    return text.substr(first, last - first + 1);
 }
 
-/// Register memory behind the document reads as zeros.
-void dropPadding(std::string* text)
+ZelCamErr readText(const std::string& document, std::string* text, std::string* why)
 {
-    const std::size_t last = text->find_last_not_of(std::string_view("\0 \t\r\n", 5));
-    text->resize(last == std::string::npos ? 0 : last + 1);
-}
-
-Document readDocument(const std::string& document, std::string* why)
-{
-    std::string text;
     if (document.size() > kMaxDocumentSize) {
         *why = "the document is too large";
-        return nullptr;
+        return ZelErr::kParamTree;
     }
-    if (!isZip(document)) {
-        text = document;
-    } else if (unzip(document, &text) != ZelErr::kOk) {
+    std::string unpacked;
+    if (isZip(document) && unzip(document, &unpacked) != ZelErr::kOk) {
         *why = "the zip archive is broken";
-        return nullptr;
+        return ZelErr::kParamTree;
     }
-    dropPadding(&text);
+    const std::string_view bare = withoutPadding(isZip(document) ? unpacked : document);
+    // Characters of old cameras are Latin-1 whatever they declare.
+    *text = base::isValidUtf8(bare) ? std::string(bare) : base::toUtf8(bare);
     // Entities exist only to be abused; no camera's description has a document type.
-    Document parsed;
-    if (text.find("<!DOCTYPE") == std::string::npos)
-        parsed = readXml(text);
-    if (parsed == nullptr && !isValidUtf8(text))
-        parsed = readXml(toValidUtf8(text));
-    if (parsed == nullptr || parsed->intSubset != nullptr) {
-        *why = "the text is not well-formed XML";
-        return nullptr;
-    }
-    return parsed;
+    if (text->find("<!DOCTYPE") == std::string::npos && !text->empty())
+        return ZelErr::kOk;
+    *why = "the text is not well-formed XML";
+    return ZelErr::kParamTree;
+}
+
+std::string atLine(const std::string& text, std::ptrdiff_t place)
+{
+    if (place < 0 || static_cast<std::size_t>(place) > text.size())
+        return {};
+    return "line " + std::to_string(1 + std::count(text.begin(), text.begin() + place, '\n')) +
+           ": ";
 }
 
 } // namespace
 
 ZelCamErr parseDescription(const std::string& document, Description* description, std::string* why)
 {
-    const Document parsed = readDocument(document, why);
-    if (parsed == nullptr)
+    std::string text;
+    if (const ZelCamErr result = readText(document, &text, why); result != ZelErr::kOk)
+        return result;
+    Description made;
+    made.document.assign(text.begin(), text.end());
+    pugi::xml_document xml;
+    const pugi::xml_parse_result parsed = xml.load_buffer_inplace(
+        made.document.data(), made.document.size(), kParse, pugi::encoding_utf8);
+    if (parsed.status == pugi::status_out_of_memory) {
+        *why = "there is no memory for the description";
+        return ZelErr::kGenTLOutOfMemory;
+    }
+    const pugi::xml_node root = xml.document_element();
+    if (!parsed || !root) {
+        *why = atLine(text, parsed.offset) + "the text is not well-formed XML";
         return ZelErr::kParamTree;
-    const xmlNode* const root = xmlDocGetRootElement(parsed.get());
-    if (root == nullptr || tagOf(root) != "RegisterDescription") {
+    }
+    if (std::string_view(root.name()) != "RegisterDescription") {
         *why = "the root element is not RegisterDescription";
         return ZelErr::kParamTree;
     }
-    Description result;
-    NodeReader reader(&result);
+    NodeReader reader(&made);
     if (!reader.read(root)) {
-        *why = reader.why();
+        *why = atLine(text, reader.place()) + reader.why();
         return ZelErr::kParamTree;
     }
-    if (!checkReferences(&result, why))
+    if (!checkReferences(&made, why))
         return ZelErr::kParamTree;
-    result.evaluated = writeEvaluated(result, root, reader.elements());
-    *description = std::move(result);
+    made.links.shrink_to_fit();
+    *description = std::move(made);
     return ZelErr::kOk;
 }
 

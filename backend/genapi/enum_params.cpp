@@ -14,7 +14,7 @@ EntryParam::EntryParam(EnumParam& owner, std::string symbol)
 void EntryParam::bind(std::int32_t position)
 {
     position_ = position;
-    const EntryDescription* const entry = described();
+    const Node* const entry = described();
     if (entry == nullptr)
         return;
     toolTip_ = owner_.state().intern(entry->toolTip);
@@ -23,12 +23,12 @@ void EntryParam::bind(std::int32_t position)
         entry->displayName.empty() ? symbol_.c_str() : owner_.state().intern(entry->displayName);
 }
 
-const EntryDescription* EntryParam::described() const
+const Node* EntryParam::described() const
 {
     Feature* const feature = owner_.feature();
     if (feature == nullptr || position_ < 0)
         return nullptr;
-    return &feature->node().entries[static_cast<std::size_t>(position_)];
+    return &feature->entry(static_cast<std::size_t>(position_));
 }
 
 const char* EntryParam::GetToolTip()
@@ -65,7 +65,7 @@ bool EntryParam::IsAvailable()
 {
     const ParamArrayState::Entry entry(owner_.state());
     return described() != nullptr &&
-           owner_.feature()->entryAccess(static_cast<std::size_t>(position_)).isAvailable();
+           owner_.feature()->isEntryAvailable(static_cast<std::size_t>(position_));
 }
 
 bool EntryParam::IsVisible(std::int64_t level)
@@ -77,11 +77,11 @@ bool EntryParam::IsVisible(std::int64_t level)
 std::int64_t EntryParam::GetValue(ZelCamErr* err)
 {
     const ParamArrayState::Entry entry(owner_.state());
-    const EntryDescription* const found = described();
+    const bool found = described() != nullptr;
     const ZelCamErr reason =
         owner_.reason() != ZelErr::kOk ? owner_.reason() : ZelErr::kParamUnknown;
-    report(err, found != nullptr ? ZelErr::kOk : reason);
-    return found != nullptr ? found->value : 0;
+    report(err, found ? ZelErr::kOk : reason);
+    return found ? owner_.feature()->entryValue(static_cast<std::size_t>(position_)) : 0;
 }
 
 const char* EntryParam::GetValueStr(ZelCamErr* err)
@@ -97,16 +97,17 @@ const char* EntryParam::GetValueStr(ZelCamErr* err)
 void EnumParam::bind(ParamArrayState::Slot* slot)
 {
     ParamOf::bind(slot);
-    const auto& described = node()->entries;
-    for (std::size_t i = 0; i < described.size(); ++i) {
+    const Feature& described = *feature();
+    for (std::size_t i = 0; i < described.entryCount(); ++i) {
         const auto from = entries_.begin() + static_cast<std::ptrdiff_t>(i);
         const auto same = std::find_if(from, entries_.end(), [&](const auto& entry) {
-            return entry->symbol() == described[i].symbol;
+            return entry->symbol() == described.entry(i).name;
         });
         if (same != entries_.end())
             std::rotate(from, same, same + 1);
         else
-            entries_.insert(from, std::make_unique<EntryParam>(*this, described[i].symbol));
+            entries_.insert(
+                from, std::make_unique<EntryParam>(*this, std::string(described.entry(i).name)));
         entries_[i]->bind(static_cast<std::int32_t>(i));
     }
 }
@@ -122,7 +123,7 @@ std::int32_t EnumParam::GetCount(ZelCamErr* err)
 {
     return read<std::int32_t>(err, 0, [](Feature& feature, std::int32_t* count) {
         for (std::size_t i = 0; i < feature.entryCount(); ++i)
-            *count += feature.entryAccess(i).isImplemented() ? 1 : 0;
+            *count += feature.isEntryImplemented(i) ? 1 : 0;
         return ZelErr::kOk;
     });
 }
@@ -134,7 +135,7 @@ ZelGenParam::EnumEntry* EnumParam::GetEnumEntryByIndex(std::int64_t index)
     if (bound == nullptr || index < 0)
         return nullptr;
     for (std::size_t i = 0; i < bound->entryCount(); ++i) {
-        if (bound->entryAccess(i).isImplemented() && index-- == 0)
+        if (bound->isEntryImplemented(i) && index-- == 0)
             return entries_[i].get();
     }
     return nullptr;
@@ -146,7 +147,7 @@ std::int64_t EnumParam::GetValue(ZelCamErr* err)
         std::size_t entry = 0;
         const ZelCamErr result = feature.readEntry(&entry);
         if (result == ZelErr::kOk)
-            *value = feature.node().entries[entry].value;
+            *value = feature.entryValue(entry);
         return result;
     });
 }

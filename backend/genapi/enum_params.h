@@ -47,7 +47,7 @@ private:
         bool IsFeature() override { return false; }
     };
 
-    const EntryDescription* described() const;
+    const Node* described() const;
 
     EnumParam& owner_;
     const std::string symbol_;

@@ -1,26 +1,12 @@
 #include "genapi/feature.h"
 
 #include "genapi/cachable.h"
-#include "genapi/feature_map.h"
 #include "zel_gen_param_api.h"
 
-#include <algorithm>
-#include <cmath>
-#include <limits>
 #include <utility>
 
 namespace genapi
 {
-
-namespace
-{
-
-const NodeDescription& nodeAt(FeatureMap& map, std::int32_t index)
-{
-    return map.description().nodes[static_cast<std::size_t>(index)];
-}
-
-} // namespace
 
 std::int32_t paramTypeOf(NodeKind kind)
 {
@@ -45,27 +31,47 @@ std::int32_t paramTypeOf(NodeKind kind)
     }
 }
 
-Feature::Feature(FeatureMap& map, std::int32_t index)
-    : map_(map), node_(nodeAt(map, index)), type_(paramTypeOf(node_.kind)),
-      engine_(map.engine(index)), access_(map, index), range_(map, index),
+Feature::Feature(Evaluator& evaluator, std::int32_t index)
+    : evaluator_(evaluator), node_(evaluator.description().at(index)), index_(index),
+      type_(paramTypeOf(node_.kind)),
       isKept_(type_ != ZelGenParam::kTypeCommand && type_ != ZelGenParam::kTypeUnknown &&
-              isCachable(map.description(), index)),
-      entries_(node_.entries.size())
+              isCachable(evaluator.description(), index)),
+      entries_(evaluator.description().entriesOf(node_))
 {
-    // ArvGc writes only the first register of a value that several ones hold.
-    for (const NodeDescription* node = &node_; node != nullptr;) {
-        for (const Reference& reference : node->references) {
-            if (reference.kind == ReferenceKind::kValueCopy)
-                copies_.push_back(map.engine(reference.target));
-        }
-        const std::int32_t next = node->target(ReferenceKind::kValue);
-        node = next >= 0 ? &nodeAt(map, next) : nullptr;
-    }
 }
 
 ZelCamErr Feature::checkType(std::int32_t wanted) const
 {
     return type_ == wanted ? ZelErr::kOk : ZelErr::kParamType;
+}
+
+ZelCamErr Feature::checkAvailable()
+{
+    evaluator_.begin();
+    AccessMode mode = AccessMode::kAll;
+    const ZelCamErr result = evaluator_.access(index_, &mode);
+    return result != ZelErr::kOk || genapi::isAvailable(mode) ? result : ZelErr::kParamAccess;
+}
+
+ZelCamErr Feature::checkReadable()
+{
+    evaluator_.begin();
+    AccessMode mode = AccessMode::kAll;
+    const ZelCamErr result = evaluator_.access(index_, &mode);
+    return result != ZelErr::kOk || genapi::isReadable(mode) ? result : ZelErr::kParamAccess;
+}
+
+ZelCamErr Feature::checkRanged(std::int32_t wanted)
+{
+    const ZelCamErr result = checkType(wanted);
+    return result == ZelErr::kOk ? checkAvailable() : result;
+}
+
+bool Feature::isWritable()
+{
+    evaluator_.begin();
+    AccessMode mode = AccessMode::kAll;
+    return evaluator_.access(index_, &mode) == ZelErr::kOk && genapi::isWritable(mode);
 }
 
 template <class Value, class Read>
@@ -79,7 +85,7 @@ ZelCamErr Feature::readKept(std::int32_t wanted, KeptValue<Value>* kept, Value* 
     }
     // What changes while the camera is asked makes the answer old.
     const std::uint64_t seen = ChangeCount::now();
-    if (const ZelCamErr result = access_.checkReadable(); result != ZelErr::kOk)
+    if (const ZelCamErr result = checkReadable(); result != ZelErr::kOk)
         return result;
     Value fresh{};
     if (const ZelCamErr result = read(&fresh); result != ZelErr::kOk)
@@ -90,88 +96,59 @@ ZelCamErr Feature::readKept(std::int32_t wanted, KeptValue<Value>* kept, Value* 
     return ZelErr::kOk;
 }
 
-const NodeDescription* Feature::valueNode() const
-{
-    const NodeDescription* node = &node_;
-    while (node->target(ReferenceKind::kValue) >= 0)
-        node = &nodeAt(map_, node->target(ReferenceKind::kValue));
-    return node;
-}
-
 ZelCamErr Feature::readInteger(std::int64_t* value)
 {
     return readKept(ZelGenParam::kTypeInt, &keptInteger_, value,
-                    [this](std::int64_t* fresh) { return engine_.readInteger(fresh); });
-}
-
-ZelCamErr Feature::writeWhole(std::int64_t value)
-{
-    ZelCamErr result = engine_.writeInteger(value);
-    for (std::size_t i = 0; i < copies_.size() && result == ZelErr::kOk; ++i)
-        result = copies_[i].writeInteger(value);
-    return result;
+                    [this](std::int64_t* fresh) { return evaluator_.readInteger(index_, fresh); });
 }
 
 ZelCamErr Feature::writeInteger(std::int64_t value)
 {
-    if (const ZelCamErr result = checkType(ZelGenParam::kTypeInt); result != ZelErr::kOk)
-        return result;
-    if (const ZelCamErr result = access_.checkWritable(); result != ZelErr::kOk)
-        return result;
-    if (const ZelCamErr result = range_.check(value); result != ZelErr::kOk)
-        return result;
-    return writeWhole(value);
+    evaluator_.begin();
+    const ZelCamErr result = checkType(ZelGenParam::kTypeInt);
+    return result == ZelErr::kOk ? evaluator_.writeInteger(index_, value) : result;
 }
 
-ZelCamErr Feature::integerRange(IntegerRange* range)
+ZelCamErr Feature::integerLimit(Bound bound, std::int64_t* value)
 {
-    if (const ZelCamErr result = checkType(ZelGenParam::kTypeInt); result != ZelErr::kOk)
-        return result;
-    return range_.integer(range);
+    const ZelCamErr result = checkRanged(ZelGenParam::kTypeInt);
+    return result == ZelErr::kOk ? evaluator_.integerLimit(index_, bound, value) : result;
+}
+
+ZelCamErr Feature::increment(std::int64_t* value)
+{
+    const ZelCamErr result = checkRanged(ZelGenParam::kTypeInt);
+    return result == ZelErr::kOk ? evaluator_.increment(index_, value) : result;
 }
 
 ZelCamErr Feature::readFloat(double* value)
 {
     return readKept(ZelGenParam::kTypeFloat, &keptReal_, value,
-                    [this](double* fresh) { return engine_.readReal(fresh); });
-}
-
-bool Feature::isStoredWhole() const
-{
-    const NodeDescription* node = &node_;
-    while (node->kind == NodeKind::kFloat && node->target(ReferenceKind::kValue) >= 0)
-        node = &nodeAt(map_, node->target(ReferenceKind::kValue));
-    return !isFloatKind(node->kind);
+                    [this](double* fresh) { return evaluator_.readReal(index_, fresh); });
 }
 
 ZelCamErr Feature::writeFloat(double value)
 {
-    if (const ZelCamErr result = checkType(ZelGenParam::kTypeFloat); result != ZelErr::kOk)
-        return result;
-    if (const ZelCamErr result = access_.checkWritable(); result != ZelErr::kOk)
-        return result;
-    if (const ZelCamErr result = range_.check(value); result != ZelErr::kOk)
-        return result;
-    // ArvGc would cut the fraction off.
-    const double stored = isStoredWhole() ? std::round(value) : value;
-    ZelCamErr result = engine_.writeReal(stored);
-    for (std::size_t i = 0; i < copies_.size() && result == ZelErr::kOk; ++i)
-        result = copies_[i].writeReal(stored);
-    return result;
+    evaluator_.begin();
+    const ZelCamErr result = checkType(ZelGenParam::kTypeFloat);
+    return result == ZelErr::kOk ? evaluator_.writeReal(index_, value) : result;
 }
 
-ZelCamErr Feature::floatRange(FloatRange* range)
+ZelCamErr Feature::floatLimit(Bound bound, double* value)
 {
-    if (const ZelCamErr result = checkType(ZelGenParam::kTypeFloat); result != ZelErr::kOk)
-        return result;
-    return range_.real(range);
+    const ZelCamErr result = checkRanged(ZelGenParam::kTypeFloat);
+    return result == ZelErr::kOk ? evaluator_.realLimit(index_, bound, value) : result;
 }
 
-const std::string& Feature::unit() const
+std::string_view Feature::unit()
 {
-    const NodeDescription* node = &node_;
-    while (node->unit.empty() && node->target(ReferenceKind::kValue) >= 0)
-        node = &nodeAt(map_, node->target(ReferenceKind::kValue));
+    evaluator_.begin();
+    const Node* node = &node_;
+    Link* link = nullptr;
+    // The chain ends: descriptions with circles of values were refused.
+    while (node->unit.empty() && !node->isRegister &&
+           evaluator_.valueLink(*node, &link) == ZelErr::kOk && link->target >= 0)
+        node = &evaluator_.description().at(link->target);
     return node->unit;
 }
 
@@ -180,7 +157,7 @@ ZelCamErr Feature::readBoolean(bool* value)
     std::int64_t whole = 0;
     const ZelCamErr result =
         readKept(ZelGenParam::kTypeBoolean, &keptInteger_, &whole,
-                 [this](std::int64_t* fresh) { return engine_.readInteger(fresh); });
+                 [this](std::int64_t* fresh) { return evaluator_.readInteger(index_, fresh); });
     if (result == ZelErr::kOk)
         *value = whole != 0;
     return result;
@@ -188,162 +165,180 @@ ZelCamErr Feature::readBoolean(bool* value)
 
 ZelCamErr Feature::writeBoolean(bool value)
 {
-    if (const ZelCamErr result = checkType(ZelGenParam::kTypeBoolean); result != ZelErr::kOk)
-        return result;
-    if (const ZelCamErr result = access_.checkWritable(); result != ZelErr::kOk)
-        return result;
-    return writeWhole(value ? 1 : 0);
+    evaluator_.begin();
+    const ZelCamErr result = checkType(ZelGenParam::kTypeBoolean);
+    return result == ZelErr::kOk ? evaluator_.writeInteger(index_, value ? 1 : 0) : result;
 }
 
 ZelCamErr Feature::readString(std::string* value)
 {
     return readKept(ZelGenParam::kTypeString, &keptText_, value,
-                    [this](std::string* fresh) { return engine_.readText(fresh); });
+                    [this](std::string* fresh) { return evaluator_.readText(index_, fresh); });
+}
+
+ZelCamErr Feature::writeString(std::string_view value)
+{
+    evaluator_.begin();
+    const ZelCamErr result = checkType(ZelGenParam::kTypeString);
+    return result == ZelErr::kOk ? evaluator_.writeText(index_, value) : result;
 }
 
 ZelCamErr Feature::maxLength(std::int32_t* length)
 {
     if (const ZelCamErr result = checkType(ZelGenParam::kTypeString); result != ZelErr::kOk)
         return result;
-    *length = std::numeric_limits<std::int32_t>::max();
-    const NodeDescription* const node = valueNode();
-    if (node->kind != NodeKind::kStringReg)
-        return ZelErr::kOk;
-    std::int64_t bytes = node->length;
-    const std::int32_t source = node->target(ReferenceKind::kLength);
-    if (source >= 0) {
-        const ZelCamErr result = map_.engine(source).readInteger(&bytes);
-        if (result != ZelErr::kOk)
-            return result;
-    }
-    *length = static_cast<std::int32_t>(
-        std::min<std::int64_t>(std::max<std::int64_t>(bytes, 0), *length));
-    return ZelErr::kOk;
-}
-
-ZelCamErr Feature::writeString(std::string_view value)
-{
-    if (const ZelCamErr result = checkType(ZelGenParam::kTypeString); result != ZelErr::kOk)
-        return result;
-    if (const ZelCamErr result = access_.checkWritable(); result != ZelErr::kOk)
-        return result;
-    std::int32_t limit = 0;
-    if (const ZelCamErr result = maxLength(&limit); result != ZelErr::kOk)
-        return result;
-    if (value.size() > static_cast<std::size_t>(limit))
-        return ZelErr::kParamOutOfRange;
-    return engine_.writeText(std::string(value).c_str());
+    evaluator_.begin();
+    std::int64_t bytes = 0;
+    const ZelCamErr result = evaluator_.maxLength(index_, &bytes);
+    if (result == ZelErr::kOk)
+        *length = static_cast<std::int32_t>(bytes);
+    return result;
 }
 
 ZelCamErr Feature::execute()
 {
     if (const ZelCamErr result = checkType(ZelGenParam::kTypeCommand); result != ZelErr::kOk)
         return result;
-    if (const ZelCamErr result = access_.checkWritable(); result != ZelErr::kOk)
-        return result;
-    std::int64_t value = node_.commandValue ? node_.commandValue->integer : 1;
-    const std::int32_t source = node_.target(ReferenceKind::kCommandValue);
-    if (source >= 0) {
-        const ZelCamErr result = map_.engine(source).readInteger(&value);
-        if (result != ZelErr::kOk)
+    evaluator_.begin();
+    std::int64_t value = 1;
+    const Link* const given = evaluator_.description().find(node_, LinkKind::kCommandValue);
+    if (given != nullptr) {
+        if (const ZelCamErr result = evaluator_.readInteger(*given, &value); result != ZelErr::kOk)
             return result;
     }
-    return writeWhole(value);
+    isFinished_ = false;
+    return evaluator_.writeInteger(index_, value);
+}
+
+bool Feature::canTellDone()
+{
+    // Where nobody takes the value away, there is nothing to wait for.
+    const Node* node = &node_;
+    while (node->kind == NodeKind::kCommand || node->kind == NodeKind::kInteger) {
+        const std::int32_t next = evaluator_.description().target(*node, LinkKind::kValue);
+        if (next < 0)
+            return false;
+        node = &evaluator_.description().at(next);
+    }
+    return node_.isSelfClearing;
 }
 
 ZelCamErr Feature::isDone(bool* done)
 {
     if (const ZelCamErr result = checkType(ZelGenParam::kTypeCommand); result != ZelErr::kOk)
         return result;
-    // Where nobody takes the value away, there is nothing to wait for.
-    const NodeDescription* const stored = valueNode();
-    const bool canTell = access_.hasReadableMode() && node_.isSelfClearing &&
-                         (stored->isRegister || stored->kind == NodeKind::kStructEntry ||
-                          stored->kind == NodeKind::kIntSwissKnife);
-    if (const ZelCamErr result = canTell ? access_.checkReadable() : access_.checkAvailable();
-        result != ZelErr::kOk)
+    if (const ZelCamErr result = checkAvailable(); result != ZelErr::kOk)
         return result;
-    if (!canTell) {
+    const Link* const given = evaluator_.description().find(node_, LinkKind::kCommandValue);
+    std::int64_t value = 1;
+    if (given != nullptr) {
+        if (const ZelCamErr result = evaluator_.readInteger(*given, &value); result != ZelErr::kOk)
+            return result;
+    }
+    // A register that holds 0 does so with and without the command.
+    if (isFinished_ || value == 0 || !isReadable() || !canTellDone()) {
         *done = true;
         return ZelErr::kOk;
     }
-    std::int64_t commandValue = node_.commandValue ? node_.commandValue->integer : 1;
+    // The camera changes it behind every cache.
+    ChangeCount::advance();
+    evaluator_.begin();
     std::int64_t present = 0;
-    const std::int32_t source = node_.target(ReferenceKind::kCommandValue);
-    ZelCamErr result = engine_.readInteger(&present);
-    if (result == ZelErr::kOk && source >= 0)
-        result = map_.engine(source).readInteger(&commandValue);
+    const ZelCamErr result = evaluator_.readInteger(index_, &present);
     if (result == ZelErr::kOk)
-        *done = present != commandValue;
+        *done = isFinished_ = present != value;
     return result;
 }
 
-FeatureAccess& Feature::entryAccess(std::size_t entry)
+const Node& Feature::entry(std::size_t entry) const
 {
-    auto& slot = entries_[entry];
-    if (slot == nullptr)
-        slot = std::make_unique<FeatureAccess>(map_, node_.entries[entry].references);
-    return *slot;
+    return evaluator_.description().at(entries_[entry]);
+}
+
+std::int64_t Feature::entryValue(std::size_t entry) const
+{
+    std::int64_t value = 0;
+    evaluator_.readInteger(entries_[entry], &value);
+    return value;
+}
+
+AccessMode Feature::entryMode(std::size_t entry)
+{
+    AccessMode mode = AccessMode::kAll;
+    const ZelCamErr result = evaluator_.access(entries_[entry], &mode);
+    return result == ZelErr::kOk ? mode : AccessMode::kNotImplemented;
+}
+
+bool Feature::isEntryImplemented(std::size_t entry)
+{
+    evaluator_.begin();
+    return entryMode(entry) != AccessMode::kNotImplemented;
+}
+
+bool Feature::isEntryAvailable(std::size_t entry)
+{
+    evaluator_.begin();
+    return genapi::isAvailable(entryMode(entry));
 }
 
 ZelCamErr Feature::readEntry(std::size_t* entry)
 {
-    return readKept(ZelGenParam::kTypeEnum, &keptEntry_, entry,
-                    [this](std::size_t* fresh) { return findEntry(fresh); });
+    if (clearing_ >= 0)
+        ChangeCount::advance();
+    const ZelCamErr result = readKept(ZelGenParam::kTypeEnum, &keptEntry_, entry,
+                                      [this](std::size_t* fresh) { return findEntry(fresh); });
+    if (result == ZelErr::kOk && static_cast<std::int32_t>(*entry) != clearing_)
+        clearing_ = -1;
+    return result;
 }
 
 ZelCamErr Feature::findEntry(std::size_t* entry)
 {
     std::int64_t value = 0;
-    if (const ZelCamErr result = engine_.readInteger(&value); result != ZelErr::kOk)
+    if (const ZelCamErr result = evaluator_.readInteger(index_, &value); result != ZelErr::kOk)
         return result;
-    // Several entries may share a value, one of them implemented.
-    std::size_t found = node_.entries.size();
-    for (std::size_t i = 0; i < node_.entries.size(); ++i) {
-        if (node_.entries[i].value != value)
+    // Of several entries of one value the last one that is there; the camera may also be where it
+    // should not.
+    std::size_t found = entries_.size();
+    for (std::size_t i = entries_.size(); i-- > 0;) {
+        if (entryValue(i) != value)
             continue;
-        if (entryAccess(i).isImplemented()) {
-            *entry = i;
-            return ZelErr::kOk;
+        if (entryMode(i) != AccessMode::kNotImplemented) {
+            found = i;
+            break;
         }
-        found = i;
+        found = found == entries_.size() ? i : found;
     }
-    if (found == node_.entries.size())
-        return ZelErr::kParamInvalidArgument;
     *entry = found;
-    return ZelErr::kOk;
+    return found < entries_.size() ? ZelErr::kOk : ZelErr::kParamInvalidArgument;
 }
 
 ZelCamErr Feature::writeEntry(std::size_t entry)
 {
-    if (const ZelCamErr result = entryAccess(entry).checkReadable(); result != ZelErr::kOk)
-        return result;
-    return writeWhole(node_.entries[entry].value);
+    const AccessMode mode = entryMode(entry);
+    if (!genapi::isAvailable(mode))
+        return ZelErr::kParamAccess;
+    const ZelCamErr result = evaluator_.writeInteger(index_, entryValue(entry));
+    clearing_ = this->entry(entry).isSelfClearing ? static_cast<std::int32_t>(entry) : -1;
+    return result;
 }
 
 ZelCamErr Feature::writeEntryValue(std::int64_t value)
 {
-    if (const ZelCamErr result = checkType(ZelGenParam::kTypeEnum); result != ZelErr::kOk)
-        return result;
-    if (const ZelCamErr result = access_.checkWritable(); result != ZelErr::kOk)
-        return result;
-    std::size_t found = node_.entries.size();
-    for (std::size_t i = node_.entries.size(); i-- > 0;) {
-        if (node_.entries[i].value == value &&
-            (found == node_.entries.size() || entryAccess(i).isAvailable()))
-            found = i;
-    }
-    return found < node_.entries.size() ? writeEntry(found) : ZelErr::kParamInvalidArgument;
+    evaluator_.begin();
+    const ZelCamErr result = checkType(ZelGenParam::kTypeEnum);
+    return result == ZelErr::kOk ? evaluator_.writeInteger(index_, value) : result;
 }
 
 ZelCamErr Feature::writeEntrySymbol(std::string_view symbol)
 {
     if (const ZelCamErr result = checkType(ZelGenParam::kTypeEnum); result != ZelErr::kOk)
         return result;
-    if (const ZelCamErr result = access_.checkWritable(); result != ZelErr::kOk)
+    evaluator_.begin();
+    if (const ZelCamErr result = evaluator_.checkWritable(index_); result != ZelErr::kOk)
         return result;
-    for (std::size_t i = 0; i < node_.entries.size(); ++i) {
-        if (node_.entries[i].symbol == symbol)
+    for (std::size_t i = 0; i < entries_.size(); ++i) {
+        if (entry(i).name == symbol)
             return writeEntry(i);
     }
     return ZelErr::kParamInvalidArgument;

@@ -1,15 +1,12 @@
-// One node of a map as users see it: access, range and type are checked before anything is written.
+// One node of a map as users see it: type, access and range are checked before anything is written.
 #pragma once
 
 #include "genapi/description.h"
-#include "genapi/engine_node.h"
-#include "genapi/feature_access.h"
-#include "genapi/feature_range.h"
+#include "genapi/evaluator.h"
 #include "genapi/kept_value.h"
 #include "zel_err.h"
 
 #include <cstdint>
-#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -17,22 +14,18 @@
 namespace genapi
 {
 
-class FeatureMap;
-
 /// The ZelGenParam::kType... of a node of this kind.
 std::int32_t paramTypeOf(NodeKind kind);
 
 /// Belongs to its map and is called under its lock. Every operation answers 0 or a code: -40202 not
 /// accessible now, -40203 another type, -40204 out of range or off the increment, -40206 unknown
-/// entry, codes of the source. A reader that fails leaves `*value` alone.
+/// entry, the other codes of an Evaluator. A reader that fails leaves `*value` alone.
 class Feature
 {
 public:
-    Feature(FeatureMap& map, std::int32_t index);
+    Feature(Evaluator& evaluator, std::int32_t index);
 
-    const NodeDescription& node() const { return node_; }
-    FeatureMap& map() { return map_; }
-    FeatureAccess& access() { return access_; }
+    const Node& node() const { return node_; }
 
     /// One of ZelGenParam::kType...
     std::int32_t type() const { return type_; }
@@ -40,15 +33,20 @@ public:
     /// reported by the module since.
     bool isValueCached() const { return isKept_; }
 
+    bool isAvailable() { return checkAvailable() == ZelErr::kOk; }
+    bool isReadable() { return checkReadable() == ZelErr::kOk; }
+    bool isWritable();
+
     ZelCamErr readInteger(std::int64_t* value);
     ZelCamErr writeInteger(std::int64_t value);
-    ZelCamErr integerRange(IntegerRange* range);
+    ZelCamErr integerLimit(Bound bound, std::int64_t* value);
+    ZelCamErr increment(std::int64_t* value);
 
     ZelCamErr readFloat(double* value);
     ZelCamErr writeFloat(double value);
-    ZelCamErr floatRange(FloatRange* range);
+    ZelCamErr floatLimit(Bound bound, double* value);
     /// Of this node, or of the next one that has a unit.
-    const std::string& unit() const;
+    std::string_view unit();
 
     ZelCamErr readBoolean(bool* value);
     ZelCamErr writeBoolean(bool value);
@@ -62,36 +60,41 @@ public:
     ZelCamErr isDone(bool* done);
 
     /// Entries by their position in the description.
-    std::size_t entryCount() const { return node_.entries.size(); }
-    FeatureAccess& entryAccess(std::size_t entry);
+    std::size_t entryCount() const { return entries_.size(); }
+    const Node& entry(std::size_t entry) const;
+    std::int64_t entryValue(std::size_t entry) const;
+    bool isEntryImplemented(std::size_t entry);
+    bool isEntryAvailable(std::size_t entry);
     ZelCamErr readEntry(std::size_t* entry);
     ZelCamErr writeEntryValue(std::int64_t value);
     ZelCamErr writeEntrySymbol(std::string_view symbol);
 
 private:
     ZelCamErr checkType(std::int32_t wanted) const;
+    ZelCamErr checkAvailable();
+    ZelCamErr checkReadable();
+    ZelCamErr checkRanged(std::int32_t wanted);
+    AccessMode entryMode(std::size_t entry);
     /// The kept value, else what `read` gives after the checks of type and access.
     template <class Value, class Read>
     ZelCamErr readKept(std::int32_t wanted, KeptValue<Value>* kept, Value* value, Read read);
     ZelCamErr findEntry(std::size_t* entry);
-    ZelCamErr writeWhole(std::int64_t value);
     ZelCamErr writeEntry(std::size_t entry);
-    bool isStoredWhole() const;
-    const NodeDescription* valueNode() const;
+    bool canTellDone();
 
-    FeatureMap& map_;
-    const NodeDescription& node_;
-    std::int32_t type_;
-    EngineNode engine_;
-    FeatureAccess access_;
-    FeatureRange range_;
-    bool isKept_;
+    Evaluator& evaluator_;
+    const Node& node_;
+    const std::int32_t index_;
+    const std::int32_t type_;
+    const bool isKept_;
+    bool isFinished_ = false; ///< The command was seen to be done.
+    /// The entry that the camera takes back by itself, and may not have yet; -1: none.
+    std::int32_t clearing_ = -1;
     KeptValue<std::int64_t> keptInteger_;
     KeptValue<double> keptReal_;
     KeptValue<std::string> keptText_;
     KeptValue<std::size_t> keptEntry_;
-    std::vector<EngineNode> copies_;
-    std::vector<std::unique_ptr<FeatureAccess>> entries_;
+    std::vector<std::int32_t> entries_;
 };
 
 } // namespace genapi

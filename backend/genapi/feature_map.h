@@ -1,11 +1,9 @@
-// The node map of one module: the description, ArvGc over it, and its features.
+// The node map of one module: the description, what it evaluates to, and its features.
 #pragma once
 
-#include "genapi/description.h"
-#include "genapi/engine_node.h"
+#include "genapi/evaluator.h"
 #include "genapi/feature.h"
 #include "genapi/feature_source.h"
-#include "genapi/port_device.h"
 
 #include <memory>
 #include <string>
@@ -26,25 +24,19 @@ public:
     FeatureMap(const FeatureMap&) = delete;
     FeatureMap& operator=(const FeatureMap&) = delete;
 
-    const Description& description() const { return description_; }
-    PortRouter& router() { return router_; }
+    const Description& description() const { return evaluator_.description(); }
 
     /// The node as a feature; made on first use, lives as long as the map.
     Feature& feature(std::int32_t index);
 
-    /// The node of ArvGc that holds the value; invalid where ArvGc has none.
-    EngineNode engine(std::int32_t index) const;
+    /// Copies the bytes behind the event or chunk ports with this id.
+    void setData(bool isEvent, std::uint64_t id, const void* data, std::size_t size);
+    void dropChunks() { evaluator_.router().dropChunks(); }
 
 private:
     FeatureMap(FeatureSource& source, Description description);
 
-    Description description_;
-    PortRouter router_;
-    // In the order of destruction: the map keeps a bare pointer to its device.
-    std::unique_ptr<ArvDevice, ObjectDeleter> device_;
-    std::unique_ptr<ArvGc, ObjectDeleter> ownGc_;
-    ArvGc* gc_ = nullptr;
-    bool usesDeviceMap_ = false;
+    Evaluator evaluator_;
     std::vector<std::unique_ptr<Feature>> features_;
 };
 

@@ -7,10 +7,6 @@
 #include <cstdint>
 #include <string>
 
-// The GObject of Aravis; opaque here.
-struct _ArvDevice;
-using ArvDevice = struct _ArvDevice;
-
 namespace genapi
 {
 
@@ -34,13 +30,8 @@ public:
     /// Writes `size` bytes at `address`.
     virtual ZelCamErr write(std::uint64_t address, const void* data, std::size_t size) = 0;
 
-    /// A device of Aravis behind this source (borrowed), or null. Its own node map is used for
-    /// descriptions older than schema 1.1, because Aravis knows which old cameras swap bytes; for
-    /// all others a map is built over description(), read() and write().
-    virtual ArvDevice* arvDevice() { return nullptr; }
-
-    /// True for a GigE Vision camera reached without a device of Aravis: descriptions older than
-    /// schema 1.1 count on 4-byte registers being turned into the host's byte order.
+    /// True for a GigE Vision camera: descriptions older than schema 1.1 mean the order of the
+    /// network by their 4-byte registers, whatever else they say.
     virtual bool hasNetworkByteOrder() { return false; }
 };
 

@@ -1,11 +1,7 @@
 #include "genapi/feature_value.h"
 
-#include "genapi/xml_element.h"
+#include "base/text.h"
 #include "zel_gen_param_api.h"
-
-#include <algorithm>
-#include <array>
-#include <charconv>
 
 namespace genapi
 {
@@ -37,23 +33,25 @@ bool parseValue(const Feature& feature, std::string_view text, FeatureValue* val
         value->text = text;
         return true;
     }
-    text = trim(text);
+    text = base::trim(text);
     if (feature.type() == ZelGenParam::kTypeFloat) {
-        const auto real = parseReal(text);
+        const auto real = base::parseReal(text);
         value->real = real.value_or(0.0);
         return real.has_value();
     }
     if (feature.type() == ZelGenParam::kTypeEnum) {
-        const auto& entries = feature.node().entries;
         value->text = text;
-        return std::any_of(entries.begin(), entries.end(),
-                           [text](const auto& entry) { return entry.symbol == text; });
+        for (std::size_t i = 0; i < feature.entryCount(); ++i) {
+            if (feature.entry(i).name == text)
+                return true;
+        }
+        return false;
     }
     if (feature.type() == ZelGenParam::kTypeBoolean && (text == "true" || text == "True"))
         text = "1";
     else if (feature.type() == ZelGenParam::kTypeBoolean && (text == "false" || text == "False"))
         text = "0";
-    const auto integer = parseInteger(text);
+    const auto integer = base::parseInteger(text);
     value->integer = integer.value_or(0);
     const bool isBit = value->integer == 0 || value->integer == 1;
     return integer && (isBit || feature.type() == ZelGenParam::kTypeInt);
@@ -61,11 +59,8 @@ bool parseValue(const Feature& feature, std::string_view text, FeatureValue* val
 
 std::string textOf(const FeatureValue& value)
 {
-    if (value.type == ZelGenParam::kTypeFloat) {
-        std::array<char, 32> digits{};
-        const auto end = std::to_chars(digits.begin(), digits.end(), value.real);
-        return std::string(digits.data(), end.ptr);
-    }
+    if (value.type == ZelGenParam::kTypeFloat)
+        return base::formatReal(value.real);
     if (value.type == ZelGenParam::kTypeInt || value.type == ZelGenParam::kTypeBoolean)
         return std::to_string(value.integer);
     return value.text;
@@ -86,7 +81,7 @@ ZelCamErr readValue(Feature& feature, FeatureValue* value)
         std::size_t entry = 0;
         const ZelCamErr result = feature.readEntry(&entry);
         if (result == ZelErr::kOk)
-            value->text = feature.node().entries[entry].symbol;
+            value->text = feature.entry(entry).name;
         return result;
     }
     case ZelGenParam::kTypeBoolean: {

@@ -56,7 +56,7 @@ void ParamArray::setEventData(std::uint64_t eventId, const void* data, std::size
 {
     const Entry entry(*state_);
     for (const auto& map : state_->maps())
-        map->router().setData(true, eventId, data, size);
+        map->setData(true, eventId, data, size);
     // What the event reports may have changed more than its own data.
     invalidate();
 }
@@ -65,9 +65,9 @@ void ParamArray::setChunks(const std::vector<ChunkBytes>& chunks)
 {
     const Entry entry(*state_);
     for (const auto& map : state_->maps()) {
-        map->router().dropChunks();
+        map->dropChunks();
         for (const ChunkBytes& chunk : chunks)
-            map->router().setData(false, chunk.id, chunk.bytes.data(), chunk.bytes.size());
+            map->setData(false, chunk.id, chunk.bytes.data(), chunk.bytes.size());
     }
 }
 
@@ -187,7 +187,7 @@ std::int64_t ParamArray::GetEnumValue(const char* name, ZelCamErr* err)
                std::size_t entry = 0;
                const ZelCamErr result = feature.readEntry(&entry);
                if (result == ZelErr::kOk)
-                   value = feature.node().entries[entry].value;
+                   value = feature.entryValue(entry);
                return result;
            }));
     return value;

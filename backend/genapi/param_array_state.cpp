@@ -110,7 +110,7 @@ void ParamArrayState::buildTree()
     addChildren(*root_, "Root", &path);
 }
 
-void ParamArrayState::addChildren(CategoryParam& category, const std::string& name,
+void ParamArrayState::addChildren(CategoryParam& category, std::string_view name,
                                   std::vector<std::string_view>* path)
 {
     auto& children = category.children();
@@ -120,12 +120,11 @@ void ParamArrayState::addChildren(CategoryParam& category, const std::string& na
         const auto found = description.byName.find(name);
         if (found == description.byName.end())
             continue;
-        const auto& node = description.nodes[static_cast<std::size_t>(found->second)];
-        for (const Reference& reference : node.references) {
-            if (reference.kind != ReferenceKind::kFeature)
+        const Node& node = description.at(found->second);
+        for (const Link& link : description.linksOf(node)) {
+            if (link.kind != LinkKind::kFeature)
                 continue;
-            const auto& child = description.nodes[static_cast<std::size_t>(reference.target)];
-            const auto slot = names_.find(child.name);
+            const auto slot = names_.find(description.at(link.target).name);
             // Two maps together can make a circle that none has alone.
             if (slot == names_.end() ||
                 std::find(path->begin(), path->end(), slot->first) != path->end() ||
@@ -138,7 +137,7 @@ void ParamArrayState::addChildren(CategoryParam& category, const std::string& na
         if (!listed_.insert(child).second)
             continue;
         flat_.push_back(child);
-        const NodeDescription& node = nodeOf(*child);
+        const Node& node = nodeOf(*child);
         if (node.kind != NodeKind::kCategory)
             continue;
         path->push_back(node.name);
@@ -165,9 +164,9 @@ ParamArrayState::Slot* ParamArrayState::find(const char* name, ZelCamErr* err)
     return slot;
 }
 
-const NodeDescription& ParamArrayState::nodeOf(const Slot& slot)
+const Node& ParamArrayState::nodeOf(const Slot& slot)
 {
-    return slot.map->description().nodes[static_cast<std::size_t>(slot.node)];
+    return slot.map->description().at(slot.node);
 }
 
 Feature& ParamArrayState::featureOf(Slot& slot)
@@ -181,22 +180,22 @@ ParamObject& ParamArrayState::objectOf(Slot& slot)
 {
     if (slot.object != nullptr)
         return *slot.object;
-    const NodeDescription& node = nodeOf(slot);
+    const Node& node = nodeOf(slot);
     const std::int32_t type = paramTypeOf(node.kind);
-    std::string key = node.name;
+    std::string key(node.name);
     key += '\0';
     key += static_cast<char>('0' + type);
     auto& owned = objects_[key];
     if (owned == nullptr)
-        owned = makeParamObject(*this, node.name, type);
+        owned = makeParamObject(*this, std::string(node.name), type);
     owned->bind(&slot);
     slot.object = owned.get();
     return *owned;
 }
 
-const char* ParamArrayState::intern(const std::string& text)
+const char* ParamArrayState::intern(std::string_view text)
 {
-    return texts_.insert(text).first->c_str();
+    return texts_.emplace(text).first->c_str();
 }
 
 } // namespace genapi

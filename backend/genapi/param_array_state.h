@@ -61,7 +61,7 @@ public:
 
     /// Null with -40007, -40205 or the reason of being detached.
     Slot* find(const char* name, ZelCamErr* err);
-    static const NodeDescription& nodeOf(const Slot& slot);
+    static const Node& nodeOf(const Slot& slot);
     static Feature& featureOf(Slot& slot);
     ParamObject& objectOf(Slot& slot);
 
@@ -72,7 +72,7 @@ public:
     const std::vector<std::unique_ptr<FeatureMap>>& maps() const { return maps_; }
 
     /// A text that lives as long as the array; equal texts are one.
-    const char* intern(const std::string& text);
+    const char* intern(std::string_view text);
 
 private:
     /// What calls further up the stack may still hold.
@@ -87,7 +87,7 @@ private:
     /// Objects that users kept come back to life.
     void bindObjects();
     void buildTree();
-    void addChildren(CategoryParam& category, const std::string& name,
+    void addChildren(CategoryParam& category, std::string_view name,
                      std::vector<std::string_view>* path);
 
     std::recursive_mutex mutex_;

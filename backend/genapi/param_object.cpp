@@ -16,7 +16,7 @@ ParamObject::ParamObject(ParamArrayState& state, std::string name, std::int32_t 
 void ParamObject::bind(ParamArrayState::Slot* slot)
 {
     slot_ = slot;
-    const NodeDescription& described = *node();
+    const Node& described = *node();
     toolTip_ = state_.intern(described.toolTip);
     description_ = state_.intern(described.text);
     displayName_ =
@@ -25,7 +25,7 @@ void ParamObject::bind(ParamArrayState::Slot* slot)
 
 void ParamObject::unbind() { slot_ = nullptr; }
 
-const NodeDescription* ParamObject::node() const
+const Node* ParamObject::node() const
 {
     return slot_ != nullptr ? &ParamArrayState::nodeOf(*slot_) : nullptr;
 }

@@ -46,7 +46,7 @@ public:
     bool isStreamable();
 
 protected:
-    const NodeDescription* node() const;
+    const Node* node() const;
 
 private:
     ParamArrayState& state_;

@@ -1,6 +1,6 @@
 #include "genapi/params.h"
 
-#include "genapi/utf8.h"
+#include "base/text.h"
 #include "genapi/value_texts.h"
 
 namespace genapi
@@ -19,26 +19,22 @@ std::int64_t IntParam::GetValue(ZelCamErr* err)
 
 std::int64_t IntParam::GetMin(ZelCamErr* err)
 {
-    return read<IntegerRange>(
-               err, {0, 0, 0},
-               [](Feature& feature, IntegerRange* range) { return feature.integerRange(range); })
-        .min;
+    return read<std::int64_t>(err, 0, [](Feature& feature, std::int64_t* limit) {
+        return feature.integerLimit(Bound::kMin, limit);
+    });
 }
 
 std::int64_t IntParam::GetMax(ZelCamErr* err)
 {
-    return read<IntegerRange>(
-               err, {0, 0, 0},
-               [](Feature& feature, IntegerRange* range) { return feature.integerRange(range); })
-        .max;
+    return read<std::int64_t>(err, 0, [](Feature& feature, std::int64_t* limit) {
+        return feature.integerLimit(Bound::kMax, limit);
+    });
 }
 
 std::int64_t IntParam::GetIncrement(ZelCamErr* err)
 {
-    return read<IntegerRange>(
-               err, {0, 0, 0},
-               [](Feature& feature, IntegerRange* range) { return feature.integerRange(range); })
-        .increment;
+    return read<std::int64_t>(
+        err, 0, [](Feature& feature, std::int64_t* step) { return feature.increment(step); });
 }
 
 ZelCamErr FloatParam::SetValue(double value)
@@ -54,18 +50,16 @@ double FloatParam::GetValue(ZelCamErr* err)
 
 double FloatParam::GetMin(ZelCamErr* err)
 {
-    return read<FloatRange>(
-               err, {0.0, 0.0},
-               [](Feature& feature, FloatRange* range) { return feature.floatRange(range); })
-        .min;
+    return read<double>(err, 0.0, [](Feature& feature, double* limit) {
+        return feature.floatLimit(Bound::kMin, limit);
+    });
 }
 
 double FloatParam::GetMax(ZelCamErr* err)
 {
-    return read<FloatRange>(
-               err, {0.0, 0.0},
-               [](Feature& feature, FloatRange* range) { return feature.floatRange(range); })
-        .max;
+    return read<double>(err, 0.0, [](Feature& feature, double* limit) {
+        return feature.floatLimit(Bound::kMax, limit);
+    });
 }
 
 const char* FloatParam::GetUnit(ZelCamErr* err)
@@ -100,7 +94,7 @@ const char* StringParam::GetValue(ZelCamErr* err)
     report(err, result);
     if (result != ZelErr::kOk)
         return "";
-    return keepValueText(&state(), this, toValidUtf8(text));
+    return keepValueText(&state(), this, base::toValidUtf8(text));
 }
 
 ZelCamErr StringParam::SetValue(const char* value)

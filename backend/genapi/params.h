@@ -34,15 +34,15 @@ public:
     }
     bool IsAvailable() override
     {
-        return ask([](Feature& feature) { return feature.access().isAvailable(); });
+        return ask([](Feature& feature) { return feature.isAvailable(); });
     }
     bool IsWritable() override
     {
-        return ask([](Feature& feature) { return feature.access().isWritable(); });
+        return ask([](Feature& feature) { return feature.isWritable(); });
     }
     bool IsReadable() override
     {
-        return ask([](Feature& feature) { return feature.access().isReadable(); });
+        return ask([](Feature& feature) { return feature.isReadable(); });
     }
     ZelGenParam::Node* GetNode() override { return &node_; }
 

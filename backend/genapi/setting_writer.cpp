@@ -23,8 +23,14 @@ ZelCamErr SettingWriter::write(const std::vector<Setting>& settings)
     rememberSelectors(before_);
     rememberSelectors(settings);
     const ZelCamErr result = apply(settings);
-    if (result != ZelErr::kOk)
-        undo();
+    if (result == ZelErr::kOk) {
+        refused_ = Setting();
+        return result;
+    }
+    // The way back has its own refusals.
+    const Setting refused = refused_;
+    undo();
+    refused_ = refused;
     return result;
 }
 
@@ -90,6 +96,8 @@ ZelCamErr SettingWriter::runOnce(std::vector<Task>* tasks, bool* hasProgress)
         if (task.isDone)
             continue;
         const ZelCamErr result = writeOne(&task);
+        if (result != ZelErr::kOk)
+            refused_ = task.setting;
         if (isTransportFailure(result))
             return result;
         if (result != ZelErr::kOk)
@@ -106,7 +114,7 @@ ZelCamErr SettingWriter::writeOne(Task* task)
     Feature& feature = ParamArrayState::featureOf(*setting.slot);
     if (const ZelCamErr result = SettingWalk::select(setting.selection); result != ZelErr::kOk)
         return result;
-    Setting old{setting.slot, setting.selection, {}};
+    Setting old{setting.slot, setting.selection, {}, 0};
     const ZelCamErr read = readValue(feature, &old.value);
     if (read == ZelErr::kOk && old.value == setting.value)
         return ZelErr::kOk;

@@ -19,6 +19,9 @@ public:
     /// device can still be reached. Selectors have their old values unless they are settings.
     ZelCamErr write(const std::vector<Setting>& settings);
 
+    /// The setting that made write() fail; null when it did not, or none did.
+    const Setting* refused() const { return refused_.slot != nullptr ? &refused_ : nullptr; }
+
 private:
     struct Task {
         Setting setting;
@@ -38,6 +41,7 @@ private:
     std::vector<Setting> before_;  ///< All streamable features.
     std::vector<Setting> written_; ///< What was there before each write, oldest first.
     Selection selectors_;          ///< As they were.
+    Setting refused_;              ///< The last one that the device did not take.
 };
 
 } // namespace genapi

@@ -26,7 +26,7 @@ bool isTransportFailure(ZelCamErr code)
 bool isSetting(Slot& slot)
 {
     const Description& description = slot.map->description();
-    const auto& node = description.nodes[static_cast<std::size_t>(slot.node)];
+    const Node& node = description.at(slot.node);
     const bool isMeant = description.marksStreamable ? node.isStreamable : node.isFeature;
     return isMeant && hasValue(ParamArrayState::featureOf(slot));
 }
@@ -35,11 +35,11 @@ SettingWalk::SettingWalk(ParamArrayState& state) : state_(state)
 {
     for (Slot* const slot : state.features()) {
         const Description& description = slot->map->description();
-        const auto& node = description.nodes[static_cast<std::size_t>(slot->node)];
-        for (const Reference& reference : node.references) {
-            if (reference.kind != ReferenceKind::kSelected)
+        const Node& node = description.at(slot->node);
+        for (const Link& link : description.linksOf(node)) {
+            if (link.kind != LinkKind::kSelected)
                 continue;
-            const auto& name = description.nodes[static_cast<std::size_t>(reference.target)].name;
+            const std::string name(description.at(link.target).name);
             Slot* const selected = state.find(name.c_str(), nullptr);
             if (selected == nullptr || selected->map != slot->map)
                 continue;
@@ -87,31 +87,35 @@ std::vector<FeatureValue> SettingWalk::choicesOf(Feature& selector, const Featur
 {
     std::vector<FeatureValue> choices;
     FeatureValue choice = present;
-    if (!selector.access().isWritable()) {
+    if (!selector.isWritable()) {
         choices.push_back(present);
     } else if (selector.type() == ZelGenParam::kTypeEnum) {
         for (std::size_t i = 0; i < selector.entryCount(); ++i) {
-            choice.text = selector.node().entries[i].symbol;
-            if (selector.entryAccess(i).isAvailable())
+            choice.text = selector.entry(i).name;
+            if (selector.isEntryAvailable(i))
                 choices.push_back(choice);
         }
     } else if (selector.type() == ZelGenParam::kTypeBoolean) {
         for (choice.integer = 0; choice.integer < 2; ++choice.integer)
             choices.push_back(choice);
     } else if (selector.type() == ZelGenParam::kTypeInt) {
-        IntegerRange range{};
-        const bool isKnown = selector.integerRange(&range) == ZelErr::kOk && range.min <= range.max;
+        std::int64_t min = 0;
+        std::int64_t max = 0;
+        std::int64_t increment = 1;
+        const bool isKnown = selector.integerLimit(Bound::kMin, &min) == ZelErr::kOk &&
+                             selector.integerLimit(Bound::kMax, &max) == ZelErr::kOk &&
+                             selector.increment(&increment) == ZelErr::kOk && min <= max;
+        increment = std::max<std::int64_t>(increment, 1);
         const std::uint64_t steps =
-            isKnown
-                ? (static_cast<std::uint64_t>(range.max) - static_cast<std::uint64_t>(range.min)) /
-                      static_cast<std::uint64_t>(range.increment)
-                : kMaxChoices;
+            isKnown ? (static_cast<std::uint64_t>(max) - static_cast<std::uint64_t>(min)) /
+                          static_cast<std::uint64_t>(increment)
+                    : kMaxChoices;
         if (steps >= kMaxChoices) {
             choices.push_back(present);
             return choices;
         }
         for (std::uint64_t step = 0; step <= steps; ++step) {
-            choice.integer = range.min + static_cast<std::int64_t>(step) * range.increment;
+            choice.integer = min + static_cast<std::int64_t>(step) * increment;
             choices.push_back(choice);
         }
     }
@@ -123,9 +127,9 @@ ZelCamErr SettingWalk::collectOne(Slot* slot, const std::vector<Slot*>& selector
 {
     Feature& feature = ParamArrayState::featureOf(*slot);
     if (selection->size() == selectors.size()) {
-        if (!feature.access().isReadable() || !feature.access().isWritable())
+        if (!feature.isReadable() || !feature.isWritable())
             return ZelErr::kOk;
-        Setting setting{slot, *selection, {}};
+        Setting setting{slot, *selection, {}, 0};
         const ZelCamErr result = readValue(feature, &setting.value);
         if (result == ZelErr::kOk)
             settings->push_back(std::move(setting));

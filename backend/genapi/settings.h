@@ -19,6 +19,7 @@ struct Setting {
     ParamArrayState::Slot* slot = nullptr;
     Selection selection; ///< Outermost first.
     FeatureValue value;
+    std::size_t line = 0; ///< Of the file that asks for it; 0: none does.
 };
 
 /// True for codes of the transport: trying again in another order will not help.

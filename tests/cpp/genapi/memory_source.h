@@ -49,7 +49,6 @@ public:
         return ZelErr::kOk;
     }
 
-    ArvDevice* arvDevice() override { return device; }
     bool hasNetworkByteOrder() override { return isNetworkOrder; }
 
     std::uint32_t word(std::uint64_t address) const
@@ -69,7 +68,6 @@ public:
     int reads = 0;
     int writes = 0;
     bool isNetworkOrder = false;
-    ArvDevice* device = nullptr; ///< Borrowed.
     std::function<void()> onAccess;
     std::function<void(std::uint64_t)> onWrite; ///< After the bytes are stored.
 

@@ -2,12 +2,15 @@
 //
 //   zel_genapi_mutations [documents] [seed]
 //
-// Bits are flipped, tags cut out, names exchanged so that references form circles or lead nowhere.
-// What still loads is walked: every value read and written. It ends with 0 and a count, or not at
-// all: run it with the address sanitizer.
+// Bits are flipped, tags cut out, names exchanged so that references form circles or lead nowhere,
+// texts cut off, nested, or made huge. What still loads is walked: every value read and written. It
+// ends with 0, a count and the longest time that one document took to open, or not at all: run it
+// with the address sanitizer.
 #include "genapi/param_array.h"
 #include "memory_source.h"
 
+#include <algorithm>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <random>
@@ -37,12 +40,20 @@ std::string original()
                  "</EnumEntry><EnumEntry Name=\"Two\"><pIsImplemented>Reg1</pIsImplemented>"
                  "<Value>2</Value></EnumEntry><pValue>Reg" +
                  n + "</pValue></Enumeration>";
+        nodes += "<StructReg><Address>64</Address><Length>4</Length><AccessMode>RW</AccessMode>"
+                 "<pPort>Device</pPort><StructEntry Name=\"Low" +
+                 n + "\"><LSB>0</LSB><MSB>7</MSB></StructEntry><StructEntry Name=\"High" + n +
+                 "\"><pIsLocked>Int" + n + "</pIsLocked><Bit>9</Bit></StructEntry></StructReg>";
+        nodes += "<Integer Name=\"Pick" + n +
+                 "\"><pIndex>Reg2</pIndex><pValueIndexed Index=\"1\">Low" + n +
+                 "</pValueIndexed><ValueDefault>3</ValueDefault></Integer>";
         nodes += "<StringReg Name=\"Text" + n +
                  "\"><pAddress>Reg1</pAddress><Address>0x100</Address>"
                  "<Length>16</Length><AccessMode>RW</AccessMode><pPort>Events</pPort></StringReg>";
         nodes += "<Category Name=\"Cat" + n + "\"><pFeature>Int" + n +
                  "</pFeature><pFeature>Float" + n + "</pFeature><pFeature>Enum" + n +
-                 "</pFeature><pFeature>Text" + n + "</pFeature></Category>";
+                 "</pFeature><pFeature>Text" + n + "</pFeature><pFeature>Pick" + n +
+                 "</pFeature><pFeature>High" + n + "</pFeature></Category>";
         features.push_back("Cat" + n);
     }
     return describe(nodes + "<Port Name=\"Events\"><EventID>9</EventID></Port>", features);
@@ -61,7 +72,7 @@ void mutate(std::string* text, std::mt19937& random)
 {
     std::size_t start = 0;
     std::size_t end = 0;
-    switch (random() % 6) {
+    switch (random() % 9) {
     case 0:
         (*text)[random() % text->size()] ^= static_cast<char>(1U << (random() % 8));
         break;
@@ -95,6 +106,29 @@ void mutate(std::string* text, std::mt19937& random)
                                        "((A"};
         if (pick(*text, random, '>', '<', &start, &end))
             text->replace(start + 1, end - start - 1, numbers[random() % 11]);
+        break;
+    }
+    case 5: // the end of it
+        text->resize(random() % text->size());
+        break;
+    case 6: { // a formula that nests or goes on
+        std::string formula = "A";
+        const bool isDeep = random() % 2 == 0;
+        for (auto levels = random() % 5000; levels-- > 0;)
+            formula = isDeep && levels < 2000 ? "(" + formula + ")" : formula + "+A";
+        const std::size_t at = text->find("<Formula>", random() % text->size());
+        if (at != std::string::npos)
+            text->insert(at + 9, formula + (random() % 2 == 0 ? "&lt;" : "|"));
+        break;
+    }
+    case 7: { // much of one thing
+        if (!pick(*text, random, '<', '>', &start, &end))
+            break;
+        const std::string piece = text->substr(start, random() % 400);
+        std::string many;
+        for (auto count = random() % 3000; count-- > 0;)
+            many += piece;
+        text->insert(start, many);
         break;
     }
     default:
@@ -133,13 +167,16 @@ int main(int count, char** arguments)
     std::mt19937 random(count > 2 ? static_cast<unsigned>(std::atoi(arguments[2])) : 1U);
     const std::string document = original();
     int loaded = 0;
+    auto longest = std::chrono::steady_clock::duration::zero();
     genapi::ParamArray array;
     for (int i = 0; i < documents; ++i) {
         std::string text = document;
         for (auto step = random() % 6; step-- > 0;)
             mutate(&text, random);
         MemorySource source(text);
+        const auto start = std::chrono::steady_clock::now();
         const bool isLoaded = array.attach({&source}) == ZelErr::kOk;
+        longest = std::max(longest, std::chrono::steady_clock::now() - start);
         if (!isLoaded && array.GetCount() != 0) {
             std::fprintf(stderr, "document %d: refused, yet there are features\n", i);
             return EXIT_FAILURE;
@@ -148,6 +185,9 @@ int main(int count, char** arguments)
         use(array);
         array.detach(ZelErr::kGenTLInvalidHandle);
     }
-    std::fprintf(stderr, "%d documents, %d loaded\n", documents, loaded);
+    std::fprintf(stderr, "%d documents, %d loaded, at most %lld ms to open one\n", documents,
+                 loaded,
+                 static_cast<long long>(
+                     std::chrono::duration_cast<std::chrono::milliseconds>(longest).count()));
     return EXIT_SUCCESS;
 }

@@ -1,4 +1,4 @@
-#include "genapi/description_check.h"
+#include "genapi/reference_check.h"
 
 #include <algorithm>
 
@@ -8,7 +8,7 @@ namespace genapi
 namespace
 {
 
-// Real cameras stay below 20 and 500. ArvGc recurses once per step of a chain.
+// Real cameras stay below 20 and 500. Evaluation recurses once per step of a chain.
 constexpr std::uint32_t kMaxDepth = 100;
 constexpr std::uint32_t kMaxSteps = 10000;
 
@@ -20,7 +20,7 @@ enum Question : std::uint32_t { kAskValue, kAskRange, kAskAccess, kQuestionCount
 class EvaluationCheck
 {
 public:
-    explicit EvaluationCheck(const Description& description)
+    explicit EvaluationCheck(Description& description)
         : description_(description), vertices_(description.nodes.size() * kQuestionCount)
     {
     }
@@ -48,45 +48,31 @@ private:
         std::uint32_t steps = 0;
     };
 
-    bool visit(std::size_t node, Question question, std::uint32_t depth)
+    bool visit(std::size_t index, Question question, std::uint32_t depth)
     {
-        Vertex& vertex = vertices_[node * kQuestionCount + question];
+        Vertex& vertex = vertices_[index * kQuestionCount + question];
         if (vertex.mark == Mark::kDone)
             return true;
         if (vertex.mark == Mark::kOpen || depth > kMaxDepth)
             return false;
         vertex.mark = Mark::kOpen;
         vertex.steps = 1;
-        if (description_.nodes[node].parent >= 0 &&
-            !follow(&vertex, description_.nodes[node].parent, question, depth))
-            return false;
-        for (const Reference& reference : description_.nodes[node].references) {
+        const Node& node = description_.nodes[index];
+        for (const Link& link : description_.linksOf(node)) {
             Question next = kAskValue;
-            if (leadsOn(description_.nodes[node].kind, reference, question, &next) &&
-                !follow(&vertex, reference.target, next, depth))
+            if (leadsOn(node.kind, link, question, &next) &&
+                !(follow(&vertex, link.target, next, depth) &&
+                  follow(&vertex, link.kind == LinkKind::kIndex ? link.extra : -1, next, depth)))
                 return false;
         }
-        if (question == kAskAccess && !visitEntries(&vertex, node, depth))
-            return false;
         vertex.mark = Mark::kDone;
-        return true;
-    }
-
-    bool visitEntries(Vertex* vertex, std::size_t node, std::uint32_t depth)
-    {
-        for (const EntryDescription& entry : description_.nodes[node].entries) {
-            for (const Reference& reference : entry.references) {
-                Question next = kAskValue;
-                if (leadsOn(NodeKind::kEnumeration, reference, kAskAccess, &next) &&
-                    !follow(vertex, reference.target, next, depth))
-                    return false;
-            }
-        }
         return true;
     }
 
     bool follow(Vertex* vertex, std::int32_t target, Question next, std::uint32_t depth)
     {
+        if (target < 0)
+            return true;
         if (!visit(static_cast<std::size_t>(target), next, depth + 1))
             return false;
         const Vertex& below = vertices_[static_cast<std::size_t>(target) * kQuestionCount + next];
@@ -95,47 +81,46 @@ private:
         return vertex->height <= kMaxDepth && vertex->steps <= kMaxSteps;
     }
 
-    static bool leadsOn(NodeKind kind, const Reference& reference, Question question,
-                        Question* next)
+    static bool leadsOn(NodeKind kind, const Link& link, Question question, Question* next)
     {
-        switch (reference.kind) {
-        case ReferenceKind::kValue:
-        case ReferenceKind::kValueCopy:
-        case ReferenceKind::kValueIndexed:
+        switch (link.kind) {
+        case LinkKind::kValue:
+        case LinkKind::kValueCopy:
+        case LinkKind::kValueIndexed:
+        case LinkKind::kValueDefault:
             *next = question;
             return true;
-        case ReferenceKind::kIndex:
-        case ReferenceKind::kAddress:
-        case ReferenceKind::kLength:
-        case ReferenceKind::kCommandValue:
+        case LinkKind::kIndex:
+        case LinkKind::kAddress:
+        case LinkKind::kLength:
+        case LinkKind::kCommandValue:
             *next = question == kAskAccess ? kAskAccess : kAskValue;
             return question != kAskRange;
-        case ReferenceKind::kVariable:
+        case LinkKind::kVariable:
             // The range of a converter comes out of its formula.
             if (question == kAskRange)
                 return kind == NodeKind::kConverter || kind == NodeKind::kIntConverter;
             *next = question;
-            if (question == kAskValue && reference.aspect != Aspect::kValue)
-                *next = kAskRange;
+            if (question == kAskValue && link.aspect != Aspect::kValue)
+                *next = link.aspect == Aspect::kAccessMode ? kAskAccess : kAskRange;
             return true;
-        case ReferenceKind::kMin:
-        case ReferenceKind::kMax:
-        case ReferenceKind::kIncrement:
+        case LinkKind::kMin:
+        case LinkKind::kMax:
+        case LinkKind::kIncrement:
             return question == kAskRange;
-        case ReferenceKind::kImplemented:
-        case ReferenceKind::kAvailable:
-        case ReferenceKind::kLocked:
+        case LinkKind::kImplemented:
+        case LinkKind::kAvailable:
+        case LinkKind::kLocked:
             return question == kAskAccess;
-        case ReferenceKind::kPort:
-        case ReferenceKind::kFeature:
-        case ReferenceKind::kSelected:
-        case ReferenceKind::kOther:
+        case LinkKind::kEntry:
+            *next = kAskAccess;
+            return question == kAskAccess;
+        default:
             return false;
         }
-        return false;
     }
 
-    const Description& description_;
+    Description& description_;
     std::vector<Vertex> vertices_;
 };
 
@@ -143,7 +128,7 @@ private:
 class TreeCheck
 {
 public:
-    TreeCheck(const Description& description, ReferenceKind kind)
+    TreeCheck(Description& description, LinkKind kind)
         : description_(description), kind_(kind), marks_(description.nodes.size(), 0)
     {
     }
@@ -165,29 +150,49 @@ private:
         if (marks_[node] == 1 || depth > kMaxDepth)
             return false;
         marks_[node] = 1;
-        for (const Reference& reference : description_.nodes[node].references) {
-            if (reference.kind == kind_ &&
-                !visit(static_cast<std::size_t>(reference.target), depth + 1))
+        for (const Link& link : description_.linksOf(description_.nodes[node])) {
+            if (link.kind == kind_ && !visit(static_cast<std::size_t>(link.target), depth + 1))
                 return false;
         }
         marks_[node] = 2;
         return true;
     }
 
-    const Description& description_;
-    ReferenceKind kind_;
+    Description& description_;
+    LinkKind kind_;
     std::vector<std::uint8_t> marks_;
 };
 
 void markFeatures(Description* description, std::int32_t index)
 {
-    NodeDescription& node = description->nodes[static_cast<std::size_t>(index)];
+    Node& node = description->at(index);
     if (node.isFeature)
         return;
     node.isFeature = true;
-    for (const Reference& reference : node.references) {
-        if (reference.kind == ReferenceKind::kFeature)
-            markFeatures(description, reference.target);
+    // A category is as visible as the most visible of its features, unless it says otherwise.
+    std::uint8_t visibility = 3;
+    for (const Link& link : description->linksOf(node)) {
+        if (link.kind != LinkKind::kFeature)
+            continue;
+        markFeatures(description, link.target);
+        visibility = std::min(visibility, description->at(link.target).visibility);
+    }
+    if (node.kind == NodeKind::kCategory && !node.hasVisibility && index != description->root)
+        node.visibility = visibility;
+}
+
+/// What has to be polled is never old enough to be kept, nor is what it would make old.
+void markKept(Description* description)
+{
+    for (Node& node : description->nodes) {
+        node.mayKeep = node.isRegister && node.caching != 0 && !node.isPolled;
+        for (const Link& link : description->linksOf(node)) {
+            const bool isPolled =
+                link.kind == LinkKind::kInvalidator && description->at(link.target).isPolled;
+            const bool isEvent =
+                link.kind == LinkKind::kPort && description->at(link.target).overlay >= 0;
+            node.mayKeep = node.mayKeep && !isPolled && !isEvent;
+        }
     }
 }
 
@@ -198,17 +203,18 @@ bool checkReferences(Description* description, std::string* why)
     EvaluationCheck evaluation(*description);
     if (!evaluation.run(why))
         return false;
-    TreeCheck categories(*description, ReferenceKind::kFeature);
+    TreeCheck categories(*description, LinkKind::kFeature);
     if (!categories.run()) {
         *why = "a category contains itself";
         return false;
     }
-    TreeCheck selectors(*description, ReferenceKind::kSelected);
+    TreeCheck selectors(*description, LinkKind::kSelected);
     if (!selectors.run()) {
         *why = "a selector selects itself";
         return false;
     }
     markFeatures(description, description->root);
+    markKept(description);
     return true;
 }
 

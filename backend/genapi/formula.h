@@ -1,0 +1,123 @@
+// Formulas of converters and calculated features.
+#pragma once
+
+#include "zel_err.h"
+
+#include <cstdint>
+#include <string_view>
+#include <vector>
+
+namespace genapi
+{
+
+/// Where an evaluation takes the values of variables from: slots are those that the names had.
+class FormulaInput
+{
+public:
+    virtual ZelCamErr integer(std::int32_t slot, std::int64_t* value) = 0;
+    virtual ZelCamErr real(std::int32_t slot, double* value) = 0;
+
+protected:
+    ~FormulaInput() = default;
+};
+
+/// What a name in a formula stands for.
+struct FormulaName {
+    enum class Kind : std::uint8_t { kVariable, kConstant, kExpression };
+
+    std::string_view name;
+    Kind kind = Kind::kVariable;
+    std::int32_t slot = -1;
+    std::int64_t integer = 0; ///< Of a constant, both ways.
+    double real = 0.0;
+    std::string_view text; ///< Of an expression: it may use all names, in any order.
+};
+
+/// One operation of a formula; operands are indices into its operations.
+struct FormulaOp {
+    enum class Code : std::uint8_t {
+        kNumber,
+        kVariable,
+        kChoose, ///< first ? second : third
+        kOr,
+        kAnd,
+        kBitOr,
+        kBitXor,
+        kBitAnd,
+        kEqual,
+        kUnequal,
+        kLess,
+        kGreater,
+        kLessEqual,
+        kGreaterEqual,
+        kShiftLeft,
+        kShiftRight,
+        kAdd,
+        kSubtract,
+        kMultiply,
+        kDivide,
+        kRemainder,
+        kPower,
+        kNegate,
+        kInvert,
+        kSign,
+        kAbs,
+        kRound, ///< To `second` decimals where there is one.
+        kSin,
+        kCos,
+        kTan,
+        kAsin,
+        kAcos,
+        kAtan,
+        kExp,
+        kLn,
+        kLg,
+        kSqrt,
+        kTrunc,
+        kFloor,
+        kCeil,
+    };
+
+    Code code = Code::kNumber;
+    bool isReal = false;
+    std::int32_t first = -1;
+    std::int32_t second = -1;
+    std::int32_t third = -1;
+    std::uint32_t height = 1;
+    std::int64_t integer = 0; ///< The number, or the slot of the variable.
+    double real = 0.0;
+};
+
+/// A compiled formula. There are two arithmetics: whole numbers of 64 bits that wrap (only what
+/// holds a fraction or a function is computed with fractions, and cut off at the end), and
+/// doubles. Branches that are not taken are not evaluated.
+class Formula
+{
+public:
+    /// False for what is no formula, uses an unknown name, nests deeper than 250 or would grow
+    /// above 20,000 operations. Names are found exactly, else without regard to case.
+    bool compile(std::string_view text, bool isInteger, const std::vector<FormulaName>& names);
+
+    /// How deep an evaluation recurses.
+    std::uint32_t height() const { return ops_.empty() ? 0 : ops_.back().height; }
+
+    /// 0; -40200 for a division by zero or a number beyond 64 bits; codes of the input.
+    ZelCamErr integer(FormulaInput& input, std::int64_t* value) const;
+    ZelCamErr real(FormulaInput& input, double* value) const;
+
+private:
+    friend class FormulaParser;
+    using Code = FormulaOp::Code;
+
+    const FormulaOp& at(std::int32_t op) const { return ops_[static_cast<std::size_t>(op)]; }
+    ZelCamErr evaluate(std::int32_t op, FormulaInput& input, std::int64_t* value) const;
+    ZelCamErr evaluate(std::int32_t op, FormulaInput& input, double* value) const;
+    ZelCamErr isTrue(std::int32_t op, FormulaInput& input, bool* value) const;
+    ZelCamErr compare(const FormulaOp& op, FormulaInput& input, std::int64_t* value) const;
+    ZelCamErr choose(const FormulaOp& op, FormulaInput& input, std::int32_t* chosen) const;
+    ZelCamErr logic(const FormulaOp& op, FormulaInput& input, std::int64_t* value) const;
+
+    std::vector<FormulaOp> ops_; ///< The last one is the whole.
+};
+
+} // namespace genapi
