@@ -207,6 +207,7 @@ std::int32_t Feature::check(const FeatureValue& value, std::size_t index) const
         break;
     case FeatureType::Command:
     case FeatureType::Category:
+    case FeatureType::Memory:
         break;
     }
     return good ? gentl::err::kSuccess : gentl::err::kInvalidValue;

@@ -16,7 +16,8 @@ namespace features
 /// executing) are int64; floats are double; text is string.
 using FeatureValue = std::variant<std::int64_t, double, std::string>;
 
-enum class FeatureType { Category, Integer, Float, Boolean, Enumeration, String, Command };
+/// Memory: bytes at an address that the owner of the table serves.
+enum class FeatureType { Category, Integer, Float, Boolean, Enumeration, String, Command, Memory };
 enum class Visibility { Beginner, Expert, Guru, Invisible };
 enum class Access { ReadOnly, WriteOnly, ReadWrite };
 
@@ -68,6 +69,12 @@ public:
     /// One value per value of `selector` (an enumeration or integer whose values are 0 to
     /// count - 1).
     Feature& selectedBy(std::string selector, std::size_t count);
+    /// The value belongs to those of these selectors, in registers that do not tell them apart: the
+    /// hooks look at the selectors.
+    Feature& shownBy(std::vector<std::string> selectors)
+    {
+        return shownBy_ = std::move(selectors), *this;
+    }
     Feature& entry(std::string name, std::int64_t value, std::string toolTip,
                    std::function<bool()> available = {});
 
@@ -150,6 +157,7 @@ private:
     bool streamable_ = false;
     bool changing_ = false;
     std::string selector_;
+    std::vector<std::string> shownBy_;
     std::vector<EnumEntry> entries_;
     std::vector<std::string> children_; ///< Categories: names of their features.
 

@@ -62,7 +62,7 @@ Feature& FeatureTable::add(FeatureType type, const std::string& name, const std:
     if (find(name) != nullptr) {
         throw std::logic_error("feature declared twice: " + name);
     }
-    if (type != FeatureType::Category) {
+    if (type != FeatureType::Category && type != FeatureType::Memory) {
         find(currentCategory_)->children_.push_back(name);
     }
     return features_.emplace_back(type, name, toolTip);
@@ -110,6 +110,14 @@ Feature& FeatureTable::command(const std::string& name, const std::string& toolT
     return add(FeatureType::Command, name, toolTip);
 }
 
+Feature& FeatureTable::memory(const std::string& name, const std::string& toolTip,
+                              std::uint64_t address, std::uint32_t length)
+{
+    Feature& feature = add(FeatureType::Memory, name, toolTip).bytes(length);
+    feature.address_ = address;
+    return feature;
+}
+
 void FeatureTable::port(const std::string& name, bool chunk, std::uint64_t id)
 {
     ports_.push_back({name, chunk, id});
@@ -131,8 +139,8 @@ std::vector<std::pair<FeatureTable::Slot, std::uint32_t>>
 FeatureTable::slotsOf(const Feature& feature)
 {
     std::vector<std::pair<Slot, std::uint32_t>> slots;
-    if (feature.type_ == FeatureType::Category || feature.constant_ || !feature.formula_.empty() ||
-        !feature.port_.empty()) {
+    if (feature.type_ == FeatureType::Category || feature.type_ == FeatureType::Memory ||
+        feature.constant_ || !feature.formula_.empty() || !feature.port_.empty()) {
         return slots;
     }
     slots.emplace_back(Slot::Value, feature.length_);

@@ -50,6 +50,10 @@ public:
     /// `capacity` bytes; a text that fills them has no closing NUL.
     Feature& string(const std::string& name, const std::string& toolTip, std::uint32_t capacity);
     Feature& command(const std::string& name, const std::string& toolTip);
+    /// `length` bytes at `address`, outside of the table. A node of the description without a
+    /// category, for who knows its name.
+    Feature& memory(const std::string& name, const std::string& toolTip, std::uint64_t address,
+                    std::uint32_t length);
     void port(const std::string& name, bool chunk, std::uint64_t id);
 
     /// Lays out the registers and writes the description; call once, after the last addition.

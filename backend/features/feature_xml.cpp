@@ -1,6 +1,7 @@
 // The GenICam description of a table of features.
 #include "features/feature_xml.h"
 
+#include <algorithm>
 #include <array>
 #include <cinttypes>
 #include <cstdio>
@@ -78,6 +79,8 @@ const char* nodeType(const Feature& feature, bool formula)
         return "StringReg";
     case FeatureType::Command:
         return "Command";
+    case FeatureType::Memory:
+        return "Register";
     }
     return "Node";
 }
@@ -181,6 +184,7 @@ void FeatureXml::feature(const Feature& feature)
         enumeration(feature);
         break;
     case FeatureType::String:
+    case FeatureType::Memory:
         string(feature);
         break;
     case FeatureType::Command:
@@ -261,14 +265,15 @@ void FeatureXml::string(const Feature& feature)
 
 bool FeatureXml::mayBeKept(const Feature& feature)
 {
-    return feature.type_ != FeatureType::Command && !feature.onRead_ && !feature.changing_ &&
-           feature.port_.empty();
+    return feature.type_ != FeatureType::Command && feature.type_ != FeatureType::Memory &&
+           !feature.onRead_ && !feature.changing_ && feature.port_.empty();
 }
 
 void FeatureXml::selected(const Feature& feature)
 {
     for (const Feature& each : table_.features_) {
-        if (each.selector_ == feature.name_) {
+        if (each.selector_ == feature.name_ ||
+            std::count(each.shownBy_.begin(), each.shownBy_.end(), feature.name_) != 0) {
             element("pSelected", each.name_);
         }
     }
@@ -316,7 +321,8 @@ void FeatureXml::valueRegister(const Feature& feature)
 
 void FeatureXml::registers(const Feature& feature)
 {
-    if (feature.type_ == FeatureType::Category || feature.constant_ || !feature.formula_.empty()) {
+    if (feature.type_ == FeatureType::Category || feature.type_ == FeatureType::Memory ||
+        feature.constant_ || !feature.formula_.empty()) {
         return;
     }
     if (feature.type_ != FeatureType::String) {

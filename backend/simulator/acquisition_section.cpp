@@ -2,6 +2,7 @@
 #include "simulator/acquisition_section.h"
 
 #include "gentl_abi/gentl_abi.h"
+#include "simulator/auto_section.h"
 
 #include <algorithm>
 #include <limits>
@@ -121,9 +122,7 @@ void AcquisitionSection::declareExposure()
              .range(10.0, 10000000.0)
              .value(10000.0)
              .onChange(context_.changesPicture());
-    table.enumeration("ExposureAuto", "Automatic exposure.")
-        .readOnly()
-        .entry("Off", 0, "ExposureTime is set by hand.");
+    addAutoMode(table, "ExposureAuto", "Automatic exposure.");
 }
 
 void AcquisitionSection::declareStatus()

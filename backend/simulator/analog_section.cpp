@@ -1,6 +1,8 @@
 // Gain, black level, gamma and colour balance of a simulated camera.
 #include "simulator/analog_section.h"
 
+#include "simulator/auto_section.h"
+
 namespace simulator
 {
 
@@ -31,10 +33,7 @@ void AnalogSection::declareGain(CameraContext& context)
              .selectedBy("GainSelector", 2)
              .range(0.0, 24.0)
              .onChange(context.changesPicture());
-    table.enumeration("GainAuto", "Automatic gain.")
-        .expert()
-        .readOnly()
-        .entry("Off", 0, "Gain is set by hand.");
+    addAutoMode(table, "GainAuto", "Automatic gain.").expert();
 }
 
 void AnalogSection::declareResponse(CameraContext& context)
@@ -80,10 +79,7 @@ void AnalogSection::declareBalance(CameraContext& context)
     for (std::size_t channel = 0; channel < 3; ++channel) {
         balance_->set(1.0, channel);
     }
-    table.enumeration("BalanceWhiteAuto", "Automatic white balance.")
-        .expert()
-        .readOnly()
-        .entry("Off", 0, "BalanceRatio is set by hand.");
+    addAutoMode(table, "BalanceWhiteAuto", "Automatic white balance.").expert();
 }
 
 void AnalogSection::declareNoise(CameraContext& context)

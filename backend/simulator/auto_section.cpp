@@ -45,7 +45,8 @@ AutoSection::AutoSection(CameraContext& context)
                     .value(value);
     };
     table.category("AutoFunctionControl", "What automatic exposure and gain aim at.");
-    target_ = limit("AutoTargetBrightness", "Mean brightness that is wanted.", "%", 5.0, 95.0, 50.0);
+    target_ =
+        limit("AutoTargetBrightness", "Mean brightness that is wanted.", "%", 5.0, 95.0, 50.0);
     exposureLow_ = limit("AutoExposureTimeLowerLimit", "Shortest automatic exposure.", "us", 10.0,
                          10000000.0, 10.0);
     exposureHigh_ = limit("AutoExposureTimeUpperLimit", "Longest automatic exposure.", "us", 10.0,
@@ -115,8 +116,7 @@ void AutoSection::adjust(const PictureRenderer& renderer, std::uint64_t frame)
     const bool wantsBrightness =
         exposureMode_->integer() != kAutoOff || gainMode_->integer() != kAutoOff;
     const bool wantsBalance = balanceMode_ != nullptr && balanceMode_->integer() != kAutoOff;
-    if ((!wantsBrightness && !wantsBalance) ||
-        renderer.settings().pattern != TestPattern::Off) {
+    if ((!wantsBrightness && !wantsBalance) || renderer.settings().pattern != TestPattern::Off) {
         return; // Patterns do not follow the light.
     }
     const PictureRenderer::Levels levels = renderer.levels(frame);

@@ -37,6 +37,11 @@ struct CameraContext {
                                               std::chrono::steady_clock::now() - powerOn)
                                               .count());
     }
+    /// What clocks outside show at a time of now(): a master may have set the clock.
+    std::uint64_t stamp(std::uint64_t ns) const
+    {
+        return ns + static_cast<std::uint64_t>(clockOffsetNs);
+    }
     /// What must not change during an acquisition is locked: by the host or by the camera itself.
     bool isLocked() const { return acquiring || transportLocked; }
     /// For Feature::lockedIf().
@@ -57,6 +62,7 @@ struct CameraContext {
     CameraConfig config; ///< As configured; registers may say otherwise.
     FeatureTable& table;
     std::chrono::steady_clock::time_point powerOn;
+    std::int64_t clockOffsetNs = 0;
     bool acquiring = false;
     bool transportLocked = false;
     bool pictureIsStale = true;

@@ -23,6 +23,8 @@ public:
     virtual void event(std::uint64_t eventId, const void* data, std::size_t size) = 0;
     /// Something changed that hosts keep copies of: device identity, user name, IP settings.
     virtual void identityChanged() = 0;
+    /// The camera itself changed a setting of which hosts may keep copies.
+    virtual void featureChanged(const char* /*name*/) {}
     /// DeviceReset or the unplug fault: the device leaves now and is back after this time
     /// (all ones: it stays away).
     virtual void unplugged(std::uint64_t backAfterMs) = 0;
@@ -54,7 +56,7 @@ struct FrameLayout {
     std::uint32_t height = 0;
     std::uint32_t offsetX = 0;
     std::uint32_t offsetY = 0;
-    std::uint64_t timestampNs = 0;
+    std::uint64_t timestampNs = 0;   ///< As clocks outside show it: CameraModel::timestamp().
     std::uint64_t chunkLayoutId = 0; ///< 0: no chunks; see CameraModel::chunks().
     /// Bytes of the chunks with what stands between them; where the image is one, it counts too.
     std::uint64_t chunkBytes = 0;

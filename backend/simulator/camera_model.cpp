@@ -62,19 +62,21 @@ CameraModel::CameraModel(const CameraConfig& config)
     : table_(identityOf(config), kRegisterBase), context_(config, table_),
       device_(context_, [this] { powerLoss(); }),
       image_(context_, [this] { return device_.hasRateForWideFormats(); }), analog_(context_),
-      chunks_(context_), events_(context_), counters_(context_, events_),
+      lut_(context_), chunks_(context_), events_(context_), counters_(context_, events_),
       lines_(context_, events_,
              [this](LineSource source, std::uint64_t atNs) { return isActive(source, atNs); }),
       acquisition_(context_, events_, lines_,
                    {[this] { return readoutNs(); }, [this] { return transferNs(); }}),
+      autos_(context_), sequencer_(context_, events_), actions_(context_, events_),
       userSets_(context_,
                 [this] {
                     image_.fitWindow();
                     lines_.refresh(context_.now());
                     context_.pictureChanged();
                 }),
-      transport_(context_, [this] { return payload(); }), memory_(context_),
-      faults_(context_, events_, [this] { powerLoss(); }), clock_([this] { tick(); })
+      transport_(context_, [this] { return payload(); }), ptp_(context_), memory_(context_),
+      files_(context_), faults_(context_, events_, [this] { powerLoss(); }),
+      clock_([this] { tick(); })
 {
     context_.linkChanged = [this] { image_.fitFormat(); };
     if (config.isServed) {
@@ -131,6 +133,7 @@ void CameraModel::tick()
 /// What lines and timers did since the last call, in its order.
 void CameraModel::catchUp()
 {
+    ptp_.follow();
     constexpr int kMostSteps = 100000; // More is a program that was stopped.
     if (lines_.nextNs() == kNever && counters_.nextNs() == kNever) {
         return;
@@ -239,6 +242,13 @@ std::int32_t CameraModel::readMemory(std::uint64_t address, void* data, std::siz
     if (transport_.network() != nullptr && address < kBootstrapEnd) {
         return transport_.network()->registers().read(address, data, size);
     }
+    if (liesIn(address, size, kLutBase, sizeof(LookUpTable))) {
+        return lut_.read(address - kLutBase, data, size);
+    }
+    if (liesIn(address, size, kFileBufferBase, kFileBufferSize)) {
+        files_.read(address - kFileBufferBase, data, size);
+        return gentl::err::kSuccess;
+    }
     return memory_.read(address, data, size);
 }
 
@@ -249,6 +259,13 @@ std::int32_t CameraModel::writeMemory(std::uint64_t address, const void* data, s
     }
     if (transport_.network() != nullptr && address < kBootstrapEnd) {
         return transport_.network()->registers().write(address, data, size);
+    }
+    if (liesIn(address, size, kLutBase, sizeof(LookUpTable))) {
+        return lut_.write(address - kLutBase, data, size);
+    }
+    if (liesIn(address, size, kFileBufferBase, kFileBufferSize)) {
+        files_.write(address - kFileBufferBase, data, size);
+        return gentl::err::kSuccess;
     }
     return memory_.write(address, data, size);
 }
@@ -356,6 +373,9 @@ void CameraModel::powerLoss()
     acquisition_.stop();
     events_.disableAll();
     counters_.restart();
+    sequencer_.restart();
+    ptp_.restart();
+    files_.closeAll();
     transport_.restart();
     userSets_.loadDefault();
 }
@@ -368,6 +388,7 @@ void CameraModel::latch(FramePlan& plan)
         PictureSettings settings;
         image_.fill(settings);
         analog_.fill(settings);
+        lut_.fill(settings);
         settings.exposureUs = exposureUs;
         settings.seed = context_.config.seed;
         renderer_ = std::make_shared<PictureRenderer>(settings, scenes_);
@@ -377,9 +398,12 @@ void CameraModel::latch(FramePlan& plan)
     LatchedFrame frame;
     frame.renderer = renderer_;
     frame.chunks = chunks_.enabled();
-    frame.values = {plan.frameId,     plan.startNs,     settings.exposureUs,
-                    settings.gainDb,  settings.width,   settings.height,
-                    settings.offsetX, settings.offsetY, settings.format->code};
+    frame.values = {plan.frameId,         context_.stamp(plan.startNs),
+                    settings.exposureUs,  settings.gainDb,
+                    settings.width,       settings.height,
+                    settings.offsetX,     settings.offsetY,
+                    settings.format->code};
+    autos_.adjust(*renderer_, plan.frameId); // What it changes is for the next frame.
     plan.settings = nextHandle_++;
     latched_.emplace(plan.settings, std::move(frame));
     if (latched_.size() > kMostLatched) {
@@ -449,7 +473,7 @@ std::int32_t CameraModel::render(const FramePlan& plan, void* memory, std::size_
     layout->height = settings.height;
     layout->offsetX = settings.offsetX;
     layout->offsetY = settings.offsetY;
-    layout->timestampNs = plan.startNs;
+    layout->timestampNs = frame.values.timestampNs;
 
     const auto draw = [&](unsigned char* target) {
         frame.renderer->render(plan.frameId, target);
@@ -489,6 +513,17 @@ std::string CameraModel::userDefinedName()
     return run([this] { return device_.userId(); });
 }
 
+std::uint64_t CameraModel::timestamp()
+{
+    return run([this] { return context_.stamp(context_.now()); });
+}
+
+std::size_t CameraModel::actionCommand(std::uint32_t deviceKey, std::uint32_t groupKey,
+                                       std::uint32_t groupMask)
+{
+    return run([=] { return actions_.command(deviceKey, groupKey, groupMask); });
+}
+
 IpConfig CameraModel::ip()
 {
     return run([this] {
@@ -526,6 +561,7 @@ void CameraModel::sessionClosed()
         acquisition_.stop();
         events_.disableAll();
         transport_.setLocked(false);
+        files_.closeAll();
         if (networkFaults_) {
             networkFaults_->endSilence();
         }

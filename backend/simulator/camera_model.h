@@ -2,7 +2,9 @@
 #pragma once
 
 #include "simulator/acquisition_section.h"
+#include "simulator/action_section.h"
 #include "simulator/analog_section.h"
+#include "simulator/auto_section.h"
 #include "simulator/camera_config.h"
 #include "simulator/camera_context.h"
 #include "simulator/camera_frame.h"
@@ -12,9 +14,13 @@
 #include "simulator/device_section.h"
 #include "simulator/event_section.h"
 #include "simulator/fault_section.h"
+#include "simulator/file_section.h"
 #include "simulator/image_section.h"
 #include "simulator/line_section.h"
+#include "simulator/lut_section.h"
 #include "simulator/network_faults.h"
+#include "simulator/ptp_section.h"
+#include "simulator/sequencer_section.h"
 #include "simulator/transport_section.h"
 #include "simulator/user_set_section.h"
 #include "simulator/wake_thread.h"
@@ -71,8 +77,15 @@ public:
     SendingMode sendingMode();
     AnswerLie takeAnswerLie();
 
-    /// Nanoseconds of the camera clock.
+    /// Nanoseconds since the camera was made: the time that plans count in.
     std::uint64_t now() const { return context_.now(); }
+    /// The camera's clock as the world sees it, in ns: now(), or the time of a PTP master. What
+    /// frames, events and TimestampLatch show.
+    std::uint64_t timestamp();
+    /// An action command of the network: fires Action0 and Action1 (see ActionControl) when the
+    /// keys are equal and the masks have a common bit; returns how many were fired.
+    std::size_t actionCommand(std::uint32_t deviceKey, std::uint32_t groupKey,
+                              std::uint32_t groupMask);
     std::uint64_t payloadSize();
     /// The host locks and unlocks what must not change during an acquisition (TLParamsLocked).
     void setTransportLocked(bool locked);
@@ -136,14 +149,20 @@ private:
     DeviceSection device_;
     ImageSection image_;
     AnalogSection analog_;
+    LutSection lut_;
     ChunkSection chunks_;
     EventSection events_;
     CounterSection counters_;
     LineSection lines_;
     AcquisitionSection acquisition_;
+    AutoSection autos_;
+    SequencerSection sequencer_;
+    ActionSection actions_;
     UserSetSection userSets_;
     TransportSection transport_;
+    PtpSection ptp_;
     DeviceMemory memory_;
+    FileSection files_;
     FaultSection faults_;
     std::unique_ptr<NetworkFaultSection> networkFaults_; ///< Served cameras only.
     std::string archive_; ///< The zipped description; cameras with a network only.

@@ -2,11 +2,11 @@
 find_package(PNG REQUIRED)
 find_package(ZLIB REQUIRED)
 foreach(source
-        acquisition_section analog_section camera_config camera_config_json camera_model
+        acquisition_section action_section analog_section auto_section camera_config camera_config_json camera_model
         bootstrap_registers description_archive network_faults network_section
         chunk_section color_writer counter_section device_memory device_section event_section
-        fault_section image_section line_section picture_renderer
-        pixel_format pixel_packer scene scene_files signal_source transport_section
+        fault_section file_section image_section line_section lut_section picture_renderer
+        pixel_format pixel_packer ptp_section scene scene_files sequencer_section signal_source transport_section
         trigger_section user_set_section wake_thread)
     target_sources(zel_backend_simulator PRIVATE ${CMAKE_CURRENT_LIST_DIR}/${source}.cpp)
 endforeach()

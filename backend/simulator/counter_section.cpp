@@ -59,7 +59,7 @@ void CounterSection::declareCounters()
     source_->selectedBy("CounterSelector", kCount).value(std::int64_t{0});
     activation_ = &addActivation(
         table.enumeration("CounterEventActivation", "Edge of a line that counts."), false);
-    activation_->selectedBy("CounterSelector", kCount);
+    activation_->selectedBy("CounterSelector", kCount).streamable();
     value_ = &table.integer("CounterValue", "Events counted since the last reset.")
                   .expert()
                   .selectedBy("CounterSelector", kCount)
@@ -100,7 +100,7 @@ void CounterSection::declareCounterResets()
     resetSource_->selectedBy("CounterSelector", kCount).value(std::int64_t{0});
     resetActivation_ = &addActivation(
         table.enumeration("CounterResetActivation", "Edge of a line that resets."), false);
-    resetActivation_->selectedBy("CounterSelector", kCount);
+    resetActivation_->selectedBy("CounterSelector", kCount).streamable();
     valueAtReset_ = &table.integer("CounterValueAtReset", "Value before the last reset.")
                          .expert()
                          .readOnly()
@@ -166,7 +166,7 @@ void CounterSection::declareTimerTriggers()
     timerActivation_ = &addActivation(
         table.enumeration("TimerTriggerActivation", "Edge of a line that starts the timer."),
         false);
-    timerActivation_->selectedBy("TimerSelector", kCount);
+    timerActivation_->selectedBy("TimerSelector", kCount).streamable();
 }
 
 void CounterSection::happened(CameraEvent event, std::uint64_t atNs)

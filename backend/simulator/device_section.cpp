@@ -3,6 +3,7 @@
 
 #include "gentl_abi/gentl_abi.h"
 
+#include <array>
 #include <cmath>
 #include <utility>
 
@@ -123,18 +124,21 @@ void DeviceSection::declareTemperature()
     table.enumeration("DeviceTemperatureSelector", "Place that DeviceTemperature shows.")
         .expert()
         .entry("Sensor", 0, "At the sensor.")
-        .entry("Mainboard", 1, "At the processor.");
+        .entry("Mainboard", 1, "On the board.")
+        .entry("FPGA", 2, "In the processor.")
+        .entry("Housing", 3, "At the housing.");
     table.real("DeviceTemperature", "Temperature of the camera.")
         .unit("C")
         .expert()
         .readOnly()
         .scaledBy(100.0)
-        .selectedBy("DeviceTemperatureSelector", 2)
+        .selectedBy("DeviceTemperatureSelector", 4)
         .onRead([this](std::size_t index) {
             // Warms up within minutes and then wanders slowly.
             const double seconds = static_cast<double>(context_.now()) / 1e9;
             const double warm = 1.0 - std::exp(-seconds / 120.0);
-            const double rise = (index == 0 ? 16.0 : 22.0) * warm;
+            constexpr std::array<double, 4> kRises = {16.0, 22.0, 31.0, 9.0};
+            const double rise = kRises.at(index) * warm;
             return FeatureValue(25.0 + rise + 0.5 * std::sin(seconds / 40.0));
         });
 }
@@ -143,7 +147,7 @@ void DeviceSection::declareClock()
 {
     FeatureTable& table = context_.table;
     table.command("TimestampLatch", "Latches the clock.").expert().onExecute([this](std::size_t) {
-        latched_ = context_.now();
+        latched_ = context_.stamp(context_.now());
         return gentl::err::kSuccess;
     });
     table.integer("TimestampLatchHigh", "Upper half of the latched time.")

@@ -131,7 +131,7 @@ void EventSection::fire(CameraEvent event, std::uint64_t timestampNs, std::uint6
         return;
     }
     const std::uint64_t id = kFirstEventId + index;
-    const auto data = eventBytes(context_.config.wire, id, timestampNs, frameId);
+    const auto data = eventBytes(context_.config.wire, id, context_.stamp(timestampNs), frameId);
     context_.post(
         [id, data](CameraObserver& observer) { observer.event(id, data.data(), data.size()); });
 }

@@ -65,8 +65,9 @@ void FileSection::declareOperations()
 void FileSection::declareBuffer()
 {
     FeatureTable& table = context_.table;
-    table.memory("FileAccessBuffer", "Bytes on their way from or to the file.", kFileBufferBase,
-                 kFileBufferSize)
+    table
+        .memory("FileAccessBuffer", "Bytes on their way from or to the file.", kFileBufferBase,
+                kFileBufferSize)
         .guru()
         .shownBy({"FileSelector", "FileOperationSelector"});
     const auto number = [&](const char* name, const char* toolTip) -> Feature& {

@@ -46,8 +46,9 @@ LutSection::LutSection(CameraContext& context) : context_(context)
             changing()[index()] = static_cast<std::uint16_t>(std::get<std::int64_t>(value));
             return gentl::err::kSuccess;
         });
-    table.memory("LUTValueAll", "The whole table, 16 bits each, big-endian.", kLutBase,
-                 kLookUpSize * kValueSize)
+    table
+        .memory("LUTValueAll", "The whole table, 16 bits each, big-endian.", kLutBase,
+                kLookUpSize * kValueSize)
         .guru()
         .shownBy({"LUTSelector"});
 }

@@ -490,7 +490,7 @@ std::int32_t NetworkSection::latchTimestamp(std::uint32_t value)
     if (value != kLatch) { // the clock is never set back: frames on their way carry its times
         return gentl::err::kInvalidValue;
     }
-    const std::uint64_t now = context_.now();
+    const std::uint64_t now = context_.stamp(context_.now());
     registers_.setValue(reg::kTimestampHigh, static_cast<std::uint32_t>(now >> 32));
     registers_.setValue(reg::kTimestampLow, static_cast<std::uint32_t>(now));
     return gentl::err::kSuccess;

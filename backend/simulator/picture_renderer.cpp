@@ -104,7 +104,12 @@ void PictureRenderer::buildTables()
             if (settings_.gamma != 1.0) {
                 sample = 65535.0 * std::pow(sample / 65535.0, settings_.gamma);
             }
-            curve[i] = static_cast<std::uint16_t>(std::lround(sample));
+            auto value = static_cast<std::uint32_t>(std::lround(sample));
+            if (settings_.lookUp != nullptr) {
+                // The lowest bits are beyond the table; they stay.
+                value = (*settings_.lookUp)[value >> 4] * 16u + (value & 15);
+            }
+            curve[i] = static_cast<std::uint16_t>(value);
         }
     }
     noise_.resize(kNoiseLength);
@@ -298,7 +303,7 @@ void PictureRenderer::renderColor(const Frame& frame, std::uint8_t* memory) cons
     writer.finish();
 }
 
-void PictureRenderer::render(std::uint64_t number, std::uint8_t* memory) const
+PictureRenderer::Frame PictureRenderer::prepared(std::uint64_t number) const
 {
     Frame frame;
     frame.number = number;
@@ -318,6 +323,33 @@ void PictureRenderer::render(std::uint64_t number, std::uint8_t* memory) const
                 static_cast<std::uint32_t>((fullX * step + frame.shiftX) % frame.scene->width());
         }
     }
+    return frame;
+}
+
+PictureRenderer::Levels PictureRenderer::levels(std::uint64_t number) const
+{
+    constexpr std::uint32_t kRows = 16;
+    const Frame frame = prepared(number);
+    const std::uint32_t rows = std::min(kRows, settings_.height);
+    std::vector<std::uint16_t> samples(settings_.width);
+    Levels levels{};
+    for (std::size_t channel = 0; channel < levels.size(); ++channel) {
+        double sum = 0.0;
+        for (std::uint32_t i = 0; i < rows; ++i) {
+            const auto y = static_cast<std::uint32_t>(std::uint64_t{i} * settings_.height / rows);
+            row(frame, y, channel, samples.data());
+            for (const std::uint16_t sample : samples) {
+                sum += sample;
+            }
+        }
+        levels[channel] = sum / 65535.0 / (double{1} * rows * settings_.width);
+    }
+    return levels;
+}
+
+void PictureRenderer::render(std::uint64_t number, std::uint8_t* memory) const
+{
+    const Frame frame = prepared(number);
     const PixelKind kind = settings_.format->kind;
     if (kind == PixelKind::Rgb || kind == PixelKind::Yuv) {
         renderColor(frame, memory);

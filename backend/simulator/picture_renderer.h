@@ -27,6 +27,10 @@ enum class TestPattern : std::int64_t {
     ColorBar,
 };
 
+/// Values of 12 bits for values of 12 bits.
+constexpr std::size_t kLookUpSize = 4096;
+using LookUpTable = std::array<std::uint16_t, kLookUpSize>;
+
 /// Everything that decides on the pixels of a frame.
 struct PictureSettings {
     const PixelFormat* format = nullptr;
@@ -50,7 +54,8 @@ struct PictureSettings {
     double blackLevel = 0.0; ///< Of 4095.
     double gamma = 1.0;
     std::array<double, 3> balance = {1.0, 1.0, 1.0};
-    std::uint32_t noise = 0; ///< Amplitude of 4095 before the gain, at most 15.
+    std::shared_ptr<const LookUpTable> lookUp; ///< Behind gamma; null: none.
+    std::uint32_t noise = 0;                   ///< Amplitude of 4095 before the gain, at most 15.
     std::uint64_t seed = 1;
 };
 
@@ -71,8 +76,15 @@ public:
     /// Writes imageBytes() bytes.
     void render(std::uint64_t frame, std::uint8_t* memory) const;
 
+    /// Mean brightness of red, green, blue and luminance, 0 to 1.
+    using Levels = std::array<double, Scene::kPlaneCount>;
+    /// Of a sample of the rows of a frame.
+    Levels levels(std::uint64_t frame) const;
+
 private:
     struct Frame;
+
+    Frame prepared(std::uint64_t number) const;
 
     void buildTables();
     void renderSamples(const Frame& frame, std::uint8_t* memory) const;

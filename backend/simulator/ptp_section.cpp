@@ -117,9 +117,8 @@ void PtpSection::follow()
     }
     isSet_ = true;
     const auto master = std::chrono::system_clock::now().time_since_epoch();
-    context_.clockOffsetNs =
-        std::chrono::duration_cast<std::chrono::nanoseconds>(master).count() -
-        static_cast<std::int64_t>(context_.now());
+    context_.clockOffsetNs = std::chrono::duration_cast<std::chrono::nanoseconds>(master).count() -
+                             static_cast<std::int64_t>(context_.now());
 }
 
 void PtpSection::restart()

@@ -107,8 +107,7 @@ void SequencerSection::declarePaths()
 void SequencerSection::showPath(Feature& feature, std::int64_t Path::*part)
 {
     const auto path = [this]() -> Path& {
-        return sets_.at(selectedSet()).paths.at(
-            static_cast<std::size_t>(pathSelector_->integer()));
+        return sets_.at(selectedSet()).paths.at(static_cast<std::size_t>(pathSelector_->integer()));
     };
     feature.expert()
         .shownBy({"SequencerSetSelector", "SequencerPathSelector"})

@@ -80,7 +80,6 @@ bool isEventOrSource(std::int64_t value, std::int64_t activation, CameraEvent ev
 Feature& addActivation(Feature& feature, bool withLevels)
 {
     feature.expert()
-        .streamable()
         .entry("RisingEdge", kRisingEdge, "Low to high.")
         .entry("FallingEdge", kFallingEdge, "High to low.")
         .entry("AnyEdge", kAnyEdge, "Both.");

@@ -57,7 +57,7 @@ void TriggerSection::declare()
     source_->selectedBy("TriggerSelector", kCount);
     activation_ = &addActivation(
         table.enumeration("TriggerActivation", "Edge or level of a line that triggers."), true);
-    activation_->selectedBy("TriggerSelector", kCount);
+    activation_->selectedBy("TriggerSelector", kCount).streamable();
     delay_ = &table.real("TriggerDelay", "Time from the trigger to its effect.")
                   .unit("us")
                   .expert()

@@ -143,6 +143,13 @@ void CameraEndpoint::identityChanged()
     }
 }
 
+void CameraEndpoint::featureChanged(const char* name)
+{
+    if (const auto open = session()) {
+        open->featureChanged(name);
+    }
+}
+
 void CameraEndpoint::unplugged(std::uint64_t backAfterMs)
 {
     constexpr std::uint64_t kForGood = 365ULL * 24 * 3600 * 1000;

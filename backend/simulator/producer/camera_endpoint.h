@@ -25,6 +25,7 @@ public:
     virtual void acquisitionStopped() = 0;
     virtual void cameraEvent(std::uint64_t eventId, const void* data, std::size_t size) = 0;
     virtual void identityChanged() = 0;
+    virtual void featureChanged(const char* name) = 0;
     /// The camera was unplugged; this session stays dead when it comes back.
     virtual void cameraLost() = 0;
 };
@@ -66,6 +67,7 @@ private:
     void triggered() override;
     void event(std::uint64_t eventId, const void* data, std::size_t size) override;
     void identityChanged() override;
+    void featureChanged(const char* name) override;
     void unplugged(std::uint64_t backAfterMs) override;
 
     std::shared_ptr<CameraSession> session() const;

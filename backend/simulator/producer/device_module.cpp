@@ -273,6 +273,11 @@ void DeviceModule::identityChanged()
     }
 }
 
+void DeviceModule::featureChanged(const char* name)
+{
+    events().post(gentl::kEventFeatureInvalidate, featureMessage(name));
+}
+
 void DeviceModule::cameraLost()
 {
     if (lost_.exchange(true)) {

@@ -52,6 +52,7 @@ public:
     void acquisitionStopped() override;
     void cameraEvent(std::uint64_t eventId, const void* data, std::size_t size) override;
     void identityChanged() override;
+    void featureChanged(const char* name) override;
     void cameraLost() override;
 
 private:
