@@ -16,7 +16,7 @@ ActionSection::ActionSection(CameraContext& context, EventSection& events)
             .range(std::int64_t{0}, std::int64_t{0xFFFFFFFF});
     };
     table.category("ActionControl", "What action commands of the network do.");
-    deviceKey_ = &word("ActionDeviceKey", "Key that a command must have.").writeOnly();
+    deviceKey_ = &word("ActionDeviceKey", "Key that a command must have.");
     table.integer("ActionSelector", "Action that the other features show.")
         .guru()
         .range(std::int64_t{0}, std::int64_t{kActions - 1});

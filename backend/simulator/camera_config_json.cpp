@@ -26,6 +26,7 @@ namespace
 using Json = nlohmann::json;
 
 constexpr std::int64_t kLargestSide = 32768;
+constexpr std::uint64_t kLargestFile = 64u << 20;
 constexpr std::int64_t kMostCameras = 10000;
 
 /// A mistake in the file; the text names the place.
@@ -326,6 +327,14 @@ std::vector<InterfaceConfig> readInterfaces(const Json& json, const std::filesys
 
 std::vector<InterfaceConfig> interfacesFromFile(const std::string& fileName, std::string* error)
 {
+    // A pipe would be waited for, and a device never ends.
+    std::error_code failure;
+    if (std::filesystem::exists(fileName, failure) &&
+        (!std::filesystem::is_regular_file(fileName, failure) ||
+         std::filesystem::file_size(fileName, failure) > kLargestFile)) {
+        *error = fileName + ": not a file of at most 64 MiB";
+        return {};
+    }
     std::ifstream stream(fileName);
     if (!stream) {
         *error = fileName + ": cannot be opened";

@@ -72,6 +72,7 @@ CameraModel::CameraModel(const CameraConfig& config)
                 [this] {
                     image_.fitWindow();
                     lines_.refresh(context_.now());
+                    sequencer_.restart();
                     context_.pictureChanged();
                 }),
       transport_(context_, [this] { return payload(); }), ptp_(context_), memory_(context_),

@@ -16,6 +16,16 @@ namespace
 {
 
 constexpr std::uint32_t kLargestSide = 32768;
+// What a file or a folder claims to be is not believed: a small file may unpack to gigabytes.
+constexpr std::uint64_t kMostPixels = 64u << 20; ///< Of one picture; each takes 8 bytes.
+constexpr std::uint64_t kMostPixelsInAll = 256u << 20;
+constexpr std::uint64_t kLargestFile = 512u << 20;
+
+bool isSensible(std::uint64_t width, std::uint64_t height)
+{
+    return width != 0 && height != 0 && width <= kLargestSide && height <= kLargestSide &&
+           width * height <= kMostPixels;
+}
 
 /// Samples of `channels` (1 or 3) interleaved, scaled to 12 bits.
 std::shared_ptr<const Scene> sceneFrom(std::uint32_t width, std::uint32_t height,
@@ -51,8 +61,7 @@ public:
         ++place_; // One blank ends the header.
         const std::uint32_t channels = isColor ? 3 : 1;
         const std::size_t sampleSize = maximum > 255 ? 2 : 1;
-        if (width == 0 || height == 0 || width > kLargestSide || height > kLargestSide ||
-            maximum == 0 || maximum > 65535) {
+        if (!isSensible(width, height) || maximum == 0 || maximum > 65535) {
             return nullptr;
         }
         const std::size_t count = std::size_t{width} * height * channels;
@@ -104,7 +113,7 @@ std::shared_ptr<const Scene> readPng(const std::string& fileName)
     if (png_image_begin_read_from_file(&image, fileName.c_str()) == 0) {
         return nullptr;
     }
-    if (image.width > kLargestSide || image.height > kLargestSide) {
+    if (!isSensible(image.width, image.height)) {
         png_image_free(&image);
         return nullptr;
     }
@@ -130,6 +139,12 @@ std::string extensionOf(const std::filesystem::path& file)
 
 std::shared_ptr<const Scene> readPicture(const std::filesystem::path& file)
 {
+    // A pipe would be waited for, and a device never ends.
+    std::error_code failure;
+    if (!std::filesystem::is_regular_file(file, failure) ||
+        std::filesystem::file_size(file, failure) > kLargestFile || failure) {
+        return nullptr;
+    }
     if (extensionOf(file) == ".png") {
         return readPng(file.string());
     }
@@ -146,10 +161,11 @@ std::vector<std::shared_ptr<const Scene>> loadScenes(const std::string& source, 
     std::vector<fs::path> files;
     std::error_code failure;
     if (fs::is_directory(source, failure)) {
-        for (const auto& entry : fs::directory_iterator(source, failure)) {
-            const std::string extension = extensionOf(entry.path());
+        for (fs::directory_iterator entry(source, failure), end; !failure && entry != end;
+             entry.increment(failure)) {
+            const std::string extension = extensionOf(entry->path());
             if (extension == ".pgm" || extension == ".ppm" || extension == ".png") {
-                files.push_back(entry.path());
+                files.push_back(entry->path());
             }
         }
         std::sort(files.begin(), files.end());
@@ -157,10 +173,16 @@ std::vector<std::shared_ptr<const Scene>> loadScenes(const std::string& source, 
         files.emplace_back(source);
     }
     std::vector<std::shared_ptr<const Scene>> scenes;
+    std::uint64_t pixels = 0;
     for (const fs::path& file : files) {
         auto scene = readPicture(file);
         if (scene == nullptr) {
             *error = file.string() + ": not a readable PGM, PPM or PNG picture";
+            return {};
+        }
+        pixels += std::uint64_t{scene->width()} * scene->height();
+        if (pixels > kMostPixelsInAll) {
+            *error = source + ": more than 256 million pixels";
             return {};
         }
         scenes.push_back(std::move(scene));

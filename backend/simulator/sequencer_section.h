@@ -16,7 +16,7 @@ public:
     /// After the features that it sequences were declared.
     SequencerSection(CameraContext& context, EventSection& events);
 
-    /// A restart: the sequencer is off.
+    /// A restart, or a user set: the sequencer is off.
     void restart();
 
 private:

@@ -2,6 +2,7 @@
 #include "test_camera.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -124,11 +125,19 @@ TEST(Config, MistakesNameFileAndPlace)
     EXPECT_EQ(mistake(R"({"ip": "10.0.0.256"})"),
               place + "ip: expected an IPv4 address such as 192.168.0.1");
     EXPECT_EQ(mistake(R"({"sensor": "Bayer"})").compare(0, place.size(), place), 0);
+    // What would be waited for, or never ends, or claims gigabytes.
+    EXPECT_NE(mistake(R"({"imageSource": "/dev/zero"})").find("not a readable"), std::string::npos);
+    ASSERT_EQ(mkfifo((folder.path() + "/pipe.pgm").c_str(), 0600), 0);
+    EXPECT_NE(mistake(R"({"imageSource": "pipe.pgm"})").find("not a readable"), std::string::npos);
+    folder.write("huge.pgm", "P5 32768 32768 255 ");
+    EXPECT_NE(mistake(R"({"imageSource": "huge.pgm"})").find("not a readable"), std::string::npos);
     EXPECT_NE(mistake(R"({"imageSource": "missing.pgm"})").find("missing.pgm"), std::string::npos);
     EXPECT_NE(mistake("{").find("parse error"), std::string::npos);
     std::string error;
     EXPECT_TRUE(interfacesFromFile(folder.path() + "/none.json", &error).empty());
     EXPECT_NE(error.find("cannot be opened"), std::string::npos);
+    EXPECT_TRUE(interfacesFromFile("/dev/zero", &error).empty());
+    EXPECT_NE(error.find("not a file"), std::string::npos);
 }
 
 TEST(Config, EnvironmentChooses)

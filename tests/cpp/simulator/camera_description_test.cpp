@@ -214,10 +214,9 @@ TEST(Description, EngineReadsEveryFeature)
                 reg != std::string::npos &&
                 xml.substr(reg, xml.find("</pPort>", reg) - reg).find("<pPort>Device") ==
                     std::string::npos;
-            // LineSource is for outputs only, a key is not told.
-            if (name != "LineSource" && name != "ActionDeviceKey" &&
-                !ARV_IS_GC_CATEGORY(engine.node(name)) && !ARV_IS_GC_COMMAND(engine.node(name)) &&
-                !isData) {
+            // LineSource is for outputs only.
+            if (name != "LineSource" && !ARV_IS_GC_CATEGORY(engine.node(name)) &&
+                !ARV_IS_GC_COMMAND(engine.node(name)) && !isData) {
                 EXPECT_NE(engine.value(name).substr(0, 1), "!") << name << engine.value(name);
             }
         }
