@@ -297,7 +297,7 @@ void Block::adopt(std::uint32_t index, std::size_t size)
 PacketFate Block::takePayload(std::uint32_t index, Bytes data, const ResendRules& rules,
                               Clock::time_point now)
 {
-    if (count_ == 0) {
+    if (count_ == 0 && !hasTrailer_) {
         adopt(index, data.size);
     }
     const std::uint32_t highestPossible = hasTrailer_ ? last_ : limit_;
@@ -326,7 +326,7 @@ PacketFate Block::takePayload(std::uint32_t index, Bytes data, const ResendRules
     mark(index);
     ++count_;
     bytes_ += size;
-    end_ = std::max(end_, offset + size);
+    end_ = std::max(end_, size > 0 ? offset + size : 0);
     if (last_ != 0 && index > last_) {
         last_ = 0; // The leader told of fewer; the trailer will tell.
     }

@@ -23,6 +23,8 @@ constexpr std::uint64_t kPlausibleJump = 1000;
 constexpr std::uint64_t kLateness = 64;
 // A frame at its end that nothing follows is asked for after this time.
 constexpr std::chrono::milliseconds kTailSilence{20};
+// Unless so much is missing that the sender rather pauses.
+constexpr std::uint32_t kLongestTail = 64;
 
 } // namespace
 
@@ -184,7 +186,8 @@ void FrameAssembler::take(Bytes headerBytes, Bytes data, Clock::time_point now)
     }
     Block* const block = find(header, data, now);
     if (block == nullptr) {
-        ++numbers_.duplicate;
+        // A frame with all its pixels has not waited for its trailer.
+        numbers_.duplicate += header.format != Format::Trailer ? 1 : 0;
         return;
     }
     const bool hadLeader = block->hasLeader();
@@ -253,7 +256,8 @@ bool FrameAssembler::mayWait(const Block& block) const
 bool FrameAssembler::mayAskForTail(const Block& block) const
 {
     return settings_.resend.enabled && !mayWait(block) && !block.isEnded() &&
-           block.remaining() > 0 && block.plan().empty() && block.asked() == 0;
+           block.remaining() > 0 && block.remaining() <= kLongestTail && block.plan().empty() &&
+           block.asked() == 0;
 }
 
 std::uint32_t FrameAssembler::remaining() const

@@ -74,21 +74,6 @@ void ReceiverOptions::declare(features::FeatureTable& table)
         .expert()
         .value(method.load())
         .onWrite(number(&method));
-    table
-        .boolean("StreamPacketSocket",
-                 "Packets are taken in front of the network stack where that is permitted: "
-                 "less processor time, but frames come later.")
-        .expert()
-        .value(std::int64_t{0})
-        .onWrite(flag(&packetSocket));
-    table
-        .integer("StreamDestinationIPAddress",
-                 "Multicast group that the camera sends to; 0: to this host alone.")
-        .representation("IPV4Address")
-        .guru()
-        .range(std::int64_t{0}, std::int64_t{0xFFFFFFFF})
-        .value(std::int64_t{0})
-        .onWrite(number(&destination));
 }
 
 } // namespace gige

@@ -25,9 +25,7 @@ struct ReceiverOptions {
     /// Bytes. Frames wait here while the receiver gets no processor.
     std::atomic<std::int64_t> socketBuffer{16 << 20};
     std::atomic<std::int64_t> method{static_cast<std::int64_t>(ReceiveMethod::Automatic)};
-    std::atomic<bool> packetSocket{false};
-    std::atomic<std::int64_t> destination{0}; ///< Multicast group; 0: this host alone.
-    std::atomic<bool> changed{true};          ///< Of what the sockets are made from.
+    std::atomic<bool> changed{true}; ///< Of what the sockets are made from.
 };
 
 } // namespace gige

@@ -27,6 +27,16 @@ constexpr int kGiveUpJoining = 400;
 // What the system counts for a packet, by experience: its own structures and rounding.
 constexpr std::size_t kMemoryPerByte = 4;
 
+/// Whether a packet is a leader as cameras send them: nothing else tells where a camera sends from.
+bool beginsFrame(Bytes packet)
+{
+    wire::StreamHeader header;
+    wire::Leader leader;
+    return wire::parseStreamHeader(packet, &header) && header.format == wire::Format::Leader &&
+           wire::readLeader(header, packet.from(header.size()), &leader) &&
+           wire::leaderSize(leader.payloadType) != 0;
+}
+
 } // namespace
 
 /// Memory of the calls; allocated once.
@@ -130,8 +140,7 @@ int SocketReader::receiveChecked(FrameAssembler& assembler, StreamNumbers& numbe
     readControl(&message, numbers, &joined);
     const Sender sender{ntohl(from.sin_addr.s_addr), ntohs(from.sin_port), 0};
     const Bytes whole(buffers_->overflow.data(), size);
-    wire::StreamHeader header;
-    if (!socket_.admits(sender, wire::parseStreamHeader(whole, &header))) {
+    if (!socket_.admits(sender, beginsFrame(whole))) {
         ++numbers.strangers;
         return 1;
     }

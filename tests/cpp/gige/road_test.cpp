@@ -1,11 +1,14 @@
 // The whole road to a GigE Vision camera on loopback.
 #include "camera_process.h"
 #include "gige/gige_provider.h"
+#include "gige/udp_socket.h"
 #include "zel_camera_api.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <cstdlib>
@@ -123,6 +126,18 @@ void writeRegister(core::TransportDevice& device, std::uint64_t address, std::ui
 
 constexpr std::size_t kFrame = 512 * 512;
 
+/// A whole number of a module that describes itself, by the place of its register.
+std::uint64_t readFeature(genapi::FeatureSource& module, const std::string& name)
+{
+    std::string text;
+    EXPECT_EQ(module.description(&text), 0);
+    const std::size_t node = text.find("Name=\"" + name + "Reg\"");
+    const std::size_t at = text.find("<Address>", node);
+    std::array<std::uint8_t, 8> bytes{};
+    EXPECT_EQ(module.read(std::stoull(text.substr(at + 9, 20), nullptr, 0), bytes.data(), 8), 0);
+    return base::loadBig<std::uint64_t>(bytes.data());
+}
+
 TEST_F(Road, FindsDescribesAndOpensOnce)
 {
     EXPECT_TRUE(discover().empty());
@@ -207,6 +222,66 @@ TEST_F(Road, DeliversWholeFramesInOrder)
     EXPECT_GT(stream->counters().underruns, 0U);
     ASSERT_EQ(stream->revoke(1), 0);
     EXPECT_EQ(stream->queue(1), ZelErr::kGenTLInvalidHandle);
+}
+
+TEST_F(Road, StrangersChangeNothingAndAreCounted)
+{
+    const CameraProcess camera(kAddress, "ROAD5", 0, "bytes");
+    auto device = open();
+    ASSERT_NE(device, nullptr);
+    Recorder recorder;
+    std::unique_ptr<core::TransportStream> stream;
+    ASSERT_EQ(device->openStream(0, &recorder, &stream), 0);
+    std::vector<std::vector<std::uint8_t>> memory(4, std::vector<std::uint8_t>(kFrame));
+    for (std::size_t i = 0; i < memory.size(); ++i) {
+        ASSERT_EQ(stream->announce(i + 1, memory[i].data(), kFrame), 0);
+        ASSERT_EQ(stream->queue(i + 1), 0);
+    }
+    ASSERT_EQ(stream->start(~std::uint64_t{0}), 0);
+    std::array<std::uint8_t, 4> port{};
+    ASSERT_EQ(device->camera()->read(0xD00, port.data(), port.size()), 0);
+    std::atomic<bool> ending{false};
+    std::atomic<std::uint32_t> block{1};
+    int came = 0;
+    const auto disturb = [&] {
+        // From another address, and from the camera's address at another port.
+        const gige::UdpSocket sockets[2] = {gige::UdpSocket(0x7F000002),
+                                            gige::UdpSocket(0x7F000001)};
+        std::array<std::uint8_t, 1372> packet{};
+        for (std::uint32_t i = 0; !ending; ++i) {
+            packet.fill(0x77);
+            base::storeBig<std::uint32_t>(packet.data(), block + i % 2); // status 0 and block id
+            base::storeBig<std::uint32_t>(&packet[4], (1U + i % 3U) << 24U | i % 190U);
+            sockets[i % 2].sendTo({packet.data(), packet.size()}, 0x7F000001,
+                                  base::loadBig<std::uint16_t>(&port[2]));
+            if (i % 16 == 0) {
+                std::this_thread::sleep_for(200us);
+            }
+        }
+    };
+    std::thread stranger;
+    writeRegister(*device, kAcquisition, 1);
+    std::pair<core::BufferToken, core::FrameInfo> frame;
+    for (int i = 0; i < 30 && recorder.next(&frame, 3s); ++i) {
+        if (i == 0) { // This camera's port is known from its first leader on.
+            stranger = std::thread(disturb);
+        }
+        const std::uint64_t number = frame.second.frameId;
+        block = static_cast<std::uint32_t>(number + 1);
+        const auto& pixels = memory[frame.first - 1];
+        std::size_t wrong = frame.second.incomplete ? 1 : 0;
+        for (std::size_t at = 0; at < kFrame; ++at) {
+            wrong += pixels[at] != static_cast<std::uint8_t>(at + (at >> 8U) * 3 + number * 37);
+        }
+        EXPECT_EQ(wrong, 0U) << number;
+        EXPECT_EQ(stream->queue(frame.first), 0);
+        came += 1;
+    }
+    ending = true;
+    stranger.join();
+    EXPECT_EQ(came, 30);
+    EXPECT_GT(readFeature(*stream->features().at(0), "StreamForeignPacketCount"), 100U);
+    EXPECT_EQ(readFeature(*stream->features().at(0), "StreamMalformedPacketCount"), 0U);
 }
 
 TEST_F(Road, FramesThatDoNotFitAreMarked)

@@ -175,17 +175,17 @@ def counters(transport):
             for name in ("Delivered", "Incomplete", "Lost", "Underrun")}
 
 
-@pytest.mark.parametrize("packet_socket", [False, True])
+@pytest.mark.parametrize("method", ["Automatic", "Joined", "Single"])
 @pytest.mark.parametrize("lost", [0, 10])
 def test_frames_are_whole_or_marked_and_none_is_forgotten(start_camera, open_by_serial, lost,
-                                                          packet_socket, messages):
+                                                          method, messages):
     """With and without lost packets: one of a hundred, and a frame has many."""
     program = start_camera("G6", "bytes", lost=lost)
     device = open_by_serial("G6")
     camera, transport = device.GetCameraParameters(), device.GetTransportParameters()
     stream = device.GetStreamByIndex(0)
     assert transport.SetBooleanValue("StreamPacketResendEnable", False)
-    assert transport.SetBooleanValue("StreamPacketSocket", packet_socket)
+    assert transport.SetEnumValueStr("StreamReceiveMethod", method)
     assert transport.SetIntegerValue("GevPacketSize", 8000)
     assert camera.SetFloatValue("AcquisitionFrameRate", 50.0)
     assert stream.AllocBufferQueue(16) and stream.StartAcquisition()
@@ -196,7 +196,7 @@ def test_frames_are_whole_or_marked_and_none_is_forgotten(start_camera, open_by_
             buffer = stream.GetBuffer(timeout)
             if buffer is None:
                 return
-            # The bytes of older frames stand where packets are missing.
+            # Zeros stand where packets are missing.
             broken.append(not is_whole(buffer))
             marked.append(buffer.IsIncomplete())
             assert marked[-1] or not broken[-1], buffer.GetFrameID()
@@ -229,7 +229,6 @@ def test_a_camera_that_ran_before_the_start_gives_no_old_frames(start_camera, op
     device = open_by_serial("GA")
     camera, transport = device.GetCameraParameters(), device.GetTransportParameters()
     stream = device.GetStreamByIndex(0)
-    assert transport.SetBooleanValue("StreamPacketSocket", False)
     assert stream.AllocBufferQueue(8)
     for _ in range(3):
         assert stream.StartAcquisition()
