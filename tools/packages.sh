@@ -1,11 +1,12 @@
 # Debian packages by purpose; sourced by ./run.
 
 packages_build="ca-certificates cmake g++ ninja-build pkg-config python3 python3-dev python3-cxx-dev
-    libaravis-dev libusb-1.0-0-dev libhwy-dev libpugixml-dev zlib1g-dev nlohmann-json3-dev
+    libusb-1.0-0-dev libhwy-dev libpugixml-dev zlib1g-dev nlohmann-json3-dev
     libtiff-dev libpng-dev libjpeg62-turbo-dev libavformat-dev libavcodec-dev libavutil-dev
     libcli11-dev libcpp-httplib-dev"
 
-packages_test="libgtest-dev python3-pytest python3-exceptiongroup python3-tomli
+# Aravis is a judge of the tests and a rival of the benchmarks; nothing that is delivered links it.
+packages_test="libaravis-dev libgtest-dev python3-pytest python3-exceptiongroup python3-tomli
     python3-typing-extensions python3-numpy python3-pil python3-opencv
     umockdev ffmpeg aravis-tools iproute2 libtiff-tools pngcheck locales
     python3-venv mypy patchelf binutils chromium fonts-dejavu-core"
@@ -16,7 +17,7 @@ packages_docs="python3-sphinx python3-myst-parser furo"
 
 packages_lint="clang-format clang-tidy"
 
-packages_bench="python3-numpy python3-pil python3-opencv ffmpeg gir1.2-aravis-0.8 python3-gi aravis-tools"
+packages_bench="libaravis-dev python3-numpy python3-pil python3-opencv ffmpeg gir1.2-aravis-0.8 python3-gi aravis-tools"
 
 # missing_packages NAMES: those that are not installed.
 missing_packages() {

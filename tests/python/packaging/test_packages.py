@@ -74,6 +74,15 @@ def test_wheel_brings_all_but_the_runtime(wheel, tmp_path):
         assert str(BUILD) not in told, name
 
 
+def test_nothing_brings_a_foreign_main_loop():
+    """Libraries that keep global state, print or abort by themselves are no part of the product."""
+    delivered = [path for path in (BUILD / "python").iterdir() if path.suffix in (".so", ".cti")]
+    assert len(delivered) >= 9
+    for path in [*delivered, BUILD / "bin" / "zelcam"]:
+        if path.name != "libZelMovie.so":  # what FFmpeg's libraries bring along is theirs
+            assert not re.search(r"lib(aravis|glib|gobject|gio|gmodule|xml2|icu)", run("ldd", path))
+
+
 def test_wheel_installs_and_works_in_a_fresh_environment(wheel, tmp_path):
     pytest.importorskip("ensurepip", reason="python3-venv is not installed")
     run(sys.executable, "-m", "venv", tmp_path / "venv")
