@@ -3,7 +3,7 @@
 add_library(zel_warnings INTERFACE)
 target_compile_options(zel_warnings INTERFACE
     -Wall -Wextra -Wshadow -Wconversion $<$<BOOL:${ZEL_WERROR}>:-Werror>)
-# -Wconversion of gcc 12 warns inside CPython's and GLib's macros; those headers are SYSTEM.
+# -Wconversion of gcc 12 warns inside CPython's macros; those headers are SYSTEM.
 
 add_library(zel_options INTERFACE)
 if(ZEL_SANITIZE)
