@@ -1,5 +1,6 @@
 #include "genapi/param_array.h"
 
+#include "base/operation_guard.h"
 #include "genapi/enum_params.h"
 #include "genapi/kept_value.h"
 #include "genapi/param_array_state.h"
@@ -18,25 +19,30 @@ using Entry = ParamArrayState::Entry;
 template <class Class>
 Class* typedParam(ParamArrayState& state, const char* name, std::int32_t type, ZelCamErr* err)
 {
-    const Entry entry(state);
-    ParamArrayState::Slot* const slot = state.find(name, err);
-    if (slot == nullptr)
-        return nullptr;
-    if (paramTypeOf(ParamArrayState::nodeOf(*slot).kind) != type) {
-        report(err, ZelErr::kParamType);
-        return nullptr;
-    }
-    return static_cast<Class*>(&state.objectOf(*slot));
+    Class* object = nullptr;
+    report(err, base::guarded([&] {
+               const Entry entry(state);
+               ZelCamErr result = ZelErr::kOk;
+               ParamArrayState::Slot* const slot = state.find(name, &result);
+               if (slot != nullptr && paramTypeOf(ParamArrayState::nodeOf(*slot).kind) != type)
+                   result = ZelErr::kParamType;
+               else if (slot != nullptr)
+                   object = static_cast<Class*>(&state.objectOf(*slot));
+               return result;
+           }));
+    return object;
 }
 
 /// Calls `operation` with the feature of a name under the lock.
 template <class Operation>
 ZelCamErr withFeature(ParamArrayState& state, const char* name, Operation operation)
 {
-    const Entry entry(state);
-    ZelCamErr result = ZelErr::kOk;
-    ParamArrayState::Slot* const slot = state.find(name, &result);
-    return slot != nullptr ? operation(ParamArrayState::featureOf(*slot)) : result;
+    return base::guarded([&] {
+        const Entry entry(state);
+        ZelCamErr result = ZelErr::kOk;
+        ParamArrayState::Slot* const slot = state.find(name, &result);
+        return slot != nullptr ? operation(ParamArrayState::featureOf(*slot)) : result;
+    });
 }
 
 } // namespace
@@ -75,9 +81,16 @@ void ParamArray::invalidate() { ChangeCount::advance(); }
 
 ZelGenParam::Param* ParamArray::GetParam(const char* name, ZelCamErr* err)
 {
-    const Entry entry(*state_);
-    ParamArrayState::Slot* const slot = state_->find(name, err);
-    return slot != nullptr ? state_->objectOf(*slot).param() : nullptr;
+    ZelGenParam::Param* param = nullptr;
+    report(err, base::guarded([&] {
+               const Entry entry(*state_);
+               ZelCamErr result = ZelErr::kOk;
+               ParamArrayState::Slot* const slot = state_->find(name, &result);
+               if (slot != nullptr)
+                   param = state_->objectOf(*slot).param();
+               return result;
+           }));
+    return param;
 }
 
 ZelGenParam::Boolean* ParamArray::GetBoolean(const char* name, ZelCamErr* err)

@@ -1,6 +1,7 @@
 // The parameter objects that users hold: scalars, commands, categories.
 #pragma once
 
+#include "base/operation_guard.h"
 #include "genapi/param_object.h"
 #include "zel_gen_param_api.h"
 
@@ -50,17 +51,21 @@ protected:
     /// Calls `question` with the feature under the lock; false without one.
     template <class Question> bool ask(Question question)
     {
-        const ParamArrayState::Entry entry(state());
-        Feature* const bound = feature();
-        return bound != nullptr && question(*bound);
+        return base::guardedValue(false, [&] {
+            const ParamArrayState::Entry entry(state());
+            Feature* const bound = feature();
+            return bound != nullptr && question(*bound);
+        });
     }
 
     /// Calls `operation` with the feature under the lock; the reason without one.
     template <class Operation> ZelCamErr call(Operation operation)
     {
-        const ParamArrayState::Entry entry(state());
-        Feature* const bound = feature();
-        return bound != nullptr ? operation(*bound) : reason();
+        return base::guarded([&] {
+            const ParamArrayState::Entry entry(state());
+            Feature* const bound = feature();
+            return bound != nullptr ? operation(*bound) : reason();
+        });
     }
 
     /// As call(), with the code in `err` and the value as the result; `failed` when it fails.
