@@ -165,6 +165,7 @@ void GigeStream::deliver(core::BufferToken token, core::FrameInfo info)
         --remaining_;
     }
     sink_->bufferDone(token, std::move(info));
+    core::refill(*sink_, *this);
 }
 
 void GigeStream::requestResend(std::uint64_t rawId, bool extended, std::uint32_t first,
