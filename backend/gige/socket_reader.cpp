@@ -228,10 +228,13 @@ int SocketReader::receiveJoined(FrameAssembler& assembler, StreamNumbers& number
     const Clock::time_point now = Clock::now();
     std::size_t at = 0;
     int count = 0;
+    const auto pair = [&message](int index) {
+        return message.msg_iov + 2 * static_cast<std::size_t>(index);
+    };
     // As long as they are what was foreseen they lie where they belong.
     while (at < size && (count == 0 || segment == ahead.header + ahead.packetData) &&
-           isForeseen(ahead, &message.msg_iov[2 * count], count, std::min(segment, size - at))) {
-        const iovec* const pieces = &message.msg_iov[2 * count];
+           isForeseen(ahead, pair(count), count, std::min(segment, size - at))) {
+        const iovec* const pieces = pair(count);
         assembler.take(Bytes(pieces[0].iov_base, ahead.header),
                        Bytes(pieces[1].iov_base, std::min(segment, size - at) - ahead.header), now);
         at += segment;
