@@ -1,6 +1,8 @@
 // The GenICam description of a table of features.
 #include "features/feature_xml.h"
 
+#include "base/text.h"
+
 #include <algorithm>
 #include <array>
 #include <cinttypes>
@@ -19,36 +21,7 @@ std::string hex(std::uint64_t value)
     return text.data();
 }
 
-std::string number(double value)
-{
-    std::array<char, 32> text{};
-    std::snprintf(text.data(), text.size(), "%.17g", value);
-    return text.data();
-}
-
-std::string escaped(const std::string& text)
-{
-    std::string out;
-    for (const char c : text) {
-        switch (c) {
-        case '&':
-            out += "&amp;";
-            break;
-        case '<':
-            out += "&lt;";
-            break;
-        case '>':
-            out += "&gt;";
-            break;
-        case '"':
-            out += "&quot;";
-            break;
-        default:
-            out += c;
-        }
-    }
-    return out;
-}
+using base::escapeXml;
 
 const char* visibilityName(Visibility visibility)
 {
@@ -109,12 +82,13 @@ void FeatureXml::head()
 {
     const ModuleIdentity& identity = table_.identity_;
     text_ = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<RegisterDescription ModelName=\"" +
-            escaped(identity.model) + "\" VendorName=\"" + escaped(identity.vendor) +
-            "\" ToolTip=\"" + escaped(identity.toolTip) + "\" StandardNameSpace=\"" +
-            escaped(identity.standardNameSpace) +
+            escapeXml(identity.model) + "\" VendorName=\"" + escapeXml(identity.vendor) +
+            "\" ToolTip=\"" + escapeXml(identity.toolTip) + "\" StandardNameSpace=\"" +
+            escapeXml(identity.standardNameSpace) +
             "\" SchemaMajorVersion=\"1\" SchemaMinorVersion=\"1\" SchemaSubMinorVersion=\"0\" "
             "MajorVersion=\"1\" MinorVersion=\"0\" SubMinorVersion=\"0\" ProductGuid=\"" +
-            escaped(identity.productGuid) + "\" VersionGuid=\"" + escaped(identity.versionGuid) +
+            escapeXml(identity.productGuid) + "\" VersionGuid=\"" +
+            escapeXml(identity.versionGuid) +
             "\" xmlns=\"http://www.genicam.org/GenApi/Version_1_1\" "
             "xmlns:xsi=\"http://www.w3.org/2001/XMLSchema-instance\" "
             "xsi:schemaLocation=\"http://www.genicam.org/GenApi/Version_1_1 "
@@ -124,14 +98,14 @@ void FeatureXml::head()
 void FeatureXml::element(const std::string& tag, const std::string& content)
 {
     if (!content.empty()) {
-        text_ += "  <" + tag + ">" + escaped(content) + "</" + tag + ">\n";
+        text_ += "  <" + tag + ">" + escapeXml(content) + "</" + tag + ">\n";
     }
 }
 
 void FeatureXml::open(const std::string& tag, const std::string& name)
 {
     const bool isStandard = tag != "Port" && tag != "EnumEntry";
-    text_ += "<" + tag + " Name=\"" + escaped(name) + "\"" +
+    text_ += "<" + tag + " Name=\"" + escapeXml(name) + "\"" +
              (isStandard ? " NameSpace=\"Standard\"" : "") + ">\n";
 }
 
@@ -236,8 +210,8 @@ void FeatureXml::real(const Feature& feature)
         element("pMin", feature.name_ + "RegMin");
         element("pMax", feature.name_ + "RegMax");
     } else if (feature.hasRange_) {
-        element("Min", number(feature.floatRange_.min));
-        element("Max", number(feature.floatRange_.max));
+        element("Min", base::formatReal(feature.floatRange_.min));
+        element("Max", base::formatReal(feature.floatRange_.max));
     }
     element("Unit", feature.unit_);
     element("Representation", feature.representation_);
@@ -311,8 +285,8 @@ void FeatureXml::valueRegister(const Feature& feature)
     if (feature.type_ == FeatureType::Float && feature.scale_ != 0.0) {
         open("Converter", feature.name_ + "Converter");
         element("Visibility", "Invisible");
-        element("FormulaTo", "FROM * " + number(feature.scale_));
-        element("FormulaFrom", "TO / " + number(feature.scale_));
+        element("FormulaTo", "FROM * " + base::formatReal(feature.scale_));
+        element("FormulaFrom", "TO / " + base::formatReal(feature.scale_));
         element("pValue", feature.name_ + "Reg");
         element("Slope", "Increasing");
         close("Converter");
