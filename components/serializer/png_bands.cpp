@@ -36,8 +36,7 @@ public:
     {
         filter(first, end);
         band->filtered = filtered_.size();
-        band->adler = static_cast<std::uint32_t>(
-            adler32_z(adler32_z(0, nullptr, 0), filtered_.data(), filtered_.size()));
+        band->adler = adlerOf(filtered_.data(), filtered_.size());
         deflater_.compress(filtered_.data(), filtered_.size(), end == picture_.height, &band->data);
         band->crc = static_cast<std::uint32_t>(
             crc32_z(crc32_z(0, nullptr, 0), band->data.data(), band->data.size()));

@@ -341,8 +341,8 @@ void RowDeflater::writeBlock(const unsigned char* data, std::size_t size, bool l
 void RowDeflater::compress(const unsigned char* data, std::size_t size, bool last,
                            std::vector<unsigned char>* out)
 {
-    out->resize(size + (size / kBlock + 2) * kStoredHeader + kSlack);
-    bits_ = Bits(out->data());
+    scratch_.resize(std::max(scratch_.size(), size + (size / kBlock + 2) * kStoredHeader + kSlack));
+    bits_ = Bits(scratch_.data());
     std::size_t at = 0;
     do {
         const std::size_t now = std::min(size - at, kBlock);
@@ -355,7 +355,7 @@ void RowDeflater::compress(const unsigned char* data, std::size_t size, bool las
         // An empty stored block ends a piece on a byte.
         writeStored(data, 0, false);
     }
-    out->resize(static_cast<std::size_t>(bits_.end() - out->data()));
+    out->assign(static_cast<const unsigned char*>(scratch_.data()), bits_.end());
 }
 
 } // namespace serializer

@@ -62,7 +62,7 @@ private:
         void alignToByte();
         /// At a byte only, after store().
         void addBytes(const unsigned char* bytes, std::size_t count);
-        unsigned char* end() const { return to_; }
+        const unsigned char* end() const { return to_; }
 
     private:
         unsigned char* to_ = nullptr;
@@ -84,6 +84,7 @@ private:
     static void complete(Code& code);
     static Code fixedCode();
 
+    std::vector<unsigned char> scratch_; // Room for the worst case; pieces take what they need.
     Bits bits_;
     // Of the present block.
     std::vector<Run> runs_;

@@ -90,6 +90,47 @@ void averageFilterRow(const unsigned char* row, const unsigned char* above, unsi
     }
 }
 
+// The sums of a piece so small that its weighted sum stays in 32 bits, added to earlier ones.
+void addToAdler(const unsigned char* data, std::size_t size, std::uint64_t& sum,
+                std::uint64_t& weighted)
+{
+    std::size_t i = 0;
+#if HWY_TARGET != HWY_SCALAR
+    const hn::CappedTag<std::uint8_t, 32> bytes;
+    const hn::RepartitionToWide<decltype(bytes)> unsignedWords;
+    const hn::RebindToSigned<decltype(unsignedWords)> words;
+    const hn::RepartitionToWide<decltype(words)> sums;
+    const hn::RepartitionToWide<hn::RepartitionToWide<decltype(unsignedWords)>> counts;
+    const hn::Half<decltype(bytes)> half;
+    const std::size_t step = hn::Lanes(bytes);
+    // A byte counts as often as there are bytes from it to the end of its vector.
+    const auto last = hn::Set(words, static_cast<std::int16_t>(step));
+    const auto lowWeights = last - hn::Iota(words, 0);
+    const auto highWeights = lowWeights - hn::Set(words, static_cast<std::int16_t>(step / 2));
+    auto inVector = hn::Zero(sums);
+    auto inVectorToo = hn::Zero(sums);
+    auto plain = hn::Zero(counts);
+    auto before = hn::Zero(counts); // The plain sums in front of each vector.
+    for (; i + step <= size; i += step) {
+        const auto low = hn::PromoteTo(words, hn::LoadU(half, data + i));
+        const auto high = hn::PromoteTo(words, hn::LoadU(half, data + i + step / 2));
+        inVector = hn::ReorderWidenMulAccumulate(sums, low, lowWeights, inVector, inVectorToo);
+        inVector = hn::ReorderWidenMulAccumulate(sums, high, highWeights, inVector, inVectorToo);
+        before = before + plain;
+        plain = plain + hn::SumsOf8(hn::LoadU(bytes, data + i));
+    }
+    const std::uint64_t bytesSum = hn::GetLane(hn::SumOfLanes(counts, plain));
+    const auto inVectors =
+        static_cast<std::uint32_t>(hn::GetLane(hn::SumOfLanes(sums, inVector + inVectorToo)));
+    weighted += i * sum + step * hn::GetLane(hn::SumOfLanes(counts, before)) + inVectors;
+    sum += bytesSum;
+#endif
+    for (; i < size; ++i) {
+        sum += data[i];
+        weighted += sum;
+    }
+}
+
 } // namespace HWY_NAMESPACE
 } // namespace serializer
 HWY_AFTER_NAMESPACE();
@@ -101,6 +142,7 @@ namespace serializer
 HWY_EXPORT(swapRedBlueRow);
 HWY_EXPORT(toBigEndianRow);
 HWY_EXPORT(averageFilterRow);
+HWY_EXPORT(addToAdler);
 
 void swapRedBlue(const unsigned char* from, unsigned char* to, std::size_t pixels)
 {
@@ -117,6 +159,20 @@ void averageFilter(const unsigned char* row, const unsigned char* above, unsigne
                    std::size_t size, std::size_t pixelBytes)
 {
     HWY_DYNAMIC_DISPATCH(averageFilterRow)(row, above, to, size, pixelBytes);
+}
+
+std::uint32_t adlerOf(const unsigned char* data, std::size_t size)
+{
+    constexpr std::uint64_t kModulus = 65521;
+    constexpr std::size_t kPiece = 4096;
+    std::uint64_t sum = 1;
+    std::uint64_t weighted = 0;
+    for (std::size_t i = 0; i < size; i += kPiece) {
+        HWY_DYNAMIC_DISPATCH(addToAdler)(data + i, std::min(kPiece, size - i), sum, weighted);
+        sum %= kModulus;
+        weighted %= kModulus;
+    }
+    return static_cast<std::uint32_t>(weighted << 16U | sum);
 }
 
 } // namespace serializer

@@ -22,4 +22,7 @@ void toBigEndian(const unsigned char* from, unsigned char* to, std::size_t count
 void averageFilter(const unsigned char* row, const unsigned char* above, unsigned char* to,
                    std::size_t size, std::size_t pixelBytes);
 
+/// Adler-32 of `size` bytes, as adler32() of zlib gives for a new sum.
+std::uint32_t adlerOf(const unsigned char* data, std::size_t size);
+
 } // namespace serializer

@@ -166,7 +166,7 @@ TEST(RowKernels, SwapAndByteOrderOnEveryTarget)
     });
 }
 
-TEST(RowKernels, AverageFilterCanBeUndone)
+TEST(RowKernels, AverageFilterCanBeUndoneAndCheckSumsAreRight)
 {
     onEveryTarget([] {
         for (std::size_t size = 1; size <= 200; ++size) {
@@ -181,6 +181,16 @@ TEST(RowKernels, AverageFilterCanBeUndone)
                     ASSERT_EQ(undone & 0xFFU, row[i]) << size << " " << i;
                 }
                 EXPECT_EQ(got[size], kGuard);
+            }
+            const Bytes all(size * 50, row.empty() ? 0 : row.back());
+            for (const Bytes& data : {row, all}) {
+                std::uint32_t sum = 1;
+                std::uint32_t weighted = 0;
+                for (const unsigned char byte : data) {
+                    sum = (sum + byte) % 65521U;
+                    weighted = (weighted + sum) % 65521U;
+                }
+                ASSERT_EQ(serializer::adlerOf(data.data(), data.size()), weighted << 16U | sum);
             }
         }
     });
