@@ -226,18 +226,18 @@ ZelCamErr Encoder::open(const Compressor& compressor, const Settings& settings,
     return ZelErr::kOk;
 }
 
-Encoder::~Encoder()
+Encoder::~Encoder() { close(); }
+
+void Encoder::close()
 {
     const bool opened = context_ != nullptr && avcodec_is_open(context_.get()) != 0;
-    if (!opened || !waitsForFrame_ || next_ > 0) {
-        return;
-    }
-    const Frame blank = blankFrame(*context_);
+    const Frame blank = opened && waitsForFrame_ && next_ == 0 ? blankFrame(*context_) : Frame();
     if (blank != nullptr) {
         const Sink discard = [](AVPacket*) { return ZelErr::kOk; };
         send(blank.get(), discard);
         send(nullptr, discard);
     }
+    context_.reset();
 }
 
 ZelCamErr Encoder::encode(AVFrame* frame, const Sink& sink)

@@ -35,6 +35,10 @@ public:
     /// frame may follow the null.
     ZelCamErr encode(AVFrame* frame, const Sink& sink);
 
+    /// Ends its threads. Only destruction may follow.
+    void close();
+
+    /// Until close().
     const AVCodecContext& context() const { return *context_; }
 
 private:

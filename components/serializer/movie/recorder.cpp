@@ -158,6 +158,8 @@ void Recorder::encodeAll()
         keepError(encoder_.encode(nullptr, sink));
     }
     keepError(file_.finish());
+    // Here already: a process that ends has its movie finished, but nobody destroys the recorder.
+    encoder_.close();
 }
 
 void Recorder::run()

@@ -348,8 +348,10 @@ TEST_F(MovieTest, AForkedChildLeavesTheMovieToItsParent)
             right = right && append(image) == -40051;
         }
         right = right && ZelImageSerializer_FinishRecord(serializer_) == -40051;
+#if !defined(__SANITIZE_THREAD__) // Which ends a child that starts threads.
         right = right && start(image, "child.mkv", "mpeg4") == 0 && append(image) == 0 &&
                 ZelImageSerializer_FinishRecord(serializer_) == 0;
+#endif
         std::exit(right ? 0 : 1);
     }
     int status = -1;
@@ -358,7 +360,9 @@ TEST_F(MovieTest, AForkedChildLeavesTheMovieToItsParent)
     ASSERT_EQ(append(image), 0);
     ASSERT_EQ(ZelImageSerializer_FinishRecord(serializer_), 0);
     EXPECT_EQ(readMovie(path("a.mkv"), false).frames.size(), 2U);
+#if !defined(__SANITIZE_THREAD__)
     EXPECT_EQ(readMovie(path("child.mkv"), false).frames.size(), 1U);
+#endif
 }
 
 TEST_F(MovieTest, WithoutAFrameAnEarlierFileStays)
