@@ -15,7 +15,7 @@ packages_wheel="patchelf binutils"
 
 packages_docs="python3-sphinx python3-myst-parser furo"
 
-packages_lint="clang-format clang-tidy"
+packages_lint="clang clang-format clang-tidy"
 
 packages_bench="libaravis-dev python3-numpy python3-pil python3-opencv ffmpeg gir1.2-aravis-0.8 python3-gi aravis-tools"
 

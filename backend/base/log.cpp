@@ -52,10 +52,15 @@ std::uint32_t parseChannels(const std::string& list)
     while (begin <= list.size()) {
         const std::size_t end = std::min(list.find(',', begin), list.size());
         const std::string word = list.substr(begin, end - begin);
+        bool known = word.empty() || word == "all";
         for (const Name& name : kNames) {
             if (word == "all" || word == name.text) {
                 channels |= static_cast<std::uint32_t>(name.channel);
+                known = true;
             }
+        }
+        if (!known) { // Read once in a process, so told once.
+            std::fprintf(stderr, "ZELCAM_LOG: there is no channel \"%s\"\n", word.c_str());
         }
         begin = end + 1;
     }
