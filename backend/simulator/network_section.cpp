@@ -102,6 +102,7 @@ NetworkSection::NetworkSection(CameraContext& context) : context_(context), ip_(
     addControl();
     addChannels();
     addManifest();
+    addActions();
     registers_.onWritten([this](std::uint32_t address, std::uint32_t value) {
         context_.post([address, value](CameraObserver& observer) {
             observer.bootstrapWritten(address, value);
@@ -381,8 +382,8 @@ void NetworkSection::addControl()
                           can::kEventData | can::kPendingAck | can::kStatusCodes20 |
                           can::kSwitchover | can::kStatusCodes11 | can::kDiscoveryDelayWritable |
                           can::kDiscoveryDelay | can::kManifest | can::kPrimaryRegisters |
-                          can::kLinkSpeed | can::kHeartbeatSwitch | can::kSerialNumber |
-                          can::kUserName);
+                          can::kLinkSpeed | can::kAction | can::kUnconditionalAction |
+                          can::kHeartbeatSwitch | can::kSerialNumber | can::kUserName);
     registers_.number(
         reg::kHeartbeatTimeout, [this] { return number(heartbeat_); },
         [this](std::uint32_t value) {
@@ -465,6 +466,33 @@ void NetworkSection::addManifest()
     }
     while (at + 4 < reg::kManifest + reg::kUrlSize) {
         registers_.number(at += 4, Access::ReadOnly);
+    }
+}
+
+/// The features of ActionControl, which are declared later, hold the values.
+void NetworkSection::addActions()
+{
+    constexpr std::uint32_t kSignals = 2;
+    const auto kept = [this](std::uint32_t address, const char* name, std::size_t index) {
+        registers_.number(
+            address,
+            [this, name, index] {
+                return static_cast<std::uint32_t>(context_.table.find(name)->integer(index));
+            },
+            [this, name, index](std::uint32_t value) {
+                context_.table.find(name)->set(std::int64_t{value}, index);
+                return gentl::err::kSuccess;
+            });
+    };
+    registers_.number(reg::kActionSignalCount, Access::ReadOnly, kSignals);
+    registers_.checked(reg::kActionDeviceKey, Access::WriteOnly, [this](std::uint32_t value) {
+        context_.table.find("ActionDeviceKey")->set(std::int64_t{value});
+        return gentl::err::kSuccess;
+    });
+    for (std::uint32_t i = 0; i < kSignals; ++i) {
+        const std::uint32_t at = reg::kActionGroups + i * reg::kActionGroupStep;
+        kept(at, "ActionGroupKey", i);
+        kept(at + 4, "ActionGroupMask", i);
     }
 }
 

@@ -41,6 +41,7 @@ private:
     void addControl();
     void addChannels();
     void addManifest();
+    void addActions();
     std::int32_t writePacketSize(std::uint32_t value);
     std::uint32_t packetSizeRegister() const;
     std::int32_t latchTimestamp(std::uint32_t value);

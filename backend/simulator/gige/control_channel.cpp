@@ -59,7 +59,7 @@ ControlChannel::Answer ControlChannel::handle(wire::Bytes datagram, const Endpoi
         return answer;
     }
     privilege_.heard(from, now);
-    const bool once = isWrite(packet) || packet.is(Command::ForceIp);
+    const bool once = isWrite(packet) || packet.is(Command::ForceIp) || packet.is(Command::Action);
     if (once && again(datagram, from, now, &answer)) {
         return answer;
     }
@@ -90,6 +90,9 @@ Datagram ControlChannel::run(const CommandPacket& packet, const Endpoint& from,
     }
     if (packet.is(Command::ForceIp)) {
         return forceIp(packet);
+    }
+    if (packet.is(Command::Action)) {
+        return action(packet);
     }
     if (packet.is(Command::ReadRegister)) {
         return readRegisters(packet, from);
@@ -133,6 +136,26 @@ Datagram ControlChannel::forceIp(const CommandPacket& packet)
     }
     const bool taken = host_.forceIp({force.address, force.mask, force.gateway});
     return bareAck(packet, taken ? status::kSuccess : status::kInvalidParameter);
+}
+
+/// Goes to all cameras; those whose keys do not fit are silent.
+Datagram ControlChannel::action(const CommandPacket& packet)
+{
+    wire::Action action;
+    if (!wire::readAction(packet, &action)) {
+        return bareAck(packet, status::kInvalidHeader);
+    }
+    const bool always = (camera_.bootstrap(reg::kControlConfiguration) &
+                         wire::configuration::kUnconditionalAction) != 0;
+    if (privilege_.isFree() && !always) {
+        return {};
+    }
+    if (action.scheduled) {
+        return bareAck(packet, status::kNotImplemented);
+    }
+    const std::size_t fired =
+        camera_.actionCommand(action.deviceKey, action.groupKey, action.groupMask);
+    return fired == 0 ? Datagram{} : bareAck(packet, status::kSuccess);
 }
 
 std::uint16_t ControlChannel::refusal(std::int32_t code, std::uint32_t address, bool writing)

@@ -70,6 +70,7 @@ private:
 
     wire::Datagram run(const wire::CommandPacket& packet, const Endpoint& from,
                        Clock::time_point now);
+    wire::Datagram action(const wire::CommandPacket& packet);
     wire::Datagram forceIp(const wire::CommandPacket& packet);
     wire::Datagram readRegisters(const wire::CommandPacket& packet, const Endpoint& from);
     wire::Datagram writeRegisters(const wire::CommandPacket& packet, const Endpoint& from,

@@ -186,8 +186,9 @@ void ServedCamera::turn()
 {
     wait();
     listen(unicast_);
-    for (std::size_t i = 0; i < broadcast_.size(); ++i) {
-        listen(broadcast_[i]);
+    std::size_t next = 0;
+    while (next < broadcast_.size()) { // a command may move the camera to other sockets
+        listen(broadcast_[next++]);
     }
     control_.expire(Clock::now());
     ControlChannel::Answer due;

@@ -239,6 +239,23 @@ TEST_F(ControlTest, OnlyTheControllersAddressAsksForPackets)
     EXPECT_EQ(host.resends, std::vector<std::uint64_t>{7});
 }
 
+TEST_F(ControlTest, ActionsNeedKeysAndAController)
+{
+    const auto act = [this](std::uint32_t deviceKey, std::uint32_t mask) {
+        return ask(wire::makeAction(++id, {deviceKey, 7, mask, false, 0}, 1), kSecond);
+    };
+    ASSERT_EQ(write(reg::kControlPrivilege, 2), 0);
+    ASSERT_EQ(write(reg::kActionDeviceKey, 0x1234), 0);
+    ASSERT_EQ(write(reg::kActionGroups + reg::kActionGroupStep, 7), 0);
+    ASSERT_EQ(write(reg::kActionGroups + reg::kActionGroupStep + 4, 6), 0);
+    EXPECT_EQ(act(0x1235, 2), 1) << "silence: another's key";
+    EXPECT_EQ(act(0x1234, 1), 1) << "no common bit";
+    EXPECT_EQ(act(0x1234, 2), 0);
+    ASSERT_EQ(write(reg::kControlConfiguration, wire::configuration::kUnconditionalAction), 0);
+    ASSERT_EQ(write(reg::kControlPrivilege, 0), 0);
+    EXPECT_EQ(act(0x1234, 2), 0) << "wanted without a controller";
+}
+
 TEST_F(ControlTest, RandomCommandsDoNoHarm)
 {
     std::mt19937 dice(1);
