@@ -22,10 +22,10 @@ extern "C" {
 #endif
 
 /// Cameras that are being served; owned by the caller until ZelServe_Stop().
-typedef struct ZelServe ZelServe;
+typedef struct ZelServe ZelServe; // NOLINT(modernize-use-using): C
 
 /// What to serve, and where. All texts are UTF-8, borrowed for the time of the call.
-typedef struct ZelServeOptions {
+typedef struct ZelServeOptions {  // NOLINT(modernize-use-using): C
     uint32_t size;                ///< sizeof(ZelServeOptions); smaller: the rest counts as zeros.
     uint32_t addressCount;        ///< At least 1.
     const char* const* addresses; ///< IPv4 addresses of this host, dotted, one for each camera:
