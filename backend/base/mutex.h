@@ -48,7 +48,7 @@ class ZEL_SCOPED_CAPABILITY Lock
 {
 public:
     explicit Lock(Mutex& mutex) ZEL_ACQUIRE(mutex) : lock_(mutex.native()) {}
-    ~Lock() ZEL_RELEASE() {}
+    ~Lock() ZEL_RELEASE() {} // NOLINT(modernize-use-equals-default): = default takes no annotation
     Lock(const Lock&) = delete;
     Lock& operator=(const Lock&) = delete;
 
@@ -78,7 +78,7 @@ class ZEL_SCOPED_CAPABILITY SharedLock
 {
 public:
     explicit SharedLock(SharedMutex& mutex) ZEL_ACQUIRE_SHARED(mutex) : lock_(mutex.mutex_) {}
-    ~SharedLock() ZEL_RELEASE() {}
+    ~SharedLock() ZEL_RELEASE() {} // NOLINT(modernize-use-equals-default)
     SharedLock(const SharedLock&) = delete;
     SharedLock& operator=(const SharedLock&) = delete;
 
@@ -91,7 +91,7 @@ class ZEL_SCOPED_CAPABILITY ExclusiveLock
 {
 public:
     explicit ExclusiveLock(SharedMutex& mutex) ZEL_ACQUIRE(mutex) : lock_(mutex.mutex_) {}
-    ~ExclusiveLock() ZEL_RELEASE() {}
+    ~ExclusiveLock() ZEL_RELEASE() {} // NOLINT(modernize-use-equals-default)
     ExclusiveLock(const ExclusiveLock&) = delete;
     ExclusiveLock& operator=(const ExclusiveLock&) = delete;
 

@@ -7,6 +7,8 @@
 namespace core
 {
 
+genapi::ChangeGate& CameraControl::gate() { return parameters_.gate(); }
+
 void CameraControl::lockTransport(bool locked)
 {
     static_cast<void>(parameters_.SetIntegerValue("TLParamsLocked", locked ? 1 : 0));

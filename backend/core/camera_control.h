@@ -8,8 +8,9 @@
 
 namespace genapi
 {
+class ChangeGate;
 class ParamArray;
-}
+} // namespace genapi
 
 namespace core
 {
@@ -21,6 +22,8 @@ class CameraControl
 public:
     explicit CameraControl(genapi::ParamArray& parameters) : parameters_(parameters) {}
 
+    /// Of the camera's parameters.
+    genapi::ChangeGate& gate();
     /// TLParamsLocked: keeps what must not change during an acquisition.
     void lockTransport(bool locked);
     ZelCamErr start();

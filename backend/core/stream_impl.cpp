@@ -186,6 +186,7 @@ ZelCamErr StreamImpl::StopAcquisition(std::int64_t flags)
         }
         pool_.endWaits(); // Before the camera has had time to answer.
         ++pendingStops_;
+        camera_.gate().close(); // What the camera locks while it streams is free for the caller.
         const ZelCamErr code = runErrand(kStopPatience, [this, atOnce = flags == kStopAtOnce] {
             ZelCamErr stopped = ZelErr::kOk;
             stopInTurn(atOnce, &stopped);
@@ -337,6 +338,7 @@ void StreamImpl::awaitStops(Lock& control)
 // On the errand's thread, which takes its turn with the other operations.
 void StreamImpl::stopInTurn(bool atOnce, ZelCamErr* code)
 {
+    const genapi::ChangeGate::Change change;
     const Lock control(control_);
     *code = base::guarded([&]() ZEL_NO_THREAD_SAFETY_ANALYSIS {
         if (transport_ == nullptr) {
@@ -346,6 +348,7 @@ void StreamImpl::stopInTurn(bool atOnce, ZelCamErr* code)
     });
     --pendingStops_;
     stopDone_.notify_all();
+    camera_.gate().open();
 }
 
 // What a transport finds out later may be less than what it had to assume before.

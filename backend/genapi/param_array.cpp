@@ -60,7 +60,7 @@ void ParamArray::detach(ZelCamErr reason) { state_->detach(reason); }
 
 void ParamArray::setEventData(std::uint64_t eventId, const void* data, std::size_t size)
 {
-    const Entry entry(*state_);
+    const Entry entry = Entry::atOnce(*state_);
     for (const auto& map : state_->maps())
         map->setData(true, eventId, data, size);
     // What the event reports may have changed more than its own data.
@@ -69,13 +69,15 @@ void ParamArray::setEventData(std::uint64_t eventId, const void* data, std::size
 
 void ParamArray::setChunks(const std::vector<ChunkBytes>& chunks)
 {
-    const Entry entry(*state_);
+    const Entry entry = Entry::atOnce(*state_);
     for (const auto& map : state_->maps()) {
         map->dropChunks();
         for (const ChunkBytes& chunk : chunks)
             map->setData(false, chunk.id, chunk.bytes.data(), chunk.bytes.size());
     }
 }
+
+ChangeGate& ParamArray::gate() { return state_->gate(); }
 
 void ParamArray::invalidate() { ChangeCount::advance(); }
 

@@ -1,6 +1,7 @@
 // The parameter array of a camera, a transport or an interface: what users of the SDK hold.
 #pragma once
 
+#include "genapi/change_gate.h"
 #include "genapi/feature_source.h"
 #include "zel_gen_param_api.h"
 
@@ -54,6 +55,9 @@ public:
     /// Tells that something changed features behind the back of the map: the next read of every
     /// value asks the module. Never waits; from any thread.
     static void invalidate();
+
+    /// Closed while something changes features that users should not see half done.
+    ChangeGate& gate();
 
     /// For the other files of this directory.
     ParamArrayState& state() { return *state_; }

@@ -11,7 +11,8 @@
 namespace genapi
 {
 
-ParamArrayState::Entry::Entry(ParamArrayState& state) : state_(state), lock_(state.mutex_)
+ParamArrayState::Entry::Entry(ParamArrayState& state, ChangeGate* gate)
+    : state_((gate != nullptr ? gate->pass() : void(), state)), lock_(state.mutex_)
 {
     ++state_.depth_;
 }
@@ -28,7 +29,7 @@ ParamArrayState::~ParamArrayState() { forgetValueTexts(this); }
 
 ZelCamErr ParamArrayState::attach(const std::vector<FeatureSource*>& sources)
 {
-    const Entry entry(*this);
+    const Entry entry = Entry::atOnce(*this);
     drop(ZelErr::kInvalidState);
     ZelCamErr failure = ZelErr::kOk;
     for (FeatureSource* const source : sources) {
@@ -62,7 +63,7 @@ ZelCamErr ParamArrayState::attach(const std::vector<FeatureSource*>& sources)
 
 void ParamArrayState::detach(ZelCamErr reason)
 {
-    const Entry entry(*this);
+    const Entry entry = Entry::atOnce(*this);
     drop(reason != ZelErr::kOk ? reason : ZelErr::kInvalidState);
 }
 

@@ -1,6 +1,7 @@
 // What an array holds: its lock, the attached maps, the names, the tree, the parameter objects.
 #pragma once
 
+#include "genapi/change_gate.h"
 #include "genapi/feature_map.h"
 #include "genapi/feature_source.h"
 #include "zel_err.h"
@@ -30,13 +31,19 @@ public:
     class Entry
     {
     public:
-        explicit Entry(ParamArrayState& state);
+        /// Waits for the end of a change that another thread has under way; see ChangeGate.
+        explicit Entry(ParamArrayState& state) : Entry(state, &state.gate_) {}
+        /// For what a transport or a change itself has to do: goes in at once.
+        static Entry atOnce(ParamArrayState& state) { return Entry(state, nullptr); }
         ~Entry();
         Entry(const Entry&) = delete;
         Entry& operator=(const Entry&) = delete;
 
     private:
+        Entry(ParamArrayState& state, ChangeGate* gate);
+
         ParamArrayState& state_;
+        const ChangeGate::Change inside_; ///< Entries inside this one do not wait.
         std::unique_lock<std::recursive_mutex> lock_;
     };
 
@@ -71,6 +78,8 @@ public:
     const std::vector<Slot*>& features() const { return flat_; }
     const std::vector<std::unique_ptr<FeatureMap>>& maps() const { return maps_; }
 
+    ChangeGate& gate() { return gate_; }
+
     /// A text that lives as long as the array; equal texts are one.
     const char* intern(std::string_view text);
 
@@ -90,6 +99,7 @@ private:
     void addChildren(CategoryParam& category, std::string_view name,
                      std::vector<std::string_view>* path);
 
+    ChangeGate gate_;
     std::recursive_mutex mutex_;
     int depth_ = 0;
     ZelCamErr reason_;

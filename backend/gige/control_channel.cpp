@@ -199,7 +199,8 @@ ZelCamErr ControlChannel::readMemory(std::uint32_t address, void* data, std::siz
         const ZelCamErr code =
             ask(wire::makeReadMemory(id, range), wire::Command::ReadMemory, id, pieceEnd, &ack);
         if (code == ZelErr::kGenTLInvalidParameter && count > kSmallestPiece) {
-            piece_ = std::size_t{count} / 8 * 4; // Not every device takes pieces as large as the rest.
+            piece_ =
+                std::size_t{count} / 8 * 4; // Not every device takes pieces as large as the rest.
             continue;
         }
         if (code != ZelErr::kOk) {

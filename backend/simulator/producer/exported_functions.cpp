@@ -1,8 +1,8 @@
 // The simulated cameras as a loadable producer.
 #include "simulator/producer/exported_functions.h"
 
-#include "simulator/producer_table.h"
 #include "simulator/producer/system_module.h"
+#include "simulator/producer_table.h"
 
 namespace simulator::producer
 {

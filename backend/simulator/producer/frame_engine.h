@@ -34,8 +34,8 @@ public:
 
     /// Carries `frames` frames (all ones: without limit), then idles until stop().
     void start(std::uint64_t frames);
-    /// Never waits for the camera: without `kill` a frame under way is given up and counted as lost,
-    /// else it is delivered incomplete.
+    /// Never waits for the camera: without `kill` a frame under way is given up and counted as
+    /// lost, else it is delivered incomplete.
     void stop(bool kill);
     bool isStarted() const { return thread_.joinable(); }
 
