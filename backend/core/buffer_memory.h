@@ -31,16 +31,20 @@ public:
             return;
         }
         const std::size_t rounded = (size + align - 1) / align * align;
-        void* memory = nullptr;
-        if (posix_memalign(&memory, align, rounded) == 0) {
-            // A frame that arrives short must not show what lay here before.
-            std::memset(memory, 0, rounded);
-            memory_.reset(memory);
-            size_ = size;
+        // Zeros: a frame that arrives short must not show what lay here before.
+        memory_.reset(std::calloc(1, rounded + align));
+        if (memory_ == nullptr) {
+            return;
+        }
+        const auto address = reinterpret_cast<std::uintptr_t>(memory_.get());
+        data_ = static_cast<unsigned char*>(memory_.get()) + (align - address % align) % align;
+        size_ = size;
+        if (rounded <= kTouched) {
+            std::memset(data_, 0, rounded); // The first frame finds the pages there.
         }
     }
 
-    void* data() const { return memory_.get(); }
+    void* data() const { return memory_ != nullptr ? data_ : nullptr; }
     std::size_t size() const { return size_; }
 
 private:
@@ -48,7 +52,11 @@ private:
         void operator()(void* memory) const { std::free(memory); }
     };
 
+    /// A camera may claim frames of gigabytes: pages of larger memory come when they are used.
+    static constexpr std::size_t kTouched = std::size_t{256} << 20;
+
     std::unique_ptr<void, Free> memory_;
+    unsigned char* data_ = nullptr; ///< Aligned, in memory_.
     std::size_t size_ = 0;
 };
 

@@ -36,7 +36,7 @@ struct Errand {
 
 } // namespace
 
-ZelCamErr runErrand(std::chrono::milliseconds patience, std::function<ZelCamErr()> operation)
+ZelCamErr runErrand(std::chrono::milliseconds patience, const std::function<ZelCamErr()>& operation)
 {
     std::shared_ptr<Errand> errand;
     try {

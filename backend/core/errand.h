@@ -13,6 +13,7 @@ namespace core
 /// Answers its code, or 0 when it is still under way then: it goes on behind the caller's back, so
 /// what it uses must live as long as the process. Where no thread or memory is to be had it runs
 /// here, to its end.
-ZelCamErr runErrand(std::chrono::milliseconds patience, std::function<ZelCamErr()> operation);
+ZelCamErr runErrand(std::chrono::milliseconds patience,
+                    const std::function<ZelCamErr()>& operation);
 
 } // namespace core

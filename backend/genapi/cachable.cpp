@@ -48,15 +48,26 @@ private:
         case LinkKind::kLength:
         case LinkKind::kImplemented:
         case LinkKind::kAvailable:
-        case LinkKind::kEntry:
         case LinkKind::kPort:
             return allows(link.target);
+        case LinkKind::kEntry:
+            return allowsEntry(link.target);
         case LinkKind::kInvalidator:
             // One that has to be polled tells in vain that a value is old.
             return !description_.at(link.target).isPolled;
         default:
             return true;
         }
+    }
+
+    /// Which of several entries of one value is meant depends on what is implemented; whether an
+    /// entry can be chosen now does not matter to reading.
+    bool allowsEntry(std::int32_t index)
+    {
+        const auto links = description_.linksOf(description_.at(index));
+        return std::all_of(links.begin(), links.end(), [this](const Link& link) {
+            return link.kind != LinkKind::kImplemented || allows(link.target);
+        });
     }
 
     const Description& description_;

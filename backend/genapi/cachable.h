@@ -10,8 +10,8 @@ struct Description;
 
 /// True when every register that reading the node touches says so: its value, the variables of
 /// formulas, addresses, lengths, selectors and the conditions of being readable; for enumerations
-/// those of the entries too. Commands, polled nodes, formulas over anything but values, and the
-/// bytes of events and chunks are never kept.
+/// what tells which entries are implemented. Commands, polled nodes, formulas over anything but
+/// values, and the bytes of events and chunks are never kept.
 bool isCachable(const Description& description, std::int32_t node);
 
 } // namespace genapi

@@ -106,8 +106,7 @@ ZelCamErr Evaluator::realLimit(std::int32_t index, Bound bound, double* value)
         if (result == ZelErr::kOk && link->target >= 0)
             result = realLimit(link->target, bound, value);
         // A logarithm may have given infinity.
-        *value = std::clamp(*value, bound == Bound::kMin ? -DBL_MAX : -HUGE_VAL,
-                            bound == Bound::kMax ? DBL_MAX : HUGE_VAL);
+        *value = bound == Bound::kMin ? std::max(*value, -DBL_MAX) : std::min(*value, DBL_MAX);
         return result;
     }
     case NodeKind::kFloatReg:
