@@ -8,6 +8,7 @@
 #include "usb3/wire/event_packet.h"
 
 #include <algorithm>
+#include <new>
 
 namespace usb3
 {
@@ -108,7 +109,8 @@ Usb3Device::~Usb3Device()
         // The thread and the claims are the parent's.
         static_cast<void>(usb_.release());
         static_cast<void>(events_.release());
-        new std::thread(std::move(thread_)); // never joined, never destroyed
+        // Never joined, never destroyed.
+        static_cast<void>(new (std::nothrow) std::thread(std::move(thread_)));
         return;
     }
     closed_();

@@ -118,9 +118,11 @@ ZelCamErr Usb3Stream::announce(core::BufferToken token, void* memory, std::size_
 void Usb3Stream::resetEndpoint()
 {
     constexpr std::uint16_t kEndpointHalt = 0;
-    libusb_control_transfer(
-        handle_, LIBUSB_ENDPOINT_OUT | LIBUSB_REQUEST_TYPE_STANDARD | LIBUSB_RECIPIENT_ENDPOINT,
-        LIBUSB_REQUEST_SET_FEATURE, kEndpointHalt, endpoint_, nullptr, 0, kRequestTimeoutMs);
+    constexpr std::uint8_t kToEndpoint = std::uint8_t{LIBUSB_ENDPOINT_OUT} |
+                                         std::uint8_t{LIBUSB_REQUEST_TYPE_STANDARD} |
+                                         std::uint8_t{LIBUSB_RECIPIENT_ENDPOINT};
+    libusb_control_transfer(handle_, kToEndpoint, LIBUSB_REQUEST_SET_FEATURE, kEndpointHalt,
+                            endpoint_, nullptr, 0, kRequestTimeoutMs);
     libusb_clear_halt(handle_, endpoint_);
 }
 
