@@ -23,7 +23,11 @@ common::Exit GetCommand::run(const Context& context)
                                       "` shows its access");
         }
         values[name] = value;
-        context.printer.line((names_.size() > 1 ? name + "=" : "") + common::valueText(value));
+        std::string line;
+        if (names_.size() > 1) {
+            line.append(name).append("=");
+        }
+        context.printer.line(line.append(common::valueText(value)));
     }
     context.printer.result(name(), {{"values", values}});
     return common::Exit::Ok;

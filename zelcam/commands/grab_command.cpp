@@ -118,7 +118,7 @@ std::string GrabCommand::fileName(std::uint64_t number) const
 
 std::string GrabCommand::save(const ZelImage& image, std::uint64_t number)
 {
-    const std::string file = fileName(number);
+    std::string file = fileName(number);
     const ZelCamErr err = ZelImageSerializer_Save(serializer_.get(), &image, file.c_str());
     if (err == ZelErr::kInvalidArgument) {
         throw Failure(Exit::File,

@@ -71,7 +71,7 @@ void dumpLines(const common::Printer& printer, std::int64_t address,
                     : bytes[i] >= 0x20 && bytes[i] < 0x7F ? static_cast<char>(bytes[i])
                                                           : '.';
         }
-        printer.line(line + " " + text);
+        printer.line(line.append(" ").append(text));
     }
 }
 

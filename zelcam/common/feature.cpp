@@ -290,7 +290,7 @@ std::string assign(Array& features, const std::string& assignment)
     if (place == std::string::npos || place == 0) {
         throw Failure(Exit::Usage, "'" + assignment + "' is not of the form NAME=VALUE");
     }
-    const std::string name = assignment.substr(0, place);
+    std::string name = assignment.substr(0, place);
     setValue(features, name, assignment.substr(place + 1));
     return name;
 }

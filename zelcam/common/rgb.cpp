@@ -58,7 +58,7 @@ void fromYuv422(const Byte* from, Byte* to, std::uint32_t width, std::size_t lum
     const std::size_t chroma = 1 - luma;
     for (std::uint32_t x = 0; x < width; ++x, to += 3) {
         const Byte* const pair = from + std::size_t{x / 2} * 4;
-        putYuv(pair[luma + 2 * (x % 2)], pair[chroma], pair[chroma + 2], to);
+        putYuv(pair[luma + std::size_t{2} * (x % 2)], pair[chroma], pair[chroma + 2], to);
     }
 }
 

@@ -172,7 +172,8 @@ std::string CameraSession::newFileName(const std::string& extension) const
     const std::string stem = folder_ + "/" + plain(serial_) + "-" + text.data();
     std::string name = stem + extension;
     for (int i = 2; access(name.c_str(), F_OK) == 0; ++i) {
-        name = stem + "-" + std::to_string(i) + extension;
+        name = stem;
+        name.append("-").append(std::to_string(i)).append(extension);
     }
     return name;
 }
@@ -192,7 +193,7 @@ std::string CameraSession::snapshot()
     if (serializer == nullptr) {
         throw common::sdkFailure("the serializer", ZelErr::kGenTLOutOfMemory);
     }
-    const std::string file = newFileName(".png");
+    std::string file = newFileName(".png");
     common::check(file, ZelImageSerializer_Save(serializer.get(), &image, file.c_str()));
     return file;
 }
