@@ -104,7 +104,8 @@ def decimal_comma_environment(build):
     (folder / "start" / "sitecustomize.py").write_text(
         "import locale\nlocale.setlocale(locale.LC_ALL, '')\n"
         "assert locale.localeconv()['decimal_point'] == ','\n")
-    return {"LC_ALL": "de_DE.UTF-8", "LOCPATH": str(folder)}
+    # Numbers with a comma, messages as the tests know them.
+    return {"LC_ALL": "de_DE.UTF-8", "LOCPATH": str(folder), "LANGUAGE": "C"}
 
 
 def suite_environment(suite, options, build):
