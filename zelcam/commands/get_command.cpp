@@ -6,6 +6,17 @@
 namespace commands
 {
 
+namespace
+{
+
+common::Failure unreadable(const std::string& name)
+{
+    return {common::Exit::Failed,
+            name + " cannot be read now: `zelcam features " + name + "` shows its access"};
+}
+
+} // namespace
+
 GetCommand::GetCommand(CLI::App& parent) : Command(parent, "get", "Print values of features")
 {
     app().add_option("NAME", names_, "features")->required();
@@ -18,9 +29,7 @@ common::Exit GetCommand::run(const Context& context)
     for (const std::string& name : names_) {
         const common::Json value = common::valueOf(common::feature(camera.features(), name));
         if (value.is_null()) {
-            throw common::Failure(common::Exit::Failed,
-                                  name + " cannot be read now: `zelcam features " + name +
-                                      "` shows its access");
+            throw unreadable(name);
         }
         values[name] = value;
         std::string line;
