@@ -10,7 +10,8 @@
 #include <cstdlib>
 #include <ctime>
 #include <mutex>
-#include <string>
+#include <string_view>
+#include <type_traits>
 
 namespace base
 {
@@ -33,25 +34,23 @@ constexpr Name kNames[] = {
     {LogChannel::Vision, "vision"},   {LogChannel::Gige, "gige"},   {LogChannel::Usb3, "usb3"},
 };
 
-// Never destroyed: threads may log while the process exits.
+// Constant until used and never destroyed: lines may tell that memory has run out, and threads may
+// log while the process exits.
 struct Sink {
     std::mutex mutex;
-    std::FILE* file = stderr;
+    std::FILE* file = nullptr; // Standard error.
 };
+static_assert(std::is_trivially_destructible_v<Sink>);
 
-Sink& sink()
-{
-    static Sink* const instance = new Sink;
-    return *instance;
-}
+Sink sink;
 
-std::uint32_t parseChannels(const std::string& list)
+std::uint32_t parseChannels(std::string_view list)
 {
     std::uint32_t channels = 0;
     std::size_t begin = 0;
     while (begin <= list.size()) {
         const std::size_t end = std::min(list.find(',', begin), list.size());
-        const std::string word = list.substr(begin, end - begin);
+        const std::string_view word = list.substr(begin, end - begin);
         bool known = word.empty() || word == "all";
         for (const Name& name : kNames) {
             if (word == "all" || word == name.text) {
@@ -60,7 +59,8 @@ std::uint32_t parseChannels(const std::string& list)
             }
         }
         if (!known) { // Read once in a process, so told once.
-            std::fprintf(stderr, "ZELCAM_LOG: there is no channel \"%s\"\n", word.c_str());
+            std::fprintf(stderr, "ZELCAM_LOG: there is no channel \"%.*s\"\n",
+                         static_cast<int>(word.size()), word.data());
         }
         begin = end + 1;
     }
@@ -86,11 +86,12 @@ void writeLine(LogChannel channel, const char* format, std::va_list arguments)
     std::tm calendar{};
     gmtime_r(&now.tv_sec, &calendar);
 
-    const std::lock_guard<std::mutex> lock(sink().mutex);
-    std::fprintf(sink().file, "%02d:%02d:%02d.%06ld %s[%ld] %s\n", calendar.tm_hour,
-                 calendar.tm_min, calendar.tm_sec, now.tv_nsec / 1000, nameOf(channel),
+    const std::lock_guard<std::mutex> lock(sink.mutex);
+    std::FILE* const file = sink.file != nullptr ? sink.file : stderr;
+    std::fprintf(file, "%02d:%02d:%02d.%06ld %s[%ld] %s\n", calendar.tm_hour, calendar.tm_min,
+                 calendar.tm_sec, now.tv_nsec / 1000, nameOf(channel),
                  static_cast<long>(syscall(SYS_gettid)), text);
-    std::fflush(sink().file);
+    std::fflush(file);
 }
 
 } // namespace
@@ -98,15 +99,13 @@ void writeLine(LogChannel channel, const char* format, std::va_list arguments)
 bool detail::readEnvironment(LogChannel channel)
 {
     {
-        const std::lock_guard<std::mutex> lock(sink().mutex);
+        const std::lock_guard<std::mutex> lock(sink.mutex);
         if ((openChannels.load() & kUnread) != 0) {
             const char* const setting = std::getenv("ZELCAM_LOG");
-            const std::string text = setting != nullptr ? setting : "";
+            const std::string_view text = setting != nullptr ? setting : "";
             const std::size_t colon = text.find(':');
-            if (colon != std::string::npos && colon + 1 < text.size()) {
-                if (std::FILE* const file = std::fopen(text.c_str() + colon + 1, "ae")) {
-                    sink().file = file;
-                }
+            if (colon != std::string_view::npos && colon + 1 < text.size()) {
+                sink.file = std::fopen(setting + colon + 1, "ae");
             }
             openChannels.store(parseChannels(text.substr(0, colon)));
         }

@@ -31,67 +31,70 @@ const Node* EntryParam::described() const
     return &feature->entry(static_cast<std::size_t>(position_));
 }
 
+template <class Body> ZelCamErr EntryParam::whenDescribed(Body&& body)
+{
+    return owner_.state().call([&] {
+        if (described() == nullptr)
+            return owner_.reason() != ZelErr::kOk ? owner_.reason() : ZelErr::kParamUnknown;
+        body();
+        return ZelErr::kOk;
+    });
+}
+
 const char* EntryParam::GetToolTip()
 {
-    const ParamArrayState::Entry entry(owner_.state());
-    return toolTip_;
+    return owner_.state().ask("", [&] { return toolTip_; });
 }
 
 const char* EntryParam::GetDescription()
 {
-    const ParamArrayState::Entry entry(owner_.state());
-    return description_;
+    return owner_.state().ask("", [&] { return description_; });
 }
 
 const char* EntryParam::GetDisplayName()
 {
-    const ParamArrayState::Entry entry(owner_.state());
-    return displayName_;
+    return owner_.state().ask(symbol_.c_str(), [&] { return displayName_; });
 }
 
 std::int32_t EntryParam::GetVisibility()
 {
-    const ParamArrayState::Entry entry(owner_.state());
-    return described() != nullptr ? described()->visibility : 0;
+    return owner_.state().ask(0,
+                              [&] { return described() != nullptr ? described()->visibility : 0; });
 }
 
 bool EntryParam::IsValueCached()
 {
-    const ParamArrayState::Entry entry(owner_.state());
-    return described() != nullptr;
+    return owner_.state().ask(false, [&] { return described() != nullptr; });
 }
 
 bool EntryParam::IsAvailable()
 {
-    const ParamArrayState::Entry entry(owner_.state());
-    return described() != nullptr &&
-           owner_.feature()->isEntryAvailable(static_cast<std::size_t>(position_));
+    return owner_.state().ask(false, [&] {
+        return described() != nullptr &&
+               owner_.feature()->isEntryAvailable(static_cast<std::size_t>(position_));
+    });
 }
 
 bool EntryParam::IsVisible(std::int64_t level)
 {
-    const ParamArrayState::Entry entry(owner_.state());
-    return described() != nullptr && described()->visibility <= level;
+    return owner_.state().ask(
+        false, [&] { return described() != nullptr && described()->visibility <= level; });
 }
 
 std::int64_t EntryParam::GetValue(ZelCamErr* err)
 {
-    const ParamArrayState::Entry entry(owner_.state());
-    const bool found = described() != nullptr;
-    const ZelCamErr reason =
-        owner_.reason() != ZelErr::kOk ? owner_.reason() : ZelErr::kParamUnknown;
-    report(err, found ? ZelErr::kOk : reason);
-    return found ? owner_.feature()->entryValue(static_cast<std::size_t>(position_)) : 0;
+    std::int64_t value = 0;
+    report(err, whenDescribed([&] {
+               value = owner_.feature()->entryValue(static_cast<std::size_t>(position_));
+           }));
+    return value;
 }
 
 const char* EntryParam::GetValueStr(ZelCamErr* err)
 {
-    const ParamArrayState::Entry entry(owner_.state());
-    const bool found = described() != nullptr;
-    const ZelCamErr reason =
-        owner_.reason() != ZelErr::kOk ? owner_.reason() : ZelErr::kParamUnknown;
-    report(err, found ? ZelErr::kOk : reason);
-    return found ? symbol_.c_str() : "";
+    const char* symbol = "";
+    report(err, whenDescribed([&] { symbol = symbol_.c_str(); }));
+    return symbol;
 }
 
 void EnumParam::bind(ParamArrayState::Slot* slot)
@@ -130,15 +133,16 @@ std::int32_t EnumParam::GetCount(ZelCamErr* err)
 
 ZelGenParam::EnumEntry* EnumParam::GetEnumEntryByIndex(std::int64_t index)
 {
-    const ParamArrayState::Entry entry(state());
-    Feature* const bound = feature();
-    if (bound == nullptr || index < 0)
+    return state().ask<ZelGenParam::EnumEntry*>(nullptr, [&]() -> ZelGenParam::EnumEntry* {
+        Feature* const bound = feature();
+        if (bound == nullptr || index < 0)
+            return nullptr;
+        for (std::size_t i = 0; i < bound->entryCount(); ++i) {
+            if (bound->isEntryImplemented(i) && index-- == 0)
+                return entries_[i].get();
+        }
         return nullptr;
-    for (std::size_t i = 0; i < bound->entryCount(); ++i) {
-        if (bound->isEntryImplemented(i) && index-- == 0)
-            return entries_[i].get();
-    }
-    return nullptr;
+    });
 }
 
 std::int64_t EnumParam::GetValue(ZelCamErr* err)

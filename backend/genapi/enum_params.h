@@ -48,6 +48,8 @@ private:
     };
 
     const Node* described() const;
+    /// Runs `body` inside an Entry while the entry is bound; else the reason.
+    template <class Body> ZelCamErr whenDescribed(Body&& body);
 
     EnumParam& owner_;
     const std::string symbol_;

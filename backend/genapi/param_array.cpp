@@ -20,16 +20,15 @@ template <class Class>
 Class* typedParam(ParamArrayState& state, const char* name, std::int32_t type, ZelCamErr* err)
 {
     Class* object = nullptr;
-    report(err, base::guarded([&] {
-               const Entry entry(state);
-               ZelCamErr result = ZelErr::kOk;
-               ParamArrayState::Slot* const slot = state.find(name, &result);
-               if (slot != nullptr && paramTypeOf(ParamArrayState::nodeOf(*slot).kind) != type)
-                   result = ZelErr::kParamType;
-               else if (slot != nullptr)
-                   object = static_cast<Class*>(&state.objectOf(*slot));
-               return result;
-           }));
+    report(err, state.call([&] {
+        ZelCamErr result = ZelErr::kOk;
+        ParamArrayState::Slot* const slot = state.find(name, &result);
+        if (slot != nullptr && paramTypeOf(ParamArrayState::nodeOf(*slot).kind) != type)
+            result = ZelErr::kParamType;
+        else if (slot != nullptr)
+            object = static_cast<Class*>(&state.objectOf(*slot));
+        return result;
+    }));
     return object;
 }
 
@@ -37,8 +36,7 @@ Class* typedParam(ParamArrayState& state, const char* name, std::int32_t type, Z
 template <class Operation>
 ZelCamErr withFeature(ParamArrayState& state, const char* name, Operation operation)
 {
-    return base::guarded([&] {
-        const Entry entry(state);
+    return state.call([&] {
         ZelCamErr result = ZelErr::kOk;
         ParamArrayState::Slot* const slot = state.find(name, &result);
         return slot != nullptr ? operation(ParamArrayState::featureOf(*slot)) : result;
@@ -84,14 +82,13 @@ void ParamArray::invalidate() { ChangeCount::advance(); }
 ZelGenParam::Param* ParamArray::GetParam(const char* name, ZelCamErr* err)
 {
     ZelGenParam::Param* param = nullptr;
-    report(err, base::guarded([&] {
-               const Entry entry(*state_);
-               ZelCamErr result = ZelErr::kOk;
-               ParamArrayState::Slot* const slot = state_->find(name, &result);
-               if (slot != nullptr)
-                   param = state_->objectOf(*slot).param();
-               return result;
-           }));
+    report(err, state_->call([&] {
+        ZelCamErr result = ZelErr::kOk;
+        ParamArrayState::Slot* const slot = state_->find(name, &result);
+        if (slot != nullptr)
+            param = state_->objectOf(*slot).param();
+        return result;
+    }));
     return param;
 }
 
@@ -127,38 +124,35 @@ ZelGenParam::String* ParamArray::GetString(const char* name, ZelCamErr* err)
 
 ZelGenParam::Category* ParamArray::GetRootCategory(ZelCamErr* err)
 {
-    const Entry entry(*state_);
-    CategoryParam* const root = state_->root();
-    const ZelCamErr none = state_->reason() != ZelErr::kOk ? state_->reason() : ZelErr::kParamTree;
-    report(err, root != nullptr ? ZelErr::kOk : none);
+    CategoryParam* root = nullptr;
+    report(err, state_->call([&] {
+        root = state_->root();
+        const ZelCamErr reason = state_->reason();
+        return root != nullptr || reason != ZelErr::kOk ? reason : ZelErr::kParamTree;
+    }));
     return root;
 }
 
 ZelGenParam::NodeMap* ParamArray::GetNodeMap(ZelCamErr* err)
 {
-    const Entry entry(*state_);
-    report(err, state_->reason());
-    return state_->reason() == ZelErr::kOk ? &nodeMap_ : nullptr;
+    const ZelCamErr reason = state_->call([&] { return state_->reason(); });
+    report(err, reason);
+    return reason == ZelErr::kOk ? &nodeMap_ : nullptr;
 }
 
 std::int32_t ParamArray::GetCount()
 {
-    const Entry entry(*state_);
-    return static_cast<std::int32_t>(state_->features().size());
+    return state_->ask(0, [&] { return static_cast<std::int32_t>(state_->features().size()); });
 }
 
 ZelGenParam::Param* ParamArray::GetParamByIndex(std::int64_t index, ZelCamErr* err)
 {
-    const Entry entry(*state_);
-    const auto& features = state_->features();
-    ZelCamErr result = state_->reason();
-    if (result == ZelErr::kOk &&
-        (index < 0 || static_cast<std::uint64_t>(index) >= features.size()))
-        result = ZelErr::kInvalidIndex;
-    report(err, result);
-    if (result != ZelErr::kOk)
-        return nullptr;
-    return state_->objectOf(*features[static_cast<std::size_t>(index)]).param();
+    ZelGenParam::Param* param = nullptr;
+    report(err, state_->call([&] {
+        return state_->reason() == ZelErr::kOk ? state_->paramAt(state_->features(), index, &param)
+                                               : state_->reason();
+    }));
+    return param;
 }
 
 ZelCamErr ParamArray::SetBooleanValue(const char* name, bool value)

@@ -74,11 +74,12 @@ void ParamArrayState::drop(ZelCamErr reason)
         object->unbind();
     root_ = nullptr;
     listed_.clear();
-    if (!maps_.empty())
+    // Alone in here, nothing is kept: a release has to work without memory, too.
+    if (depth_ > 1 && !maps_.empty())
         retired_.push_back({std::move(maps_), std::move(names_), std::move(flat_)});
-    maps_.clear();
-    names_.clear();
     flat_.clear();
+    names_.clear();
+    maps_.clear();
 }
 
 void ParamArrayState::addNames(FeatureMap& map)
@@ -186,12 +187,23 @@ ParamObject& ParamArrayState::objectOf(Slot& slot)
     std::string key(node.name);
     key += '\0';
     key += static_cast<char>('0' + type);
-    auto& owned = objects_[key];
-    if (owned == nullptr)
-        owned = makeParamObject(*this, std::string(node.name), type);
-    owned->bind(&slot);
-    slot.object = owned.get();
-    return *owned;
+    auto owned = objects_.find(key);
+    if (owned == objects_.end()) {
+        auto made = makeParamObject(*this, std::string(node.name), type);
+        owned = objects_.emplace(std::move(key), std::move(made)).first;
+    }
+    owned->second->bind(&slot);
+    slot.object = owned->second.get();
+    return *slot.object;
+}
+
+ZelCamErr ParamArrayState::paramAt(const std::vector<Slot*>& slots, std::int64_t index,
+                                   ZelGenParam::Param** param)
+{
+    if (index < 0 || static_cast<std::uint64_t>(index) >= slots.size())
+        return ZelErr::kInvalidIndex;
+    *param = objectOf(*slots[static_cast<std::size_t>(index)]).param();
+    return ZelErr::kOk;
 }
 
 const char* ParamArrayState::intern(std::string_view text)

@@ -1,10 +1,12 @@
 // What an array holds: its lock, the attached maps, the names, the tree, the parameter objects.
 #pragma once
 
+#include "base/operation_guard.h"
 #include "genapi/change_gate.h"
 #include "genapi/feature_map.h"
 #include "genapi/feature_source.h"
 #include "zel_err.h"
+#include "zel_gen_param_api.h"
 
 #include <cstdint>
 #include <memory>
@@ -55,6 +57,25 @@ public:
         ParamObject* object = nullptr; ///< Once handed out.
     };
 
+    /// What `body` gives inside an Entry and the guard of the boundary; `failed` when it cannot
+    /// run.
+    template <class Value, class Body> Value ask(Value failed, Body&& body)
+    {
+        return base::guardedValue(failed, [&] {
+            const Entry entry(*this);
+            return body();
+        });
+    }
+
+    /// As ask(), for a body that answers with a code.
+    template <class Body> ZelCamErr call(Body&& body)
+    {
+        return base::guarded([&] {
+            const Entry entry(*this);
+            return body();
+        });
+    }
+
     ParamArrayState();
     ~ParamArrayState();
     ParamArrayState(const ParamArrayState&) = delete;
@@ -71,6 +92,9 @@ public:
     static const Node& nodeOf(const Slot& slot);
     static Feature& featureOf(Slot& slot);
     ParamObject& objectOf(Slot& slot);
+    /// The object of a feature in a list; -40005 outside it.
+    ZelCamErr paramAt(const std::vector<Slot*>& slots, std::int64_t index,
+                      ZelGenParam::Param** param);
 
     /// Null without a tree.
     CategoryParam* root() { return root_; }

@@ -45,44 +45,37 @@ ZelCamErr ParamObject::reason() const
 
 const char* ParamObject::toolTip()
 {
-    const ParamArrayState::Entry entry(state_);
-    return toolTip_;
+    return state_.ask("", [&] { return toolTip_; });
 }
 
 const char* ParamObject::description()
 {
-    const ParamArrayState::Entry entry(state_);
-    return description_;
+    return state_.ask("", [&] { return description_; });
 }
 
 const char* ParamObject::displayName()
 {
-    const ParamArrayState::Entry entry(state_);
-    return displayName_;
+    return state_.ask(name_.c_str(), [&] { return displayName_; });
 }
 
 std::int32_t ParamObject::visibility()
 {
-    const ParamArrayState::Entry entry(state_);
-    return node() != nullptr ? node()->visibility : 0;
+    return state_.ask(0, [&] { return node() != nullptr ? node()->visibility : 0; });
 }
 
 bool ParamObject::isFeature()
 {
-    const ParamArrayState::Entry entry(state_);
-    return node() != nullptr && node()->isFeature;
+    return state_.ask(false, [&] { return node() != nullptr && node()->isFeature; });
 }
 
 bool ParamObject::isVisible(std::int64_t level)
 {
-    const ParamArrayState::Entry entry(state_);
-    return node() != nullptr && node()->visibility <= level;
+    return state_.ask(false, [&] { return node() != nullptr && node()->visibility <= level; });
 }
 
 bool ParamObject::isStreamable()
 {
-    const ParamArrayState::Entry entry(state_);
-    return node() != nullptr && node()->isStreamable;
+    return state_.ask(false, [&] { return node() != nullptr && node()->isStreamable; });
 }
 
 std::unique_ptr<ParamObject> makeParamObject(ParamArrayState& state, const std::string& name,

@@ -89,12 +89,13 @@ std::int32_t StringParam::GetMaxLength(ZelCamErr* err)
 
 const char* StringParam::GetValue(ZelCamErr* err)
 {
-    std::string text;
-    const ZelCamErr result = call([&text](Feature& feature) { return feature.readString(&text); });
-    report(err, result);
-    if (result != ZelErr::kOk)
-        return "";
-    return keepValueText(&state(), this, base::toValidUtf8(text));
+    return read<const char*>(err, "", [this](Feature& feature, const char** value) {
+        std::string text;
+        const ZelCamErr result = feature.readString(&text);
+        if (result == ZelErr::kOk)
+            *value = keepValueText(&state(), this, base::toValidUtf8(text));
+        return result;
+    });
 }
 
 ZelCamErr StringParam::SetValue(const char* value)
@@ -123,23 +124,16 @@ void CategoryParam::unbind()
 
 std::int32_t CategoryParam::GetCount()
 {
-    const ParamArrayState::Entry entry(state());
-    return static_cast<std::int32_t>(children_.size());
+    return state().ask(0, [&] { return static_cast<std::int32_t>(children_.size()); });
 }
 
 ZelGenParam::Param* CategoryParam::GetParamByIndex(std::int64_t index, ZelCamErr* err)
 {
-    const ParamArrayState::Entry entry(state());
-    if (reason() != ZelErr::kOk) {
-        report(err, reason());
-        return nullptr;
-    }
-    if (index < 0 || static_cast<std::uint64_t>(index) >= children_.size()) {
-        report(err, ZelErr::kInvalidIndex);
-        return nullptr;
-    }
-    report(err, ZelErr::kOk);
-    return state().objectOf(*children_[static_cast<std::size_t>(index)]).param();
+    ZelGenParam::Param* param = nullptr;
+    report(err, state().call([&] {
+        return reason() == ZelErr::kOk ? state().paramAt(children_, index, &param) : reason();
+    }));
+    return param;
 }
 
 } // namespace genapi

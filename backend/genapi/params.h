@@ -1,7 +1,6 @@
 // The parameter objects that users hold: scalars, commands, categories.
 #pragma once
 
-#include "base/operation_guard.h"
 #include "genapi/param_object.h"
 #include "zel_gen_param_api.h"
 
@@ -51,8 +50,7 @@ protected:
     /// Calls `question` with the feature under the lock; false without one.
     template <class Question> bool ask(Question question)
     {
-        return base::guardedValue(false, [&] {
-            const ParamArrayState::Entry entry(state());
+        return state().ask(false, [&] {
             Feature* const bound = feature();
             return bound != nullptr && question(*bound);
         });
@@ -61,8 +59,7 @@ protected:
     /// Calls `operation` with the feature under the lock; the reason without one.
     template <class Operation> ZelCamErr call(Operation operation)
     {
-        return base::guarded([&] {
-            const ParamArrayState::Entry entry(state());
+        return state().call([&] {
             Feature* const bound = feature();
             return bound != nullptr ? operation(*bound) : reason();
         });

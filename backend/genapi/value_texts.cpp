@@ -1,6 +1,8 @@
 #include "genapi/value_texts.h"
 
+#include <cstddef>
 #include <mutex>
+#include <new>
 #include <unordered_map>
 #include <unordered_set>
 #include <utility>
@@ -13,7 +15,8 @@ namespace
 
 class ThreadTexts;
 
-/// The threads that hold texts. Never destroyed: threads may outlive static objects.
+/// The threads that hold texts. Never destroyed: threads may outlive static objects. Needs no
+/// memory, so that arrays can be destroyed when there is none.
 struct Registry {
     std::mutex mutex;
     std::unordered_set<ThreadTexts*> threads;
@@ -21,7 +24,8 @@ struct Registry {
 
 Registry& registry()
 {
-    static auto* const instance = new Registry;
+    alignas(Registry) static std::byte memory[sizeof(Registry)];
+    static auto* const instance = new (memory) Registry;
     return *instance;
 }
 

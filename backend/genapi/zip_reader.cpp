@@ -4,6 +4,7 @@
 #include <zlib.h>
 
 #include <cstdint>
+#include <new>
 #include <string_view>
 
 namespace genapi
@@ -89,7 +90,7 @@ bool inflateMember(std::string_view packed, std::string* text)
 {
     z_stream stream = {};
     if (inflateInit2(&stream, -MAX_WBITS) != Z_OK)
-        return false;
+        throw std::bad_alloc();
     // zlib does not write through next_in; its type predates const.
     stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(packed.data()));
     stream.avail_in = static_cast<uInt>(packed.size());
@@ -98,6 +99,8 @@ bool inflateMember(std::string_view packed, std::string* text)
     const int result = inflate(&stream, Z_FINISH);
     const bool complete = result == Z_STREAM_END && stream.avail_out == 0;
     inflateEnd(&stream);
+    if (result == Z_MEM_ERROR)
+        throw std::bad_alloc();
     return complete;
 }
 

@@ -16,7 +16,7 @@ constexpr std::size_t kMaxDocumentSize = std::size_t{16} << 20;
 bool isZip(const std::string& document);
 
 /// The first .xml member (else the first member), stored or deflated. -40201 for a broken archive,
-/// other methods, encryption, or more than kMaxDocumentSize bytes.
+/// other methods, encryption, or more than kMaxDocumentSize bytes. Throws std::bad_alloc.
 ZelCamErr unzip(const std::string& archive, std::string* member);
 
 } // namespace genapi

@@ -2,6 +2,7 @@
 
 import os
 import time
+import traceback
 
 import pytest
 
@@ -105,11 +106,23 @@ def test_a_lost_camera_answers_one_code_to_everything(device, camera, stream, lo
 
 def test_what_was_made_before_a_fork_is_the_parents(device, camera, running, tmp_path, messages):
     before = camera.GetIntegerValue("Width")
+    arrays = [camera, device.GetTransportParameters(), device.GetInfo().GetInterface().GetParameters()]
+    width, param, root = camera.GetInt("Width"), camera.GetParam("Width"), camera.GetRootCategory()
+    entry = camera.GetEnum("PixelFormat").GetEnumEntryByIndex(0)
     buffer = running.GetBuffer(2000)
     child = os.fork()
     if child == 0:  # every way out of here is os._exit()
         try:
-            ok = (not running.StopAcquisition(0) and not running.QueueBuffer(buffer)
+            answers = [(array.GetIntegerValue("Width"), array.GetLastError(), array.SetIntegerValue(
+                "Width", 64), array.GetLastError(), array.ExecuteCommand("TriggerSoftware"),
+                array.GetLastError(), array.GetParam("Width"), array.GetCount(),
+                array.GetRootCategory(), array.GetParamByIndex(0)) for array in arrays]
+            ok = (answers == [((False, None), -40051, False, -40051, False, -40051, None, 0, None, None)]
+                  * len(arrays)
+                  and width.GetValue() == (False, None) and not width.SetValue(64)
+                  and not param.IsWritable() and param.GetToolTip() == "" and root.GetCount() == 0
+                  and entry.GetValue() == (False, None)
+                  and not running.StopAcquisition(0) and not running.QueueBuffer(buffer)
                   and running.GetBuffer(100) is None and running.GetLastError() == -40051
                   and buffer.GetFrameID() == 0 and buffer.IsIncomplete()
                   and device.ReadMem(0, 4)[0] == -40051
@@ -118,6 +131,8 @@ def test_what_was_made_before_a_fork_is_the_parents(device, camera, running, tmp
             running.Release()
             device.Release()
             os._exit(0 if ok else 1)
+        except BaseException:
+            traceback.print_exc()
         finally:
             os._exit(2)
     assert os.waitpid(child, 0)[1] == 0
