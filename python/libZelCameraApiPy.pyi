@@ -94,7 +94,7 @@ class PyDeviceInfo:
     def GetUserDefinedName(self) -> str:
         """The name that the user gave (DeviceUserID)."""
     def GetAccessStatus(self) -> int:
-        """Asked afresh: 1 free, 2 read only, 3 no access, 4 busy, 5 open here, 6 open here for
+        """Asked afresh: 1 free, 3 no access, 4 busy, 5 open here, 6 open here for
         reading; 0 unknown."""
     def GetIPAddress(self) -> Optional[str]:
         """Present IPv4 address as dotted text; empty or None for devices without."""

@@ -3,10 +3,26 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <sstream>
 #include <string>
+#include <vector>
 
 namespace base
 {
+
+/// The names in ZELCAM_VISION when it is a list; "off" is one without a match.
+inline std::vector<std::string> namedCameraPlaces()
+{
+    std::vector<std::string> names;
+    const char* const setting = std::getenv("ZELCAM_VISION");
+    std::istringstream list(setting != nullptr ? setting : "");
+    for (std::string name; std::getline(list, name, ',');) {
+        if (!name.empty() && name != "on" && name != "off") {
+            names.push_back(name);
+        }
+    }
+    return names;
+}
 
 /// What ZELCAM_VISION says of a network adapter's name, or of "usb": everything is allowed when it
 /// is unset, empty or "on", else the names in the list ("off" is a list without a match).

@@ -31,7 +31,7 @@ struct Name {
 
 constexpr Name kNames[] = {
     {LogChannel::Backend, "backend"}, {LogChannel::GenTL, "gentl"}, {LogChannel::GenApi, "genapi"},
-    {LogChannel::Vision, "vision"},   {LogChannel::Gige, "gige"},   {LogChannel::Usb3, "usb3"},
+    {LogChannel::Gige, "gige"},       {LogChannel::Usb3, "usb3"},
 };
 
 // Constant until used and never destroyed: lines may tell that memory has run out, and threads may

@@ -15,7 +15,6 @@ enum class LogChannel : std::uint32_t {
     Backend = 1,
     GenTL = 2,
     GenApi = 4,
-    Vision = 8,
     Gige = 16,
     Usb3 = 32,
 };

@@ -2,6 +2,7 @@
 #include "core/system_impl.h"
 
 #include "base/fork_guard.h"
+#include "base/log.h"
 #include "base/operation_guard.h"
 #include "core/lists.h"
 
@@ -172,10 +173,13 @@ ZelCamErr SystemImpl::openFromConfiguration(const char* fileName, ZelCam::Device
         return code;
     }
     if (identity.model.empty()) {
-        return ZelErr::kWrongConfiguration; // The file names no device.
+        base::log(base::LogChannel::Backend, "%s: names no camera", fileName);
+        return ZelErr::kWrongConfiguration;
     }
     DeviceInfoImpl* const info = match(identity);
     if (info == nullptr) {
+        base::log(base::LogChannel::Backend, "%s: there is no %s %s", fileName,
+                  identity.model.c_str(), identity.serialNumber.c_str());
         return ZelErr::kNoDevice;
     }
     code = info->device().open();

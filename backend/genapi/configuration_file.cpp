@@ -22,12 +22,16 @@ using Slot = ParamArrayState::Slot;
 
 constexpr std::size_t kMaxFileSize = std::size_t{16} << 20;
 
+const char* nameOf(const char* file) { return file != nullptr ? file : "(null)"; }
+
 ZelCamErr readConfiguration(const char* file, ConfigurationText* configuration)
 {
     std::string text;
     const ZelCamErr result = readWholeFile(file, kMaxFileSize, &text);
-    if (result != ZelErr::kOk)
+    if (result != ZelErr::kOk) {
+        base::log(base::LogChannel::GenApi, "%s: cannot be read: %d", nameOf(file), result);
         return result;
+    }
     std::size_t place = 0;
     if (parseConfiguration(text, configuration, &place))
         return ZelErr::kOk;
@@ -149,7 +153,10 @@ ZelCamErr saveConfiguration(ParamArray& array, const DeviceIdentity& identity, c
             configuration.lines.push_back(std::move(line));
         }
     }
-    return replaceFile(file, formatConfiguration(configuration));
+    const ZelCamErr result = replaceFile(file, formatConfiguration(configuration));
+    if (result != ZelErr::kOk)
+        base::log(base::LogChannel::GenApi, "%s: cannot be written: %d", file, result);
+    return result;
 }
 
 ZelCamErr loadConfiguration(ParamArray& array, const char* file)

@@ -116,7 +116,9 @@ std::int32_t GentlInterface::accessStatus(const std::string& id)
                                                           std::int32_t{kDeviceInfoAccessStatus},
                                                           type, data, size);
     });
-    return static_cast<std::int32_t>(status.value_or(kStatusUnknown));
+    // Devices are opened to write as well: one that could only be read is taken.
+    return status == kStatusReadOnly ? std::int32_t{kStatusBusy}
+                                     : static_cast<std::int32_t>(status.value_or(kStatusUnknown));
 }
 
 ZelCamErr GentlInterface::ipSettings(const std::string& id, core::IpSettings* settings)
@@ -141,7 +143,7 @@ ZelCamErr GentlInterface::forceIp(const std::string& id, const core::IpSettings&
     if (status == kStatusOpenReadWrite || status == kStatusOpenReadOnly) {
         return err::kResourceInUse;
     }
-    if (status == kStatusBusy || status == kStatusNoAccess || status == kStatusReadOnly) {
+    if (status == kStatusBusy || status == kStatusNoAccess) {
         return err::kAccessDenied;
     }
     code = ip_->force(id, settings);

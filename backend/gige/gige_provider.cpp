@@ -8,6 +8,10 @@ namespace gige
 std::vector<core::TransportInterface*> GigeProvider::updateInterfaces()
 {
     const std::lock_guard<std::mutex> lock(mutex_);
+    if (!unknownReported_) {
+        unknownReported_ = true;
+        reportUnknownAdapters();
+    }
     std::vector<core::TransportInterface*> interfaces;
     std::set<std::string> listed;
     for (const NetworkAdapter& adapter : networkAdapters()) {

@@ -13,7 +13,8 @@ namespace gige
 {
 
 /// One interface for each network adapter, as far as ZELCAM_VISION allows. An adapter that comes
-/// back under its name is the same interface. Thread safe.
+/// back under its name is the same interface. Names that no adapter has when it first looks are
+/// reported once. Thread safe.
 class GigeProvider final : public core::TransportProvider
 {
 public:
@@ -21,6 +22,7 @@ public:
 
 private:
     std::mutex mutex_;
+    bool unknownReported_ = false;
     std::map<std::string, std::unique_ptr<GigeInterface>> adapters_; ///< By name, never erased.
 };
 

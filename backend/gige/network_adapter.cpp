@@ -1,6 +1,7 @@
 #include "gige/network_adapter.h"
 
 #include "base/camera_places.h"
+#include "base/log.h"
 #include "base/unique_fd.h"
 
 #include <arpa/inet.h>
@@ -137,6 +138,16 @@ std::vector<NetworkAdapter> networkAdapters()
         adapters.begin(), adapters.end(),
         [](const NetworkAdapter& a, const NetworkAdapter& b) { return a.loopback < b.loopback; });
     return adapters;
+}
+
+void reportUnknownAdapters()
+{
+    for (const std::string& name : base::namedCameraPlaces()) {
+        if (name != "usb" && ::if_nametoindex(name.c_str()) == 0) {
+            base::warn(base::LogChannel::Gige, "ZELCAM_VISION: there is no network adapter \"%s\"",
+                       name.c_str());
+        }
+    }
 }
 
 int adapterTowards(std::uint32_t address)

@@ -28,6 +28,9 @@ struct NetworkAdapter {
 /// address, physical ones first; one entry for each address.
 std::vector<NetworkAdapter> networkAdapters();
 
+/// Writes a line for each name in ZELCAM_VISION that no adapter of this machine has now.
+void reportUnknownAdapters();
+
 /// Number of the adapter that the routing table names for packets to `address`; 0: it names none,
 /// or only the default route.
 int adapterTowards(std::uint32_t address);

@@ -19,7 +19,7 @@ from .movie import Movie
 log = logging.getLogger("zelcam")
 
 _INTERFACES = {1: "USB3 Vision", 2: "GigE Vision", 3: "Camera Link", 4: "CoaXPress", 5: "HD-SDI"}
-_ACCESS = {1: "free", 2: "read only", 3: "no access", 4: "busy", 5: "open", 6: "open, read only"}
+_ACCESS = {1: "free", 3: "no access", 4: "busy", 5: "open", 6: "open, read only"}
 _FOREVER = -1
 
 
@@ -44,7 +44,7 @@ class CameraInfo:
 
     @property
     def access(self) -> str:
-        """free, busy, open, read only, no access or unknown; asked afresh."""
+        """free, busy, open, no access or unknown; asked afresh."""
         return _ACCESS.get(self._info.GetAccessStatus(), "unknown")
 
     def force_ip(self, address: str, mask: str, gateway: str = "0.0.0.0") -> None:

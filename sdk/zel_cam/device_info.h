@@ -27,8 +27,9 @@ public:
     virtual const char* GetUserDefinedName() = 0;
     virtual const char* GetSerialNumber() = 0;
     virtual const char* GetVersion() = 0;
-    /// Slot 8. Access status, the numbers of GenTL: 0 unknown, 1 read-write, 2 read only, 3 no
-    /// access, 4 busy, 5 opened by this process, 6 opened read-only by this process.
+    /// Slot 8. Access status, the numbers of GenTL: 0 unknown, 1 can be opened, 3 no access, 4 busy
+    /// (another host has it, even if that one would let others read), 5 opened by this process, 6
+    /// opened read-only by this process.
     virtual std::int32_t GetAccessStatus() = 0;
     virtual void reserved9() {}
     /// Slots 10 to 12: IPv4 settings as dotted text; empty for a device without them.

@@ -163,28 +163,34 @@ inline constexpr Format kFormats[kFormatCount] = {
 };
 // clang-format on
 
+/// Whether a pixel type has a row.
+constexpr bool isListed(ZelPixelType code)
+{
+    const std::uint32_t number = row(code);
+    return number >= 1 && number <= kFormatCount && kFormats[number - 1].code == code;
+}
+
 /// The row of a pixel type, or null for a code that is not in the table.
 constexpr const Format* findFormat(ZelPixelType code)
 {
-    const std::uint32_t number = row(code);
-    const bool inTable = number >= 1 && number <= kFormatCount;
-    return inTable && kFormats[number - 1].code == code ? &kFormats[number - 1] : nullptr;
+    return isListed(code) ? &kFormats[row(code) - 1] : nullptr;
 }
 
 /// The unpacked format that holds the values of a "Packed" or "p" format of Mono or Bayer: same
 /// mosaic, same depth. 0 for every other type.
 constexpr ZelPixelType unpackedOf(ZelPixelType code)
 {
-    const Format* const format = findFormat(code);
+    // No pointer is compared: with sanitizers the compiler does not know those at compile time.
     const bool isPacked = packing(code) == kPackingPacked || packing(code) == kPackingP;
     const bool hasSamples = family(code) == kFamilyMono || family(code) == kFamilyBayer;
-    if (format == nullptr || !isPacked || !hasSamples) {
+    if (!isListed(code) || !isPacked || !hasSamples) {
         return 0;
     }
+    const Format& format = kFormats[row(code) - 1];
     for (const Format& other : kFormats) {
         if (family(other.code) == family(code) && packing(other.code) == kPackingNone &&
-            other.bits == format->bits &&
-            std::string_view(other.layout) == std::string_view(format->layout)) {
+            other.bits == format.bits &&
+            std::string_view(other.layout) == std::string_view(format.layout)) {
             return other.code;
         }
     }

@@ -207,8 +207,6 @@ const char* interfaceTypeName(std::int32_t type)
 std::string accessProblem(const FoundCamera& camera)
 {
     switch (camera.info->GetAccessStatus()) {
-    case 2:
-        return "another program controls it; it can only be watched";
     case 3:
         return camera.interface->GetType() == ZelCam::kGigEVision
                    ? "not reachable: its address may be outside this host's networks (zelcam "

@@ -89,6 +89,7 @@ void InterfaceModule::addFeatures()
     if (plugs_->tlType == "GEV") {
         addNetworkFeatures();
         addForceIp();
+        addActions();
     }
 }
 
@@ -221,6 +222,30 @@ std::int32_t InterfaceModule::forceIp(std::size_t index)
         events().post(gentl::kEventFeatureInvalidate, featureMessage(name));
     }
     return gentl::err::kSuccess;
+}
+
+void InterfaceModule::addActions()
+{
+    FeatureTable& features = table();
+    const auto word = [&features](const char* name, const char* toolTip) -> Feature& {
+        return features.integer(name, toolTip).range(std::int64_t{0}, std::int64_t{0xffffffff});
+    };
+    features.category("ActionControl", "A command to all cameras of the network at once.");
+    word("ActionDeviceKey", "Key that cameras compare with their own.").value(0);
+    word("ActionGroupKey", "Key of the group of cameras.").value(0);
+    word("ActionGroupMask", "Bits of the groups that are to act.").value(std::int64_t{0xffffffff});
+    features.command("ActionCommand", "Sends the command.").onExecute([this](std::size_t) {
+        const auto wanted = [this](const char* name) {
+            return static_cast<std::uint32_t>(table().find(name)->integer());
+        };
+        for (const auto& camera : plugs_->cameras) {
+            if (camera->isPresent()) {
+                camera->model().actionCommand(wanted("ActionDeviceKey"), wanted("ActionGroupKey"),
+                                              wanted("ActionGroupMask"));
+            }
+        }
+        return std::int32_t{gentl::err::kSuccess};
+    });
 }
 
 PortFacts InterfaceModule::facts()

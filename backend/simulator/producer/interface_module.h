@@ -65,6 +65,7 @@ private:
     void addDeviceFeatures();
     void addNetworkFeatures();
     void addForceIp();
+    void addActions();
     std::int32_t forceIp(std::size_t index);
     void closeChildren() override;
 

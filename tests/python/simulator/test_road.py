@@ -47,6 +47,21 @@ def test_network_settings(interfaces, infos):
             assert info.ForceIP(*texts)
 
 
+@pytest.mark.parametrize("held", ["Control", "Exclusive"])
+def test_the_access_status_is_what_opening_meets(zel, interfaces, held):
+    interface = interfaces[2]
+    parameters, info = interface.GetParameters(), interface.GetFirstDeviceInfo()
+    assert parameters.SetEnumValueStr("SimulatorOtherHost", held)
+    try:
+        assert info.GetAccessStatus() == 4
+        assert not zel.PyZelCreateDevice(info).IsValid() and zel.GetLastError() == -1005
+    finally:
+        assert parameters.SetEnumValueStr("SimulatorOtherHost", "None")
+    device = zel.PyZelCreateDevice(info)
+    assert device.IsValid() and info.GetAccessStatus() == 5
+    device.Release()
+
+
 def test_readme_shows_the_example_and_it_runs(run_program, tmp_path):
     readme = (ROOT / "README.md").read_text()
     shown = re.search(r"```python\n(.*?)```", readme, re.S).group(1)
@@ -72,6 +87,7 @@ def test_readme_shows_the_example_and_it_runs(run_program, tmp_path):
     ("newest_frame.py", ["--frames", "4"], []),
     ("live_display.py", ["--frames", "5", "--no-window", "--serial", "10000002"], []),
     ("numpy_view.py", [], ["frame_cv2.png"]),
+    ("action_command.py", ["--frames", "2"], []),
     ("force_ip.py", ["--serial", "10000001", "192.168.7.5"], []),
 ])
 def test_examples_run(name, arguments, made, tmp_path):
