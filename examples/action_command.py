@@ -12,7 +12,7 @@ import libZelCameraApiPy as zel
 from cameras import camera_of, close_camera, parser_of, stream_of
 
 DEVICE_KEY, GROUP_KEY, GROUP_MASK = 0x5A454C, 1, 0x1
-Opened = Tuple[zel.PyDevice, zel.PyDataStream]
+Opened = Tuple["zel.PyDevice", "zel.PyDataStream"]
 
 
 def prepare(device: zel.PyDevice) -> bool:
