@@ -34,9 +34,8 @@ std::vector<genapi::ChunkBytes> copyChunks(const FrameInfo& frame, const void* m
 
 } // namespace
 
-BufferImpl* BufferPool::create(std::size_t size, std::uint64_t alignment, bool ofQueue)
+BufferImpl* BufferPool::create(BufferMemory memory, bool ofQueue)
 {
-    BufferMemory memory(size, alignment);
     if (memory.data() == nullptr) {
         return nullptr;
     }

@@ -51,8 +51,8 @@ class BufferPool
 public:
     using State = BufferImpl::State;
 
-    /// A new idle buffer with memory; null when there is no memory.
-    BufferImpl* create(std::size_t size, std::uint64_t alignment, bool ofQueue);
+    /// A new idle buffer over `memory`; null when that is empty.
+    BufferImpl* create(BufferMemory memory, bool ofQueue);
     /// Takes the memory away and forgets the buffer. `stillInUse`: the transport did not let go of
     /// the memory, which is then kept until freeKept().
     void release(BufferImpl* buffer, bool stillInUse);

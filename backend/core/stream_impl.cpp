@@ -387,8 +387,13 @@ std::uint64_t StreamImpl::payloadSize(TransportStream& transport)
 BufferImpl* StreamImpl::announce(TransportStream& transport, std::uint64_t size, bool ofQueue,
                                  ZelCamErr* code)
 {
-    BufferImpl* const buffer =
-        fitsMemory(1, size) ? pool_.create(size, transport.alignment(), ofQueue) : nullptr;
+    BufferImpl* buffer = nullptr;
+    if (fitsMemory(1, size)) {
+        std::shared_ptr<void> theirs = transport.allocate(size);
+        buffer = pool_.create(theirs != nullptr ? BufferMemory(std::move(theirs), size)
+                                                : BufferMemory(size, transport.alignment()),
+                              ofQueue);
+    }
     if (buffer == nullptr) {
         *code = ZelErr::kGenTLOutOfMemory;
         return nullptr;

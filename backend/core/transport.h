@@ -102,6 +102,10 @@ public:
     virtual std::uint64_t payloadSize() = 0;
     virtual std::uint64_t minBuffers() = 0;
     virtual std::uint64_t alignment() = 0;
+    /// Memory for one buffer that suits this transport better than any other: zeros, aligned as
+    /// alignment() says. Null where there is none (any more): core takes its own. Given back before
+    /// the device is closed, from any thread.
+    virtual std::shared_ptr<void> allocate(std::size_t /*size*/) { return nullptr; }
     /// Announces memory that core owns and keeps until revoke() returned.
     virtual ZelCamErr announce(BufferToken token, void* memory, std::size_t size) = 0;
     /// Only for buffers that are not queued. The token is forgotten whatever the code; on failure

@@ -1,6 +1,7 @@
 #include "usb3/usb3_stream.h"
 
 #include "base/log.h"
+#include "usb3/device_memory.h"
 
 #include <libusb.h>
 
@@ -15,6 +16,12 @@ using features::FeatureValue;
 constexpr std::int64_t kTransferSize = 1 << 20;
 // Of the 16 MB that Linux has for all cameras unless it is told otherwise.
 constexpr std::int64_t kBytesInFlight = 8 << 20;
+// Elsewhere what a device writes by itself may be slow to read for the processor.
+#if defined(__x86_64__)
+constexpr std::int64_t kUsesDeviceMemory = 1;
+#else
+constexpr std::int64_t kUsesDeviceMemory = 0;
+#endif
 // A stop has 20 ms; an answer that comes later is dropped.
 constexpr std::chrono::milliseconds kStopPatience{10};
 constexpr std::chrono::milliseconds kPatience{500};
@@ -29,7 +36,7 @@ Usb3Stream::Usb3Stream(libusb_device_handle* handle, CameraRegisters& registers,
           handle, interface.in, sink,
           FrameReceiver::Hooks{device_.lost, [this] { restartCamera(); }, device_.wake})),
       transferSize_(kTransferSize), bytesInFlight_(kBytesInFlight),
-      features_("Usb3Stream", "Data stream")
+      usesDeviceMemory_(kUsesDeviceMemory), features_("Usb3Stream", "Data stream")
 {
     declareFeatures();
 }
@@ -70,6 +77,13 @@ void Usb3Stream::declareFeatures()
         .range(std::int64_t{65536}, std::int64_t{1} << 30)
         .value(kBytesInFlight)
         .onWrite(option(&bytesInFlight_));
+    table
+        .boolean("StreamDeviceMemory",
+                 "Buffers of the next queue lie in memory that the bus writes by itself, as far as "
+                 "the kernel has it.")
+        .expert()
+        .value(kUsesDeviceMemory)
+        .onWrite(option(&usesDeviceMemory_));
     declareCounters();
     table.finish();
 }
@@ -105,6 +119,11 @@ std::uint64_t Usb3Stream::payloadSize()
     }
     wire::StreamNeeds needs;
     return registers_.readNeeds(&needs) == ZelErr::kOk ? needs.payload : 0;
+}
+
+std::shared_ptr<void> Usb3Stream::allocate(std::size_t size)
+{
+    return usesDeviceMemory_ != 0 ? allocateDeviceMemory(handle_, size) : nullptr;
 }
 
 ZelCamErr Usb3Stream::announce(core::BufferToken token, void* memory, std::size_t size)

@@ -35,6 +35,7 @@ public:
     std::uint64_t payloadSize() override;
     std::uint64_t minBuffers() override { return 2; }
     std::uint64_t alignment() override { return 4096; }
+    std::shared_ptr<void> allocate(std::size_t size) override;
     ZelCamErr announce(core::BufferToken token, void* memory, std::size_t size) override;
     ZelCamErr revoke(core::BufferToken token) override { return receiver_->revoke(token); }
     ZelCamErr queue(core::BufferToken token) override { return receiver_->queue(token); }
@@ -63,6 +64,7 @@ private:
     std::uint64_t plannedPayload_ = 0; ///< Of the running stream.
     std::atomic<std::int64_t> transferSize_;
     std::atomic<std::int64_t> bytesInFlight_;
+    std::atomic<std::int64_t> usesDeviceMemory_;
     features::TableSource features_;
 };
 

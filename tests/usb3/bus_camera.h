@@ -45,7 +45,7 @@ public:
     /// the next n frames. denied, taken: opening and claiming. alignment: bits. zip: the
     /// description packed. unplug: now, back after n ms (negative: never). unplug-at: with the
     /// frame of this number. event: a test event. fast: frames without pause, each the copy of the
-    /// first.
+    /// first. device-memory-refused: the kernel has none.
     void set(const std::string& name, long value);
     long get(const std::string& name);
     const std::string& guid() const { return guid_; }

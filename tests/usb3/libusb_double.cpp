@@ -61,6 +61,9 @@ struct World {
     std::set<libusb_context*> contexts;
     std::atomic<std::size_t> inFlight{0};
     std::atomic<std::size_t> limit{16U << 20U};
+    std::map<unsigned char*, std::pair<std::size_t, libusb_device_handle*>> deviceMemory;
+    std::atomic<std::size_t> deviceMemoryBytes{0};
+    std::atomic<long> directTransfers{0}; ///< Into device memory.
 };
 
 World* world = nullptr; // never destroyed
@@ -73,6 +76,25 @@ void complete(libusb_transfer* transfer, libusb_transfer_status status, std::siz
     const std::lock_guard lock(context->mutex);
     context->done.push_back({transfer, status, size});
     context->changed.notify_all();
+}
+
+/// Whether a transfer goes into device memory of its handle; aborts where it goes over the end.
+bool isDirect(const libusb_transfer& transfer)
+{
+    const std::lock_guard lock(world->mutex);
+    auto next = world->deviceMemory.upper_bound(transfer.buffer);
+    if (next == world->deviceMemory.begin()) {
+        return false;
+    }
+    const auto& [start, region] = *--next;
+    const auto offset = static_cast<std::size_t>(transfer.buffer - start);
+    if (offset >= region.first || region.second != transfer.dev_handle) {
+        return false;
+    }
+    if (static_cast<std::size_t>(transfer.length) > region.first - offset) {
+        std::abort();
+    }
+    return true;
 }
 
 /// The context's lock is held.
@@ -188,6 +210,12 @@ long zel_usb3_get(int camera, const char* name)
     makeWorld();
     if (std::strcmp(name, "in-flight") == 0) {
         return static_cast<long>(world->inFlight);
+    }
+    if (std::strcmp(name, "device-memory") == 0) {
+        return static_cast<long>(world->deviceMemoryBytes);
+    }
+    if (std::strcmp(name, "direct") == 0) {
+        return world->directTransfers;
     }
     BusCamera* const chosen = world->cameras.at(static_cast<std::size_t>(camera));
     return std::strcmp(name, "nanoseconds") == 0 ? static_cast<long>(chosen->busNanoseconds())
@@ -317,6 +345,14 @@ int libusb_open(libusb_device* device, libusb_device_handle** handle)
 
 void libusb_close(libusb_device_handle* handle)
 {
+    {
+        const std::lock_guard lock(world->mutex);
+        for (const auto& entry : world->deviceMemory) {
+            if (entry.second.second == handle) {
+                std::abort(); // it could not be freed any more
+            }
+        }
+    }
     BusCamera* const camera = handle->device->camera;
     const bool wasOwner = handle->claimed.count(0) != 0;
     for (const int interface : handle->claimed) {
@@ -400,6 +436,34 @@ int libusb_bulk_transfer(libusb_device_handle* handle, unsigned char endpoint, u
                : LIBUSB_ERROR_NOT_FOUND;
 }
 
+/// "device-memory-refused": a kernel that has none.
+unsigned char* libusb_dev_mem_alloc(libusb_device_handle* handle, std::size_t length)
+{
+    if (handle->device->camera->get("device-memory-refused") > 0 ||
+        world->inFlight + world->deviceMemoryBytes + length > world->limit) {
+        return nullptr;
+    }
+    void* const memory = std::aligned_alloc(4096, (length + 4095) / 4096 * 4096);
+    std::memset(memory, 0, length);
+    const std::lock_guard lock(world->mutex);
+    world->deviceMemory[static_cast<unsigned char*>(memory)] = {length, handle};
+    world->deviceMemoryBytes += length;
+    return static_cast<unsigned char*>(memory);
+}
+
+int libusb_dev_mem_free(libusb_device_handle* handle, unsigned char* buffer, std::size_t length)
+{
+    const std::lock_guard lock(world->mutex);
+    const auto found = world->deviceMemory.find(buffer);
+    if (found == world->deviceMemory.end() || found->second != std::make_pair(length, handle)) {
+        std::abort();
+    }
+    world->deviceMemory.erase(found);
+    world->deviceMemoryBytes -= length;
+    std::free(buffer);
+    return 0;
+}
+
 libusb_transfer* libusb_alloc_transfer(int)
 {
     void* const memory = std::calloc(1, sizeof(Hidden) + sizeof(libusb_transfer));
@@ -419,13 +483,15 @@ void libusb_free_transfer(libusb_transfer* transfer)
 int libusb_submit_transfer(libusb_transfer* transfer)
 {
     Hidden* const hidden = hiddenOf(transfer);
-    const auto size = static_cast<std::size_t>(transfer->length);
-    if (world->inFlight + size > world->limit) {
+    const bool direct = isDirect(*transfer);
+    const auto size = direct ? 0 : static_cast<std::size_t>(transfer->length);
+    if (world->inFlight + world->deviceMemoryBytes + size > world->limit) {
         return LIBUSB_ERROR_NO_MEM;
     }
     if (hidden->busy.exchange(true)) {
         return LIBUSB_ERROR_BUSY;
     }
+    world->directTransfers += direct ? 1 : 0;
     hidden->counted = size;
     world->inFlight += size;
     libusb_device* const device = transfer->dev_handle->device;

@@ -113,8 +113,11 @@ def test_no_buffer_is_an_underrun_and_no_frame_is_forgotten(bus, device, stream)
 
 
 @pytest.mark.parametrize("limit, starts", [(400000, True), (0, False)])
-def test_memory_of_the_kernel(bus, device, stream, limit, starts):
+def test_memory_of_the_kernel(bus, device, limit, starts):
     """Little of it slows down, none of it is a code."""
+    stream = device.GetStreamByIndex(0)
+    assert device.GetTransportParameters().SetBooleanValue("StreamDeviceMemory", False)
+    assert stream.AllocBufferQueue(8)
     bus.set("usbfs", limit)
     try:
         assert stream.StartAcquisition() == starts
@@ -126,6 +129,26 @@ def test_memory_of_the_kernel(bus, device, stream, limit, starts):
     assert comes_true(lambda: bus.get("in-flight") == 2048), "the two of the event endpoint"
     assert starts or stream.StartAcquisition()
     assert starts or take(bus, stream, 3)
+
+
+@pytest.mark.parametrize("width, queue, direct", [(320, 8, 8), (1440, 8, 5), (320, 8, 0)])
+def test_frames_lie_in_memory_that_the_bus_writes_where_there_is_any(bus, device, camera, width, queue,
+                                                                     direct):
+    """Half of what the kernel has is left for other transfers; a refusal changes nothing."""
+    height = camera.GetInt("Height").GetMax()[1] if width > 320 else 240
+    assert camera.SetIntegerValue("Width", width) and camera.SetIntegerValue("Height", height)
+    stream, before = device.GetStreamByIndex(0), bus.get("direct")
+    bus.set("device-memory-refused", int(direct == 0))
+    try:
+        assert stream.AllocBufferQueue(queue) and stream.StartAcquisition()
+        pages = (width * height + 4095) // 4096 * 4096
+        assert bus.get("device-memory") == direct * pages <= 8 << 20
+        assert not any(marked for _, marked in take(bus, stream, 2 * queue))
+        assert (bus.get("direct") > before) == (direct > 0)
+    finally:
+        bus.set("device-memory-refused", 0)
+    stream.Release()
+    assert bus.get("device-memory") == 0
 
 
 def test_starting_and_stopping_for_ever(bus, device, stream, messages):
