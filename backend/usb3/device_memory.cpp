@@ -3,9 +3,7 @@
 #include "base/log.h"
 
 #include <atomic>
-#include <cstdint>
-#include <cstdio>
-#include <limits>
+#include <fstream>
 
 namespace usb3
 {
@@ -13,31 +11,16 @@ namespace usb3
 namespace
 {
 
-constexpr const char* kLimitFile = "/sys/module/usbcore/parameters/usbfs_memory_mb";
-constexpr std::size_t kUsualLimit = std::size_t{16} << 20;
+constexpr std::int64_t kUsualLimit = 16;
 
 std::atomic<std::size_t> taken{0};
 
-/// What the kernel has for all transfers, in bytes.
-std::size_t kernelLimit()
-{
-    std::size_t megabytes = 0;
-    std::FILE* const file = std::fopen(kLimitFile, "re");
-    if (file == nullptr) {
-        return kUsualLimit;
-    }
-    const bool isRead = std::fscanf(file, "%zu", &megabytes) == 1;
-    static_cast<void>(std::fclose(file));
-    if (!isRead) {
-        return kUsualLimit;
-    }
-    const bool isUnlimited = megabytes == 0 || megabytes >= SIZE_MAX >> 20U;
-    return isUnlimited ? std::numeric_limits<std::size_t>::max() : megabytes << 20U;
-}
-
 bool take(std::size_t size)
 {
-    const std::size_t most = kernelLimit() / 2;
+    const std::int64_t megabytes = kernelMemoryLimit().value_or(kUsualLimit);
+    const bool isLimited = megabytes > 0 && megabytes < INT64_MAX >> 20U;
+    const std::size_t most =
+        isLimited ? (static_cast<std::size_t>(megabytes) << 20U) / 2 : SIZE_MAX / 2;
     std::size_t now = taken.load();
     do {
         if (size > most || now > most - size) {
@@ -48,6 +31,13 @@ bool take(std::size_t size)
 }
 
 } // namespace
+
+std::optional<std::int64_t> kernelMemoryLimit()
+{
+    std::ifstream file("/sys/module/usbcore/parameters/usbfs_memory_mb");
+    std::int64_t megabytes = 0;
+    return file >> megabytes ? std::optional(megabytes) : std::nullopt;
+}
 
 std::shared_ptr<void> allocateDeviceMemory(libusb_device_handle* handle, std::size_t size)
 {

@@ -3,25 +3,13 @@
 #include "base/camera_places.h"
 #include "base/log.h"
 #include "gentl_abi/gentl_abi.h"
+#include "usb3/device_memory.h"
 #include "zel_camera_api.h"
 
 #include <algorithm>
-#include <fstream>
 
 namespace usb3
 {
-
-namespace
-{
-
-std::int64_t memoryLimit()
-{
-    std::ifstream file("/sys/module/usbcore/parameters/usbfs_memory_mb");
-    std::int64_t megabytes = 0;
-    return file >> megabytes ? megabytes : 0;
-}
-
-} // namespace
 
 Usb3Interface::Usb3Interface() : features_("UsbInterface", "USB3 Vision")
 {
@@ -49,7 +37,8 @@ Usb3Interface::Usb3Interface() : features_("UsbInterface", "USB3 Vision")
                                    "(usbfs_memory_mb); 0: no limit, or not known.")
         .unit("MB")
         .readOnly()
-        .onRead([](std::size_t) { return features::FeatureValue(memoryLimit()); });
+        .onRead(
+            [](std::size_t) { return features::FeatureValue(kernelMemoryLimit().value_or(0)); });
     table.finish();
 }
 

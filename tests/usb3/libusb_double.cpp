@@ -64,6 +64,7 @@ struct World {
     std::map<unsigned char*, std::pair<std::size_t, libusb_device_handle*>> deviceMemory;
     std::atomic<std::size_t> deviceMemoryBytes{0};
     std::atomic<long> directTransfers{0}; ///< Into device memory.
+    std::atomic<long> lastByte{0};        ///< When the last trailer was there; monotonic, in ns.
 };
 
 World* world = nullptr; // never destroyed
@@ -73,6 +74,10 @@ Hidden* hiddenOf(libusb_transfer* transfer) { return reinterpret_cast<Hidden*>(t
 void complete(libusb_transfer* transfer, libusb_transfer_status status, std::size_t size)
 {
     libusb_context* const context = transfer->dev_handle->device->context;
+    if (size >= 4 && std::memcmp(transfer->buffer, "U3VT", 4) == 0) {
+        world->lastByte = static_cast<long>(
+            std::chrono::nanoseconds(usb3test::Clock::now().time_since_epoch()).count());
+    }
     const std::lock_guard lock(context->mutex);
     context->done.push_back({transfer, status, size});
     context->changed.notify_all();
@@ -213,6 +218,9 @@ long zel_usb3_get(int camera, const char* name)
     }
     if (std::strcmp(name, "device-memory") == 0) {
         return static_cast<long>(world->deviceMemoryBytes);
+    }
+    if (std::strcmp(name, "last-byte") == 0) {
+        return world->lastByte;
     }
     if (std::strcmp(name, "direct") == 0) {
         return world->directTransfers;
