@@ -104,7 +104,7 @@ def run(table):
                       faster >= 1.0)
             table.add("USB3 %s processor time, %s" % (name, how), "%.3f s/GB" % median(one, cost),
                       "Aravis C loop %.3f s/GB" % median(other, cost), "%.2f" % (1 / cheaper),
-                      "1.25x" if how == "used" else "", cheaper <= 0.8 if how == "used" else None)
+                      "1.25x", cheaper <= 0.8)
         late = [program(command + ["wait"], fast=0) for command in (
             script + arguments, [loop] + arguments, [rival, "usb"] + arguments)]
         if None not in late:
