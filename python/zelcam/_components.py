@@ -15,8 +15,6 @@ from ._formats import Format
 from .errors import error
 
 
-
-
 class Size(ctypes.Structure):
     """ZelSize."""
     _fields_ = [("width", ctypes.c_uint32), ("height", ctypes.c_uint32)]

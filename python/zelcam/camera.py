@@ -5,8 +5,7 @@ import atexit
 import logging
 import os
 import weakref
-from types import TracebackType
-from typing import Any, Dict, Iterator, List, Optional, Type
+from typing import Any, Dict, Iterator, List, Optional
 
 import libZelCameraApiPy as _zel
 
@@ -89,7 +88,7 @@ def open(serial: Optional[str] = None, *, model: Optional[str] = None, name: Opt
             raise CameraNotFound("no camera with %s" % wanted if wanted else "no camera", -40006)
         info = fitting[index or 0]
     device = _zel.PyZelCreateDevice(info._info)
-    if device is None or not device.IsValid():
+    if not device.IsValid():
         raise error("cannot open %s" % info.display_name, _zel.GetLastError())
     return Camera(device)
 
@@ -226,8 +225,7 @@ class Camera:
     def __enter__(self) -> "Camera":
         return self
 
-    def __exit__(self, kind: Optional[Type[BaseException]], value: Optional[BaseException],
-                 trace: Optional[TracebackType]) -> None:
+    def __exit__(self, *exception: object) -> None:
         self.close()
 
     def __repr__(self) -> str:

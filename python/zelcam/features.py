@@ -6,7 +6,7 @@
 """
 from __future__ import annotations
 
-from typing import TYPE_CHECKING, Any, Dict, Iterator, List, Optional, Union
+from typing import TYPE_CHECKING, Any, Dict, Iterator, List, Optional, Union, cast
 
 from .errors import FeatureAccess, FeatureType, UnknownFeature, feature_error
 
@@ -18,6 +18,9 @@ Value = Union[int, float, bool, str]
 INT, FLOAT, STRING, ENUM, BOOLEAN, COMMAND, CATEGORY = 1, 2, 3, 4, 6, 7, 8
 _KINDS = {INT: "integer", FLOAT: "float", STRING: "string", ENUM: "enumeration",
           BOOLEAN: "boolean", COMMAND: "command", CATEGORY: "category"}
+_READ = {INT: "GetIntegerValue", FLOAT: "GetFloatValue", STRING: "GetStringValue",
+         ENUM: "GetEnumValueStr", BOOLEAN: "GetBooleanValue"}
+_WRITE = {kind: "Set" + method[3:] for kind, method in _READ.items()}
 _VISIBILITIES = ("beginner", "expert", "guru", "invisible", "undefined")
 
 
@@ -46,65 +49,41 @@ class Feature:
     @property
     def value(self) -> Value:
         """The present value; an enumeration's is the symbol of its entry."""
-        array, name = self._array, self.name
-        if self._kind == INT:
-            read: Any = array.GetIntegerValue(name)
-        elif self._kind == FLOAT:
-            read = array.GetFloatValue(name)
-        elif self._kind == ENUM:
-            read = array.GetEnumValueStr(name)
-        elif self._kind == BOOLEAN:
-            read = array.GetBooleanValue(name)
-        elif self._kind == STRING:
-            read = array.GetStringValue(name)
-        else:
-            raise FeatureType("%s is a %s and has no value" % (name, self.kind), -40203, name)
-        if not read[0]:
-            raise feature_error("cannot read", array.GetLastError(), name)
-        value: Value = read[1]
-        return value
+        if self._kind not in _READ:
+            raise FeatureType("%s is a %s and has no value" % (self.name, self.kind), -40203,
+                              self.name)
+        return cast(Value, self._told(_READ[self._kind], "cannot read"))
 
     @value.setter
     def value(self, value: Value) -> None:
-        array, name = self._array, self.name
+        name = self.name
         if not _fits(self._kind, value):
             raise FeatureType("%s is a %s and takes no %s" % (
                 name, self.kind, type(value).__name__), -40203, name)
-        if self._kind == INT:
-            done: Optional[bool] = array.SetIntegerValue(name, value)
-        elif self._kind == FLOAT:
-            done = array.SetFloatValue(name, value)
-        elif self._kind == ENUM:
-            done = (array.SetEnumValueStr(name, value) if isinstance(value, str)
-                    else array.SetEnumValue(name, value))
-        elif self._kind == BOOLEAN:
-            done = array.SetBooleanValue(name, value)
-        else:
-            done = array.SetStringValue(name, value)
-        if not done:
-            raise feature_error("cannot set %r:" % (value,), array.GetLastError(), name)
+        method = "SetEnumValue" if self._kind == ENUM and isinstance(value, int) \
+            else _WRITE[self._kind]
+        if not getattr(self._array, method)(name, value):
+            raise feature_error("cannot set %r:" % (value,), self._array.GetLastError(), name)
 
     @property
     def min(self) -> Union[int, float, None]:
         """The least value it takes now; None where it has no range."""
-        return self._limit("GetMin")
+        return cast(Union[int, float, None], self._object("GetMin", INT, FLOAT))
 
     @property
     def max(self) -> Union[int, float, None]:
         """The greatest value it takes now; None where it has no range."""
-        return self._limit("GetMax")
+        return cast(Union[int, float, None], self._object("GetMax", INT, FLOAT))
 
     @property
     def increment(self) -> Optional[int]:
         """The step between integer values; None for all other kinds."""
-        found = self._array.GetInt(self.name) if self._kind == INT else None
-        return _optional(found.GetIncrement()) if found is not None else None
+        return cast(Optional[int], self._object("GetIncrement", INT))
 
     @property
     def unit(self) -> str:
         """The unit of a float, or an empty text."""
-        found = self._array.GetFloat(self.name) if self._kind == FLOAT else None
-        return (_optional(found.GetUnit()) or "") if found is not None else ""
+        return self._object("GetUnit", FLOAT) or ""
 
     @property
     def entries(self) -> List[str]:
@@ -159,25 +138,26 @@ class Feature:
     @property
     def done(self) -> bool:
         """Whether a command that was executed has ended."""
-        read = self._array.IsCommandDone(self.name)
-        if not read[0]:
-            raise feature_error("cannot ask", self._array.GetLastError(), self.name)
-        return bool(read[1])
+        return bool(self._told("IsCommandDone", "cannot ask"))
 
     def __call__(self) -> None:
         """Runs a command: camera.features.DeviceReset()."""
         self.execute()
 
-    def _limit(self, question: str) -> Union[int, float, None]:
-        found: Any = None
-        if self._kind == INT:
-            found = self._array.GetInt(self.name)
-        elif self._kind == FLOAT:
-            found = self._array.GetFloat(self.name)
-        limit: Union[int, float, None] = None
-        if found is not None:
-            limit = _optional(getattr(found, question)())
-        return limit
+    def _told(self, method: str, refusal: str) -> Any:
+        """What the array answers about the feature; a refusal is raised."""
+        read: Any = getattr(self._array, method)(self.name)
+        if not read[0]:
+            raise feature_error(refusal, self._array.GetLastError(), self.name)
+        return read[1]
+
+    def _object(self, question: str, *kinds: int) -> Any:
+        """What the feature's own object answers; None for all but these kinds, INT or FLOAT."""
+        if self._kind not in kinds:
+            return None
+        array = self._array
+        found: Any = (array.GetInt if self._kind == INT else array.GetFloat)(self.name)
+        return _optional(getattr(found, question)()) if found is not None else None
 
     def _ask(self, question: str) -> bool:
         found: Any = self._array.GetParam(self.name) if self._kind != CATEGORY else None

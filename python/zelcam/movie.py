@@ -4,8 +4,7 @@ from __future__ import annotations
 import atexit
 import os
 import weakref
-from types import TracebackType
-from typing import Optional, Type
+from typing import Optional
 
 from . import _components, _formats
 from .frame import Frame, Path
@@ -46,8 +45,7 @@ class Movie:
     def __enter__(self) -> "Movie":
         return self
 
-    def __exit__(self, kind: Optional[Type[BaseException]], value: Optional[BaseException],
-                 trace: Optional[TracebackType]) -> None:
+    def __exit__(self, *exception: object) -> None:
         self.finish()
 
 

@@ -138,6 +138,18 @@ def test_types_are_complete(tmp_path):
     if shutil.which("mypy") is None:
         pytest.skip("mypy is not installed")
     for folder in ("examples", "examples/layer"):  # names stand in both
-        run("mypy", "--cache-dir=%s" % (tmp_path / "cache"), "--strict", "python/zelcam",
+        run("mypy", "--cache-dir=%s" % (tmp_path / "cache"), "--strict", BUILD / "python" / "zelcam",
             *sorted(glob.glob(str(ROOT / folder / "*.py"))), cwd=str(ROOT),
-            env=dict(CLEAN, MYPYPATH=str(ROOT / "python")))
+            env=dict(CLEAN, MYPYPATH=str(BUILD / "python")))
+
+
+def test_the_other_type_checker_agrees(tmp_path):
+    pyright = shutil.which("pyright") or os.environ.get("PYRIGHT")
+    if pyright is None:
+        pytest.skip("no pyright here")
+    text = (ROOT / "pyproject.toml").read_text().replace("build/python", "b/python")
+    (tmp_path / "pyproject.toml").write_text(text)
+    (tmp_path / "b").symlink_to(BUILD)
+    (tmp_path / "examples").symlink_to(ROOT / "examples")
+    assert "0 errors" in run(pyright, "-p", tmp_path, "--pythonpath", "/usr/bin/python3",
+                             cwd=str(tmp_path))
