@@ -15,6 +15,12 @@ struct FrameCounts {
     std::uint64_t incomplete = 0; ///< Fetched with parts missing.
     std::uint64_t lost = 0;       ///< Missing between the numbers of those that were fetched.
     std::uint64_t bytes = 0;      ///< Payload of those that were fetched.
+
+    FrameCounts operator+(const FrameCounts& other) const
+    {
+        return {frames + other.frames, incomplete + other.incomplete, lost + other.lost,
+                bytes + other.bytes};
+    }
 };
 
 /// One thread fetches; counts() is for that thread too.

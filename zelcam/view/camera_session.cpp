@@ -101,6 +101,12 @@ bool CameraSession::isOpen()
     return camera_ != nullptr;
 }
 
+common::FrameCounts CameraSession::counts()
+{
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return counts_;
+}
+
 void CameraSession::setStreaming(bool streaming)
 {
     const std::lock_guard<std::mutex> lock(mutex_);
@@ -142,11 +148,13 @@ void CameraSession::stream()
     const auto held = camera();
     common::Acquisition acquisition(*held, true);
     say("");
+    // Stops for a moment, and cameras that were gone, do not set the counters back.
+    const common::FrameCounts before = counts();
     for (;;) {
         ZelCamErr err = ZelErr::kOk;
         ZelCam::Buffer* const buffer = acquisition.poll(kSliceMs, err);
         if (buffer != nullptr) {
-            take(*buffer, acquisition.counts());
+            take(*buffer, before + acquisition.counts());
             acquisition.giveBack(buffer);
         } else if (err != ZelErr::kGenTLTimeout && err != ZelErr::kGenTLAbort) {
             throw common::sdkFailure("no frames", err);

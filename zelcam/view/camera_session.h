@@ -81,6 +81,7 @@ private:
     void stream();
     bool reopen();
     bool isOpen();
+    common::FrameCounts counts();
     void watchEvents();
     void take(ZelCam::Buffer& buffer, const common::FrameCounts& counts);
     void record(const ZelImage* image);

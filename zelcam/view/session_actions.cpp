@@ -96,6 +96,12 @@ Json CameraSession::state()
     Json result;
     {
         const std::lock_guard<std::mutex> lock(mutex_);
+        // A camera that waits for triggers has no rate.
+        constexpr std::chrono::seconds kRemembered{5};
+        const auto oldest = std::chrono::steady_clock::now() - kRemembered;
+        while (!arrivals_.empty() && arrivals_.front() < oldest) {
+            arrivals_.pop_front();
+        }
         const bool timed = arrivals_.size() > 1 && arrivals_.back() > arrivals_.front();
         const double rate =
             timed ? static_cast<double>(arrivals_.size() - 1) /

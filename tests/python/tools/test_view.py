@@ -227,6 +227,18 @@ class Browser:
         assert "exceptionDetails" not in result, result
         return result["result"].get("value")
 
+    def click(self, selector):
+        """A real click, in the middle of what is seen."""
+        x, y = self.run("""(() => { const e = document.querySelector("%s"); e.scrollIntoView({block: "center"});
+            const b = e.getBoundingClientRect(); return [b.x + b.width / 2, b.y + b.height / 2]; })()""" % selector)
+        for kind in ("mousePressed", "mouseReleased"):
+            self.call("Input.dispatchMouseEvent", type=kind, x=x, y=y, button="left", clickCount=1)
+
+    def press(self, key, code, text=""):
+        for kind in ("keyDown", "keyUp"):
+            self.call("Input.dispatchKeyEvent", type=kind, key=key, code=key, text=text if kind == "keyDown" else "",
+                      windowsVirtualKeyCode=code)
+
     def screenshot(self, path):
         import base64
         path.write_bytes(base64.b64decode(self.call("Page.captureScreenshot")["data"]))
@@ -254,7 +266,9 @@ PIXELS = """(() => { const c = document.querySelector("figure canvas");
   return [...c.getContext("2d").getImageData(c.width / 2 - 20, c.height / 2 - 20, 40, 40).data].join(); })()"""
 
 
-def test_the_page_in_a_browser(view, browser, tmp_path):
+@pytest.fixture
+def shown(view, browser):
+    """Two cameras on a page in the browser: the viewer, and a wait for an expression on the page."""
     page = view("-c", "10000002", "-c", "10000001", "--set", "Width=640", "--set", "Height=480")
     browser.call("Page.navigate", url=page.link)
     browser.call("Emulation.setFocusEmulationEnabled", enabled=True)
@@ -263,9 +277,14 @@ def test_the_page_in_a_browser(view, browser, tmp_path):
         assert wait_for(lambda: browser.run(script), seconds), script
 
     on_page("typeof pictures !== 'undefined' && pictures.length == 2 && pictures.every((p) => p.drawn || p.rate)")
+    on_page("features.length > 50 && !!document.querySelector('[data-name=ExposureTime] input')")
+    return page, on_page
+
+
+def test_the_page_in_a_browser(shown, browser, tmp_path):
+    page, on_page = shown
     first = browser.run(PIXELS)
     assert wait_for(lambda: browser.run(PIXELS) != first, 30), "the picture does not change"
-    on_page("features.length > 50 && !!document.querySelector('[data-name=ExposureTime] input')")
     # A feature edited on the page changes in the camera.
     browser.run("""(() => { const f = document.querySelector("[data-name=ExposureTime] input[type=number]");
         f.value = "4321"; f.dispatchEvent(new Event("change")); })()""")
@@ -274,13 +293,67 @@ def test_the_page_in_a_browser(view, browser, tmp_path):
     assert wait_for(lambda: list(tmp_path.glob("10000002-*.png")))
     on_page("byId('message').textContent.startsWith('saved')")
     on_page("byId('counters').textContent.includes('frames per second')")
-    browser.run("pictures[0].figure.focus(); pictures[0].figure.dispatchEvent(new KeyboardEvent('keydown', {key: '+'}))")
-    assert browser.run("pictures[0].zoom") == 1.25
-    browser.screenshot(tmp_path / "page.png")
     page.ask("/api/0/feature", {"name": "SimulatorUnplugReturnTime", "value": "3000"})
     page.ask("/api/0/command", {"name": "SimulatorUnplug"})
     on_page("pictures[0].figure.classList.contains('gone') && byId('message').className === 'bad'")
-    browser.screenshot(tmp_path / "gone.png")
     on_page("byId('message').textContent === 'the camera is back'")
     first = browser.run(PIXELS)
     assert wait_for(lambda: browser.run(PIXELS) != first, 30), "the picture does not go on"
+
+
+def test_movies_settings_and_triggers_by_clicks(shown, browser, tmp_path):
+    page, on_page = shown
+    browser.call("Browser.setDownloadBehavior", behavior="allow", downloadPath=str(tmp_path))
+    browser.click("#record")
+    on_page("byId('record').textContent === 'End recording' && state.record_frames > 3")
+    browser.click("#record")
+    on_page("byId('message').textContent.startsWith('recorded')")
+    assert [path for path in tmp_path.glob("10000002-*.mkv") if path.stat().st_size > 1000]
+    browser.click("#save")
+    settings = tmp_path / "10000002-settings.txt"
+    assert wait_for(lambda: settings.exists() and "ExposureTime" in settings.read_text())
+    page.json("/api/0/feature", {"name": "ExposureTime", "value": "777"})
+    node = browser.call("DOM.querySelector", selector="#file",
+                        nodeId=browser.call("DOM.getDocument")["root"]["nodeId"])["nodeId"]
+    browser.call("DOM.setFileInputFiles", files=[str(settings)], nodeId=node)
+    on_page("byId('message').textContent === 'settings loaded'")
+    assert page.json("/api/0/feature?name=ExposureTime")["value"] != 777
+    for name, value in (("TriggerSource", "Software"), ("TriggerMode", "On")):
+        page.json("/api/0/feature", {"name": name, "value": value})
+    on_page("state.frames_per_second === 0")
+    before = browser.run("state.frames")
+    assert before > 3
+    browser.click("#trigger")
+    on_page("state.frames === %d" % (before + 1))
+    browser.click("#run")
+    on_page("byId('run').textContent === 'Start'")
+
+
+def test_the_page_by_keyboard(shown, browser):
+    page, on_page = shown
+
+    def tab_to(wanted, presses=60):
+        for _ in range(presses):
+            browser.press("Tab", 9)
+            if browser.run("document.activeElement.matches(`%s`)" % wanted):
+                return
+        raise AssertionError(wanted + " cannot be reached")
+
+    tab_to("figure")
+    browser.press("+", 187, "+")
+    assert browser.run("pictures[0].zoom") == 1.25
+    tab_to("#filter")  # past the other picture
+    assert browser.run("chosen") == 0
+    for letter in "gain":
+        browser.press(letter, ord(letter.upper()), letter)
+    tab_to("[aria-label=\"Gain slider\"]")
+    for step in (1, 2):  # the slider keeps the keyboard while the features are read again
+        value = page.json("/api/0/feature?name=Gain")["value"]
+        browser.press("ArrowRight", 39)
+        assert wait_for(lambda: page.json("/api/0/feature?name=Gain")["value"] > value), step
+        on_page("byId('message').textContent.startsWith('Gain') && document.activeElement.matches("
+                "'[aria-label=\"Gain slider\"]') && features.find((f) => f.name === 'Gain').value > %r" % value)
+    browser.run("document.querySelector('figure').focus()")
+    browser.press("Tab", 9)
+    browser.press("Enter", 13, "\r")
+    on_page("chosen === 1 && pictures[1].figure.classList.contains('chosen')")

@@ -58,8 +58,12 @@ class Picture {
   }
 
   listen() {
-    this.figure.addEventListener("focus", () => choose(this.index));
-    this.figure.addEventListener("pointerdown", (event) => { this.dragged = [event.clientX, event.clientY]; this.figure.focus(); });
+    // Not by focus alone: Tab has to get past a picture without leaving the chosen camera.
+    this.figure.addEventListener("pointerdown", (event) => {
+      this.dragged = [event.clientX, event.clientY];
+      this.figure.focus();
+      choose(this.index);
+    });
     this.figure.addEventListener("pointerup", () => { this.dragged = null; });
     this.figure.addEventListener("pointermove", (event) => {
       if (this.dragged && event.buttons) {
@@ -71,7 +75,7 @@ class Picture {
     this.figure.addEventListener("wheel", (event) => { event.preventDefault(); this.zoomBy(event.deltaY < 0 ? 1.25 : 0.8); });
     this.figure.addEventListener("keydown", (event) => {
       const step = 40 / this.scale();
-      const keys = { "+": () => this.zoomBy(1.25), "=": () => this.zoomBy(1.25), "-": () => this.zoomBy(0.8),
+      const keys = { Enter: () => choose(this.index), " ": () => choose(this.index), "+": () => this.zoomBy(1.25), "=": () => this.zoomBy(1.25), "-": () => this.zoomBy(0.8),
         0: () => { this.zoom = 1; this.center = [0.5, 0.5]; },
         ArrowLeft: () => this.move(-step, 0), ArrowRight: () => this.move(step, 0),
         ArrowUp: () => this.move(0, -step), ArrowDown: () => this.move(0, step) };
@@ -225,7 +229,8 @@ function drawHistogram(counts) {
   paint.clearRect(0, 0, canvas.width, canvas.height);
   paint.globalCompositeOperation = "source-over";
   const most = Math.log1p(Math.max(1, ...counts.map((c) => Math.max(...c))));
-  ["#f008", "#0a08", "#06f8"].forEach((colour, c) => {
+  const grey = counts[0].every((n, x) => n === counts[1][x] && n === counts[2][x]);
+  (grey ? ["#888"] : ["#f008", "#0a08", "#06f8"]).forEach((colour, c) => {
     paint.fillStyle = colour;
     for (let x = 0; x < 256; x++) {
       const h = Math.log1p(counts[c][x]) / most * canvas.height;
@@ -247,9 +252,13 @@ async function loadFeatures() {
 
 function showFeatures() {
   const part = byId("filter").value.toLowerCase();
+  // The editor that has the keyboard keeps it when all are made anew.
+  const held = byId("features").contains(document.activeElement) && document.activeElement.getAttribute("aria-label");
   byId("features").replaceChildren(...features
     .filter((feature) => part ? feature.type !== "Category" && feature.name.toLowerCase().includes(part) : true)
     .map((feature) => feature.type === "Category" ? heading(feature) : row(feature)));
+  const again = held && byId("features").querySelector(`[aria-label="${CSS.escape(held)}"]`);
+  if (again) again.focus({ preventScroll: true });
 }
 
 function heading(feature) {
@@ -265,7 +274,7 @@ function row(feature) {
   line.className = "feature";
   line.dataset.name = feature.name;
   name.textContent = feature.name;
-  name.title = feature.description;
+  name.title = feature.name + ": " + feature.description;
   name.style.paddingLeft = feature.depth + "em";
   line.append(name, editor(feature));
   return line;
