@@ -8,7 +8,7 @@ import sys
 
 from table import Table
 
-SECTIONS = ("frames", "parameters", "producers", "usb3", "vision")
+SECTIONS = ("frames", "layer", "parameters", "producers", "usb3", "view", "vision")
 
 
 def machine():

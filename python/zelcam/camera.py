@@ -12,7 +12,7 @@ import libZelCameraApiPy as _zel
 from .errors import CameraNotFound, ZelError, error
 from .events import Events
 from .features import CATEGORY, COMMAND, Features, Value
-from .frame import Frame, Path
+from .frame import Frame, Path, Questions, questions
 from .movie import Movie
 
 log = logging.getLogger("zelcam")
@@ -106,6 +106,8 @@ class Camera:
         self.info = CameraInfo(info, _INTERFACES.get(info.GetInterface().GetType(), "unknown"))
         self.events = Events(self)
         self._stream: Any = None
+        self._buffer: Any = None
+        self._read: Questions = ()
         self._started = False
         self._number = 0
         self._handling: Optional[Value] = None
@@ -166,8 +168,10 @@ class Camera:
         buffer = stream.GetBuffer(_milliseconds(timeout))
         if buffer is None:
             raise error("no frame within %s s" % timeout, stream.GetLastError())
+        if buffer is not self._buffer:
+            self._buffer, self._read = buffer, questions(buffer)
         self._number += 1
-        frame = Frame(buffer, self, self._number)
+        frame = Frame(self._read, self, self._number)
         stream.QueueBuffer(buffer)
         return frame
 
@@ -216,6 +220,7 @@ class Camera:
         self.events.close()
         stream, self._stream = self._stream, None
         if stream is not None:
+            self._buffer, self._read = None, ()
             stream.Release()
         if self.device.IsValid():
             self.device.Release()

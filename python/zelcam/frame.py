@@ -3,7 +3,7 @@ from __future__ import annotations
 
 import os
 import tempfile
-from typing import TYPE_CHECKING, Any, Dict, Optional, Union
+from typing import TYPE_CHECKING, Any, Callable, Dict, Optional, Tuple, Union
 
 from . import _components, _formats
 from .errors import ZelError
@@ -15,6 +15,15 @@ if TYPE_CHECKING:
     from .features import Value
 
 Path = Union[str, "os.PathLike[str]"]
+Questions = Tuple[Callable[[], Any], ...]
+
+
+def questions(buffer: Any) -> Questions:
+    """What Frame asks a buffer. A stream fills one object again and again, and looking a method up
+    costs more than calling it."""
+    return (buffer.GetBufferPtr, buffer.GetWidth, buffer.GetHeight, buffer.GetPixelFormat,
+            buffer.GetFrameID, buffer.GetTimestamp, buffer.IsIncomplete, buffer.GetXOffset,
+            buffer.GetYOffset, buffer.GetXPadding)
 
 
 class Frame:
@@ -35,17 +44,9 @@ class Frame:
     y_offset: int
     x_padding: int  # bytes behind each row
 
-    def __init__(self, buffer: Any, camera: "Camera", number: int) -> None:
-        self.data = buffer.GetBufferPtr()
-        self.width = buffer.GetWidth()
-        self.height = buffer.GetHeight()
-        self.pixel_format = buffer.GetPixelFormat()
-        self.id = buffer.GetFrameID()
-        self.timestamp = buffer.GetTimestamp()
-        self.incomplete = buffer.IsIncomplete()
-        self.x_offset = buffer.GetXOffset()
-        self.y_offset = buffer.GetYOffset()
-        self.x_padding = buffer.GetXPadding()
+    def __init__(self, read: Questions, camera: "Camera", number: int) -> None:
+        (self.data, self.width, self.height, self.pixel_format, self.id, self.timestamp,
+         self.incomplete, self.x_offset, self.y_offset, self.x_padding) = [ask() for ask in read]
         self._camera = camera
         self._number = number
         self._chunks: Optional[Dict[str, "Value"]] = None

@@ -44,7 +44,7 @@ if shutil.which(STRANGE_CAMERA):
     AGAIN["cameras-gige-program"] = ("cameras", dict(GIGE, ZELCAM_TEST_CAMERAS=STRANGE_CAMERA))
 # Suites whose cameras answer on loopback, at a port that only one process has: where that is
 # permitted they run in a network of their own, in which nothing else is heard.
-ON_LOOPBACK = {"gige", "cameras-gige", "cameras-gige-program", "served"}
+ON_LOOPBACK = {"gige", "cameras-gige", "cameras-gige-program", "served", "tools"}
 OWN_NETWORK = ["unshare", "-n", "sh", "-c", 'ip link set lo up && exec "$@"', "sh"]
 
 # pytest's answer when a name was given that no test has.

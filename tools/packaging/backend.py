@@ -1,6 +1,7 @@
 """Build backend: `pip install .` and `python -m build` over ./run build."""
 import io
 import os
+import re
 import subprocess
 import sys
 import tarfile
@@ -18,9 +19,21 @@ def get_requires_for_build_wheel(config_settings=None):
 get_requires_for_build_sdist = get_requires_for_build_wheel
 
 
+def prepare_metadata_for_build_wheel(metadata_directory, config_settings=None):
+    """What is known without building: nothing is built twice."""
+    name = "%s-%s.dist-info" % (wheel.NAME, wheel.version())
+    folder = os.path.join(metadata_directory, name)
+    os.mkdir(folder)
+    for file, text in (("METADATA", wheel.metadata()), ("entry_points.txt", wheel.ENTRY_POINTS)):
+        with open(os.path.join(folder, file), "w", encoding="utf-8") as output:
+            output.write(text)
+    return name
+
+
 def build_wheel(wheel_directory, config_settings=None, metadata_directory=None):
     """Builds for the interpreter that runs this and packs the result."""
-    folder = os.path.join(wheel.ROOT, "build", "wheel-cp%d%d" % sys.version_info[:2])
+    # As deep as build/, so that a compiler cache knows the objects again.
+    folder = os.path.join(wheel.ROOT, "build-wheel-cp%d%d" % sys.version_info[:2])
     environment = {name: value for name, value in os.environ.items() if name != "PYTHONPATH"}
     subprocess.run([os.path.join(wheel.ROOT, "run"), "wheel", "--python", sys.executable,
                     "--build", folder, wheel_directory], check=True, cwd=wheel.ROOT,
@@ -49,8 +62,7 @@ def sources():
         listed = subprocess.run(["git", "ls-files", "-z"], check=True, cwd=wheel.ROOT,
                                 stdout=subprocess.PIPE).stdout.decode()
         return [name for name in listed.split("\0") if name]
-    left_out = ("build", "dist", "demo-output", "PKG-INFO")
-    return [os.path.relpath(os.path.join(folder, name), wheel.ROOT)
-            for folder, _, names in os.walk(wheel.ROOT) for name in names
-            if os.path.relpath(os.path.join(folder, name), wheel.ROOT).split(os.sep)[0]
-            not in left_out]
+    left_out = re.compile(r"(build(-.*)?|dist|demo-output|PKG-INFO)(/|$)")
+    paths = (os.path.relpath(os.path.join(folder, name), wheel.ROOT)
+             for folder, _, names in os.walk(wheel.ROOT) for name in names)
+    return [path for path in paths if not left_out.match(path)]

@@ -2,6 +2,8 @@
 
 #include "doctor/checks.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 
 namespace commands
@@ -9,6 +11,21 @@ namespace commands
 
 using doctor::Finding;
 using doctor::Findings;
+
+namespace
+{
+
+/// The administrator needs no sudo, and a container has none.
+std::string withoutSudo(std::string command)
+{
+    constexpr std::string_view kSudo = "sudo ";
+    for (auto at = command.find(kSudo); at != std::string::npos; at = command.find(kSudo, at)) {
+        command.erase(at, kSudo.size());
+    }
+    return command;
+}
+
+} // namespace
 
 DoctorCommand::DoctorCommand(CLI::App& parent)
     : Command(parent, "doctor", "Look for what is wrong with this host and say how to mend it")
@@ -32,9 +49,12 @@ common::Exit DoctorCommand::run(const Context& context)
     const doctor::HostFiles host(root_);
     Findings all;
     const auto add = [&](const Findings& more) {
-        for (const Finding& finding : more) {
+        for (Finding finding : more) {
+            if (host.isThisHost() && geteuid() == 0) {
+                finding.mend = withoutSudo(finding.mend);
+            }
             doctor::print(context.printer, finding);
-            all.push_back(finding);
+            all.push_back(std::move(finding));
         }
     };
     add(doctor::checkNetwork(host));

@@ -15,7 +15,7 @@ struct Advice {
     const char* text;
 };
 
-constexpr std::array<Advice, 24> kAdvice{{
+constexpr std::array<Advice, 25> kAdvice{{
     {ZelErr::kGenTLNotImplemented, Exit::Failed, "this camera or its transport cannot do that"},
     {ZelErr::kGenTLResourceInUse, Exit::Busy, "it is in use by this program already"},
     {ZelErr::kGenTLAccessDenied, Exit::Busy,
@@ -28,6 +28,7 @@ constexpr std::array<Advice, 24> kAdvice{{
      "nothing came in time: give --timeout more milliseconds, or look at `zelcam doctor`"},
     {ZelErr::kGenTLAbort, Exit::Stopped, "stopped"},
     {ZelErr::kGenTLInvalidAddress, Exit::Failed, "the camera has no memory at this address"},
+    {ZelErr::kGenTLInvalidValue, Exit::Failed, "the camera refuses the value"},
     {ZelErr::kGenTLResourceExhausted, Exit::Failed, "the host or the camera ran out of resources"},
     {ZelErr::kGenTLOutOfMemory, Exit::Failed, "the host has not enough memory"},
     {ZelErr::kGenTLBusy, Exit::Busy, "the camera is busy: try again"},

@@ -4,8 +4,10 @@ import json
 import os
 import pty
 import re
+import signal
 import struct
 import subprocess
+import urllib.request
 
 import pytest
 
@@ -233,6 +235,98 @@ def test_doctor_looks_at_cameras_producers_and_the_link(zelcam, tmp_path):
     assert len([f for f in findings if f["topic"] == "camera"]) >= 6
     link = next(f for f in findings if f["topic"] == "link")
     assert re.search(r"[1-9]\d* frames in 2", link["found"])
+
+
+def test_doctor_mends_what_is_agreed_to(tmp_path):
+    """In a network of our own: "y" runs the command, anything else leaves things as they are."""
+    own = ["unshare", "-nm", "sh", "-ec", """mount -t sysfs sysfs /sys; ip link set lo up
+ip link add cam0 mtu 1500 type veth peer name cam1 mtu 1500; ip link set cam0 up; ip link set cam1 up
+exec "$@\"""", "sh"]
+    if subprocess.run(own + ["true"], stderr=subprocess.DEVNULL).returncode or os.geteuid():
+        pytest.skip("no network of our own is permitted")
+    process = subprocess.Popen(own + ["sh", "-c", '"$0" doctor --fix; echo $?; cat /sys/class/net/cam?/mtu', str(PROGRAM)],
+                               env=ENVIRONMENT, stdin=subprocess.PIPE, stdout=subprocess.PIPE,
+                               stderr=subprocess.PIPE, cwd=str(tmp_path))
+    asked = {}
+    while True:
+        question = b""
+        while not question.endswith(b"[y/N] ") and (got := process.stderr.read(1)):
+            question += got
+        if not question.endswith(b"[y/N] "):
+            break
+        command = re.search("`(.*)`", question.decode()).group(1)
+        asked[command] = "cam0" in command
+        process.stdin.write(b"y\n" if asked[command] else b"n\n")
+        process.stdin.flush()
+    *told, one, other = process.communicate(timeout=30)[0].decode().split()
+    assert asked["ip link set dev cam0 mtu 9000"] and not asked["ip link set dev cam1 mtu 9000"]
+    assert (one, other) == ("9000", "1500") and told[-1] in "01"
+
+
+KINDS = {"simulated": {}, "served": {"ZELCAM_VISION": "lo", "ZELCAM_SIMULATOR": "off"},
+         "producer": {"ZELCAM_SIMULATOR": "off", "GENICAM_GENTL64_PATH": str(
+             PROGRAM.parent.parent / "python" / "zelcam_simulator.cti")}}
+
+
+@pytest.fixture(scope="module")
+def served_camera(tmp_path_factory):
+    """A camera on loopback for as long as the tests run."""
+    process = subprocess.Popen([str(PROGRAM), "serve", "--address", "127.0.0.2"], env=ENVIRONMENT,
+                               stdout=subprocess.PIPE, cwd=str(tmp_path_factory.mktemp("served")))
+    for line in process.stdout:
+        if b"Ctrl-C" in line:
+            break
+    yield "127.0.0.2"
+    process.send_signal(signal.SIGINT)
+    assert process.wait(timeout=20) == 0
+    process.stdout.close()
+
+
+@pytest.mark.parametrize("kind", KINDS)
+def test_every_command_on_every_kind_of_camera(zelcam, started, tmp_path, kind, request):
+    address = request.getfixturevalue("served_camera") if kind == "served" else "192.168.9.9"
+    small = ("--set", "Width=320", "--set", "Height=240")
+
+    def tell(*arguments, **options):
+        """The objects of a command's JSON, the last one last."""
+        done = zelcam(*arguments, "-c", MONO, "--json", **KINDS[kind], **options)
+        return [json.loads(line) for line in done.out.splitlines()]
+
+    assert MONO in [camera["serial"] for camera in zelcam(
+        "list", "--json", **KINDS[kind]).json["cameras"]]
+    for arguments, wanted in (
+            (("info",), {"serial": MONO, "model": "ZG-1936M", "streams": 1}),
+            (("set", "Width=640", "Height=480"), {"values": {"Width": 640, "Height": 480}}),
+            (("get", "WidthMax"), {"values": {"WidthMax": 1936}}),
+            (("run", "TimestampLatch"), {"done": ["TimestampLatch"]}),
+            (("grab", "-n", "2", "-o", "g-%d.png", *small), {"frames": 2, "lost": 0}),
+            (("grab", "-n", "2", "-o", "t-%d.tif", "--trigger", "software", "--newest", *small), {}),
+            (("config", "save", "s.txt"), {"saved": "s.txt"}),
+            (("config", "load", "s.txt"), {"loaded": "s.txt"}),
+            (("memory", "write", "0xe8", "414200"), {"written": 3}),
+            (("memory", "read", "0x48", "8"), {"bytes": "5a656c63616d2053"}),
+            (("forceip", address, "255.0.0.0" if kind == "served" else "255.255.255.0"),
+             {"address": address})):
+        answer = tell(*arguments)[-1]
+        assert answer["ok"] and answer["command"] == arguments[0]
+        assert {key: answer[key] for key in wanted} == wanted, arguments
+    assert png_size(tmp_path / "g-1.png") == (320, 240) and (tmp_path / "t-1.tif").exists()
+    assert {"Width", "WidthMax"} <= {f["name"] for f in tell("features", "Width")[-1]["features"]}
+    assert tell("record", "-o", "m.mkv", "-t", "0.6", *small)[-1]["frames"] > 3
+    assert (tmp_path / "m.mkv").stat().st_size > 1000
+    assert tell("stats", "-t", "0.6", *small)[-1]["frames"] > 3
+    assert tell("events", "ExposureEnd", "--acquire", "-t", "0.6")[-1]["counts"]["ExposureEnd"] > 1
+    found = zelcam("doctor", "--link", "-c", MONO, "--json", code=None, **KINDS[kind]).json["findings"]
+    assert re.search(r"[1-9]\d* frames in", next(f for f in found if f["topic"] == "link")["found"])
+    view = started("view", "--port", "0", "-c", MONO, "--json", **KINDS[kind])
+    link = json.loads(view.stdout.readline())["link"]
+    with urllib.request.urlopen(link + "api/0/frame?quality=50", timeout=30) as picture:
+        assert picture.read(3) == b"\xff\xd8\xff"
+    assert interrupt(view)[0] == 0
+    grab = started("grab", "-n", "100000", "-o", "k-%d.png", "-c", MONO, *small, **KINDS[kind])
+    assert wait_for(lambda: (tmp_path / "k-2.png").exists())
+    code, out, _ = interrupt(grab)
+    assert code == 130 and {png_size(tmp_path / name) for name in out.split()} == {(320, 240)}
 
 
 def test_served_cameras_are_found_and_grabbed_from(tmp_path):

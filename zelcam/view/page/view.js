@@ -36,8 +36,8 @@ const later = (ms) => new Promise((done) => setTimeout(done, ms));
 
 // --- pictures ---------------------------------------------------------------------------------
 
-// One camera's picture. The next frame is asked for when this one is drawn: a slow browser gets
-// fewer frames, never old ones.
+// One camera's picture. The next frame is asked for while this one is drawn, no more: a slow browser
+// gets fewer frames, never old ones.
 class Picture {
   constructor(index, info) {
     this.index = index;
@@ -101,14 +101,25 @@ class Picture {
   // Full size when zoomed in, else every n-th pixel of a picture that is larger than its place.
   shrink() { return Math.max(1, Math.floor(1 / (this.scale() * devicePixelRatio) + 0.01)); }
 
+  request(after) {
+    const asked = fetch(address(this.index + "/frame", { after, format: byId("format").value,
+      quality: byId("quality").value, shrink: this.frame ? this.shrink() : 1 }));
+    asked.catch(() => {}); // told where it is awaited
+    return asked;
+  }
+
   async live() {
+    let asked = null;
     for (;;) {
       try {
-        const answer = await fetch(address(this.index + "/frame", { after: this.frame ? this.frame.sequence : 0,
-          format: byId("format").value, quality: byId("quality").value, shrink: this.frame ? this.shrink() : 1 }));
+        const answer = await (asked || this.request(this.frame ? this.frame.sequence : 0));
+        asked = null;
         if (answer.status === 200) {
-          this.frame = JSON.parse(answer.headers.get("X-Frame"));
-          const bitmap = await createImageBitmap(await answer.blob());
+          const frame = JSON.parse(answer.headers.get("X-Frame"));
+          const blob = await answer.blob();
+          asked = this.request(frame.sequence);
+          const bitmap = await createImageBitmap(blob);
+          this.frame = frame;
           if (this.bitmap) this.bitmap.close();
           this.bitmap = bitmap;
           this.count();
@@ -118,6 +129,7 @@ class Picture {
           await later(500);
         }
       } catch (error) {
+        asked = null;
         this.gone("the viewer does not answer: " + error.message);
         await later(1000);
       }
