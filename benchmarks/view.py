@@ -102,7 +102,8 @@ def in_browser(viewer, browser):
 def row(table, what, told, idle):
     """One line of the table; half a frame a second is lost to where the measurement begins."""
     (rate, age), share = told
-    table.add("view 1080p %s" % what, "%.1f fps, %.0f %% of a core, %.0f ms old" % (rate, share * 100, age),
+    table.add("view 1080p %s" % what, "%.1f fps, %.0f %% of a core (%.0f ms a frame), %.0f ms old" % (
+        rate, share * 100, (share - idle) / rate * 1e3 if rate else 0, age),
               "nobody looks: %.0f %%" % (idle * 100), "", "%d fps, under one core" % RATE,
               rate >= RATE - 0.5 and share < 1)
 

@@ -17,7 +17,8 @@ packages_docs="python3-sphinx python3-myst-parser furo"
 
 packages_lint="clang clang-format clang-tidy"
 
-packages_bench="libaravis-dev python3-numpy python3-pil python3-opencv ffmpeg gir1.2-aravis-0.8 python3-gi aravis-tools"
+packages_bench="libaravis-dev python3-numpy python3-pil python3-opencv ffmpeg gir1.2-aravis-0.8 python3-gi aravis-tools chromium
+    fonts-dejavu-core"
 
 # missing_packages NAMES: those that are not installed.
 missing_packages() {
