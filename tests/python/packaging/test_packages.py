@@ -97,6 +97,34 @@ def test_wheel_installs_and_works_in_a_fresh_environment(wheel, tmp_path):
     assert "libZelCameraApiPy" in run(python, "-m", "pip", "show", "-f", "libZelCameraApiPy")
 
 
+@pytest.mark.long
+def test_wheel_works_on_a_bare_debian(wheel, tmp_path):
+    """Nothing but the C and C++ runtime and an interpreter. BARE_ROOT names a root made before."""
+    if os.geteuid() or shutil.which("debootstrap") is None:
+        pytest.skip("a root needs the administrator and debootstrap")
+    root = pathlib.Path(os.environ.get("BARE_ROOT", tmp_path / "root"))
+    if not (root / "etc").exists():
+        made = subprocess.run(["debootstrap", "--variant=minbase", "--include=python3-venv,libstdc++6",
+                               "bookworm", str(root)], stdout=subprocess.DEVNULL)
+        if made.returncode:
+            pytest.skip("no packages can be got")
+    assert not list(root.glob("usr/lib/*/libtiff.so*")) and not list(root.glob("usr/include/c++"))
+    place = root / "tmp" / tmp_path.name
+    place.mkdir()
+    shutil.copy(wheel, place)
+    (place / "first.py").write_text(FIRST_STEPS)
+    own = root.joinpath(*pathlib.Path(sys.base_prefix).parts[1:])
+    own.mkdir(parents=True, exist_ok=True)
+    # The interpreter under test, unless it is Debian's and there already.
+    mount = "" if sys.base_prefix == "/usr" else 'mount --bind "$3" "$1$3";'
+    script = """mount -t proc proc "$1/proc"; %s exec chroot "$1" sh -ec 'cd "$0"; "$1" -m venv v
+v/bin/pip install --no-index --quiet *.whl; v/bin/python first.py; v/bin/zelcam list' "/tmp/$2" "$4" """
+    python = os.path.join(sys.base_prefix, "bin", "python3")
+    told = run("unshare", "-m", "sh", "-ec", script % mount, "sh", root, place.name, sys.base_prefix,
+               python)
+    assert "ZG-1936M" in told and (place / "layer.png").stat().st_size > 10000
+
+
 def test_sdist_holds_what_is_needed_to_build(tmp_path):
     if shutil.which("git") is None or not (ROOT / ".git").exists():
         pytest.skip("no git checkout here")
