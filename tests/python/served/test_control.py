@@ -1,8 +1,11 @@
 """Finding, addressing and describing served cameras."""
 
 import os
+import pathlib
 import random
 import struct
+import subprocess
+import sys
 import time
 
 import pytest
@@ -13,6 +16,16 @@ from gige_client import CCP, Refused, address_number, discover
 
 def text(identity, offset, size):
     return identity[offset:offset + size].split(b"\0")[0].decode()
+
+
+def test_one_command_of_the_example_is_obeyed_by_all(serve, small):
+    serve("127.0.0.2", "127.0.0.3", config=small)
+    example = pathlib.Path(__file__).parents[3] / "examples" / "action_command.py"
+    result = subprocess.run([sys.executable, str(example), "--frames", "2"], timeout=60,
+                            env=dict(os.environ, ZELCAM_SIMULATOR="off", ZELCAM_VISION="lo"),
+                            stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+    assert result.returncode == 0, result.stdout + result.stderr
+    assert [result.stdout.count(serial) for serial in (b"(S0)", b"(S1)")] == [2, 2]
 
 
 @pytest.mark.parametrize("to", ["127.255.255.255", "255.255.255.255"])
