@@ -498,7 +498,7 @@ ZelCamErr StreamImpl::start(TransportStream& transport, std::uint64_t frames)
             counters_ = StreamCounters();
         }
         acquiring_ = true;
-        code = camera_.start();
+        code = transport.controlsCamera() ? camera_.start() : ZelErr::kOk;
         if (code == ZelErr::kOk) {
             base::log(base::LogChannel::Backend, "%s: stream %u started", device_.name(), index_);
             return code;
@@ -514,7 +514,7 @@ ZelCamErr StreamImpl::start(TransportStream& transport, std::uint64_t frames)
 
 ZelCamErr StreamImpl::stop(TransportStream& transport, bool atOnce)
 {
-    const ZelCamErr cameraCode = camera_.stop(atOnce);
+    const ZelCamErr cameraCode = transport.controlsCamera() ? camera_.stop(atOnce) : ZelErr::kOk;
     const ZelCamErr hostCode = transport.stop(atOnce);
     camera_.lockTransport(false);
     acquiring_ = false;

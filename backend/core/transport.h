@@ -126,6 +126,8 @@ public:
     virtual ZelCamErr stop(bool kill) = 0;
     /// May be called at any time beside the other operations.
     virtual StreamCounters counters() = 0;
+    /// False: it listens beside the client that controls the camera, which gets no commands.
+    virtual bool controlsCamera() const { return true; }
     /// Modules whose features belong to the stream (GenTL: the DS port); borrowed.
     virtual std::vector<genapi::FeatureSource*> features() { return {}; }
 };

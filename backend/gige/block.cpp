@@ -69,6 +69,8 @@ void Block::open(std::uint64_t number, std::uint64_t rawId, bool extended, const
     trailer_ = {};
     told_ = partCount_ = imagePart_ = bytes_ = end_ = 0;
     last_ = next_ = count_ = asked_ = 0;
+    askedAt_ = {};
+    answered_ = false;
     lastPacket_ = now;
     plan_.clear();
     bits_.clear();

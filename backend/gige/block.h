@@ -69,7 +69,20 @@ public:
     /// Packets that may be asked for again before the frame is given up.
     std::uint32_t resendBudget() const { return (lastIndex() + 1) / 4 + 32; }
     std::uint32_t asked() const { return asked_; }
-    void countAsked(std::uint32_t packets) { asked_ += packets; }
+    void countAsked(std::uint32_t packets, Clock::time_point now)
+    {
+        asked_ += packets;
+        askedAt_ = askedAt_ != Clock::time_point{} ? askedAt_ : now;
+    }
+    /// Time since packets were first asked for; once for each frame, at the first of them that
+    /// came, 0 otherwise: requests that were sent twice tell nothing of the time that an answer
+    /// takes.
+    Clock::duration takeRoundTrip(Clock::time_point now)
+    {
+        const bool measured = askedAt_ != Clock::time_point{} && !answered_;
+        answered_ = answered_ || measured;
+        return measured ? now - askedAt_ : Clock::duration::zero();
+    }
 
     std::size_t packetData() const { return packetData_; }
     /// Where the packets after the highest one belong: memory for the data of packet `*first` and
@@ -135,6 +148,8 @@ private:
     std::size_t bytes_ = 0;           ///< Of payload that are there.
     std::size_t end_ = 0;             ///< Behind the last byte that came.
     std::uint32_t asked_ = 0;
+    Clock::time_point askedAt_{}; ///< First request; none: not yet.
+    bool answered_ = false;       ///< The first of them came.
     Clock::time_point lastPacket_{};
     ResendPlan plan_;
 };

@@ -222,6 +222,9 @@ ZelCamErr CameraSource::read(std::uint64_t address, void* data, std::size_t size
 
 ZelCamErr CameraSource::write(std::uint64_t address, const void* data, std::size_t size)
 {
+    if (readOnly_) {
+        return ZelErr::kGenTLAccessDenied;
+    }
     if (size > 0 && !reaches(address, size)) {
         return ZelErr::kGenTLInvalidAddress;
     }

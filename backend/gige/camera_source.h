@@ -18,16 +18,17 @@ namespace gige
 class CameraSource final : public genapi::FeatureSource
 {
 public:
-    /// `control` is borrowed. No packet size above `largestPacket` is written.
-    CameraSource(ControlChannel& control, std::uint32_t largestPacket)
-        : control_(control), largestPacket_(largestPacket)
+    /// `control` is borrowed. No packet size above `largestPacket` is written; `readOnly`: nothing.
+    CameraSource(ControlChannel& control, std::uint32_t largestPacket, bool readOnly = false)
+        : control_(control), largestPacket_(largestPacket), readOnly_(readOnly)
     {
     }
 
     /// Out of the camera's own memory only: what it says of files of this host or of the web is not
     /// followed (-1008). Where it is old it says the byte order that such cameras really have.
     ZelCamErr description(std::string* document) override;
-    /// -1015 beyond the address space, else as ControlChannel.
+    /// -1015 beyond the address space, -1005 for writes where only reading is allowed, else as
+    /// ControlChannel.
     ZelCamErr read(std::uint64_t address, void* data, std::size_t size) override;
     ZelCamErr write(std::uint64_t address, const void* data, std::size_t size) override;
 
@@ -39,6 +40,7 @@ private:
 
     ControlChannel& control_;
     const std::uint32_t largestPacket_;
+    const bool readOnly_;
     /// Four bytes are a register: cameras with old descriptions turn it into network byte order.
     std::atomic<bool> wordsAreRegisters_{false};
 };

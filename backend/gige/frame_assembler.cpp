@@ -36,6 +36,7 @@ void FrameAssembler::start(const Settings& settings)
     forget();
     joined_ = false;
     usualPackets_ = 0;
+    roundTrip_ = {};
 }
 
 void FrameAssembler::forget()
@@ -201,8 +202,12 @@ void FrameAssembler::take(Bytes headerBytes, Bytes data, Clock::time_point now)
         ++numbers_.malformed;
         return;
     }
-    if (header.status == wire::status::kPacketResend || (header.flags & wire::kPacketResent) != 0) {
-        ++numbers_.resent;
+    const bool again =
+        header.status == wire::status::kPacketResend || (header.flags & wire::kPacketResent) != 0;
+    numbers_.resent += again ? 1 : 0;
+    // Not every camera marks what it sends again; what comes behind the newest packet was missing.
+    if (again || (block->asked() > 0 && header.packetId + 1 < block->nextIndex())) {
+        learnRoundTrip(block->takeRoundTrip(now));
     }
     if (!hadLeader && block->hasLeader()) {
         newestTimestamp_ = std::max(newestTimestamp_, block->leader().timestamp);
@@ -216,6 +221,19 @@ void FrameAssembler::take(Bytes headerBytes, Bytes data, Clock::time_point now)
     if (open_.front()->isDone()) {
         closeDone();
     }
+}
+
+/// An answer is not overdue before the time that answers take here.
+void FrameAssembler::learnRoundTrip(Clock::duration trip)
+{
+    if (trip == Clock::duration::zero()) {
+        return;
+    }
+    const auto now = std::chrono::duration_cast<std::chrono::microseconds>(trip);
+    // Slower ones count at once, faster ones bit by bit.
+    roundTrip_ = now > roundTrip_ ? now : (roundTrip_ * 7 + now) / 8;
+    settings_.resend.again =
+        std::clamp(2 * roundTrip_, ResendRules::kShortestAgain, ResendRules::kLongestAgain);
 }
 
 void FrameAssembler::closeDone()
@@ -299,7 +317,7 @@ void FrameAssembler::runTimers(Clock::time_point now)
                     block->resendBudget() - std::min(block->asked(), block->resendBudget())) {
                     return false;
                 }
-                block->countAsked(count);
+                block->countAsked(count, now);
                 ++numbers_.requests;
                 numbers_.asked += count;
                 road_.requestResend(block->rawId(), block->extended(), first, last);

@@ -28,7 +28,23 @@ constexpr std::uint32_t kSmallestPacket = 64;
 
 } // namespace
 
-ZelCamErr GigeDevice::open(const NetworkAdapter& adapter, std::uint32_t address,
+ZelCamErr GigeDevice::takeControl(ControlChannel& control)
+{
+    std::uint32_t privilege = 0;
+    ZelCamErr code = control.readRegister(wire::reg::kControlPrivilege, &privilege);
+    if (code == ZelErr::kOk && (privilege & kPrivilege) != 0) {
+        return ZelErr::kGenTLAccessDenied; // Another client controls it; it is not touched.
+    }
+    if (code == ZelErr::kOk) {
+        code = control.writeRegister(wire::reg::kControlPrivilege, wire::kPrivilegeControl);
+    }
+    if (code == ZelErr::kOk) {
+        code = control.readRegister(wire::reg::kControlPrivilege, &privilege);
+    }
+    return code == ZelErr::kOk && (privilege & kPrivilege) == 0 ? ZelErr::kGenTLAccessDenied : code;
+}
+
+ZelCamErr GigeDevice::open(const NetworkAdapter& adapter, std::uint32_t address, Access access,
                            std::unique_ptr<core::TransportDevice>* device)
 {
     auto control = std::make_unique<ControlChannel>();
@@ -38,34 +54,28 @@ ZelCamErr GigeDevice::open(const NetworkAdapter& adapter, std::uint32_t address,
     }
     std::uint32_t privilege = 0;
     if (code == ZelErr::kOk) {
-        code = control->readRegister(wire::reg::kControlPrivilege, &privilege);
-    }
-    if (code == ZelErr::kOk && (privilege & kPrivilege) != 0) {
-        return ZelErr::kGenTLAccessDenied; // Another client controls it; it is not touched.
-    }
-    if (code == ZelErr::kOk) {
-        code = control->writeRegister(wire::reg::kControlPrivilege, wire::kPrivilegeControl);
-    }
-    if (code == ZelErr::kOk) {
-        code = control->readRegister(wire::reg::kControlPrivilege, &privilege);
-    }
-    if (code == ZelErr::kOk && (privilege & kPrivilege) == 0) {
-        code = ZelErr::kGenTLAccessDenied;
+        code = access == Access::Control
+                   ? takeControl(*control)
+                   : control->readRegister(wire::reg::kControlPrivilege, &privilege);
     }
     if (code != ZelErr::kOk) {
         base::log(base::LogChannel::Gige, "open %s: %d", base::formatIpv4(address).c_str(), code);
         return control->isLost() || code == ZelErr::kGenTLIo ? ZelErr::kGenTLInvalidId : code;
     }
-    *device = std::make_unique<GigeDevice>(std::move(control), adapter);
+    *device = std::make_unique<GigeDevice>(std::move(control), adapter, access);
     return ZelErr::kOk;
 }
 
-GigeDevice::GigeDevice(std::unique_ptr<ControlChannel> control, const NetworkAdapter& adapter)
-    : control_(std::move(control)), adapter_(adapter),
+GigeDevice::GigeDevice(std::unique_ptr<ControlChannel> control, const NetworkAdapter& adapter,
+                       Access access)
+    : control_(std::move(control)), adapter_(adapter), listening_(access == Access::Listen),
       largestPacket_(largestPacket(adapter, control_->device())),
-      camera_(*control_, largestPacket_), features_("GigEDevice", "GigE Vision control channel")
+      camera_(*control_, largestPacket_, listening_),
+      features_("GigEDevice", "GigE Vision control channel")
 {
-    ControlKeeper::instance().add(control_.get());
+    if (!listening_) {
+        ControlKeeper::instance().add(control_.get());
+    }
     control_->onSilence([this] {
         const std::lock_guard<std::mutex> lock(watchMutex_);
         silent_ = true;
@@ -91,7 +101,7 @@ GigeDevice::~GigeDevice()
     watchWake_.notify_all();
     watcher_.join();
     ControlKeeper::instance().remove(control_.get());
-    if (!control_->isLost()) {
+    if (!listening_ && !control_->isLost()) {
         static_cast<void>(control_->writeRegister(wire::reg::kControlPrivilege, 0));
     }
 }
@@ -100,7 +110,8 @@ GigeDevice::~GigeDevice()
 void GigeDevice::prepare()
 {
     std::uint32_t capability = 0;
-    if (control_->readRegister(wire::reg::kControlCapability, &capability) == ZelErr::kOk) {
+    if (!listening_ &&
+        control_->readRegister(wire::reg::kControlCapability, &capability) == ZelErr::kOk) {
         namespace can = wire::capability;
         namespace set = wire::configuration;
         std::uint32_t wanted = (capability & can::kPendingAck) != 0 ? set::kPendingAck : 0U;
@@ -114,7 +125,9 @@ void GigeDevice::prepare()
     if (control_->readRegister(wire::reg::kStreamChannelCount, &streams) == ZelErr::kOk) {
         streamCount_ = std::clamp(streams, 1U, kMostStreams);
     }
-    static_cast<void>(negotiatePacketSize(*control_, largestPacket_, adapter_.loopback));
+    if (!listening_) {
+        static_cast<void>(negotiatePacketSize(*control_, largestPacket_, adapter_.loopback));
+    }
 }
 
 features::Feature& GigeDevice::registerFeature(const char* name, const char* toolTip,
@@ -127,8 +140,8 @@ features::Feature& GigeDevice::registerFeature(const char* name, const char* too
             return FeatureValue(std::int64_t{readForHook(address)});
         })
         .onWrite([this, address](std::size_t, const FeatureValue& value) {
-            return control_->writeRegister(
-                address, static_cast<std::uint32_t>(std::get<std::int64_t>(value)));
+            return change(address, 0xFFFFFFFFU,
+                          static_cast<std::uint32_t>(std::get<std::int64_t>(value)));
         });
 }
 
@@ -142,8 +155,12 @@ std::uint32_t GigeDevice::readForHook(std::uint32_t address)
 /// Replaces the bits of `mask` in a register.
 ZelCamErr GigeDevice::change(std::uint32_t address, std::uint32_t mask, std::uint32_t value)
 {
+    if (listening_) {
+        return ZelErr::kGenTLAccessDenied;
+    }
     std::uint32_t now = 0;
-    const ZelCamErr code = control_->readRegister(address, &now);
+    const ZelCamErr code =
+        mask == 0xFFFFFFFFU ? ZelErr::kOk : control_->readRegister(address, &now);
     return code != ZelErr::kOk ? code
                                : control_->writeRegister(address, (now & ~mask) | (value & mask));
 }
@@ -176,7 +193,7 @@ void GigeDevice::declareFeatures()
         .expert()
         .lockedIf([this] {
             const std::lock_guard<std::mutex> lock(mutex_);
-            return !streamSinks_.empty(); // It would close their channel.
+            return listening_ || !streamSinks_.empty(); // It would close their channel.
         })
         .onExecute([this](std::size_t) {
             return negotiatePacketSize(*control_, largestPacket_, adapter_.loopback);
@@ -215,13 +232,13 @@ void GigeDevice::declarePersistentIp()
 }
 
 /// Reading its privilege tells the camera that we are there, and us whether it is still ours.
-bool GigeDevice::isStillOurs()
+bool GigeDevice::isStillThere()
 {
     std::uint32_t privilege = 0;
     const ZelCamErr code = control_->readRegister(wire::reg::kControlPrivilege, &privilege);
     // One that asks for patience or is busy is there; one that was restarted is nobody's.
     return code == ZelErr::kGenTLTimeout || code == ZelErr::kGenTLBusy ||
-           (code == ZelErr::kOk && (privilege & kPrivilege) != 0);
+           (code == ZelErr::kOk && (listening_ || (privilege & kPrivilege) != 0));
 }
 
 void GigeDevice::watch()
@@ -233,7 +250,7 @@ void GigeDevice::watch()
             return;
         }
         lock.unlock();
-        if (!isStillOurs()) {
+        if (!isStillThere()) {
             lost();
             return;
         }
@@ -270,7 +287,9 @@ ZelCamErr GigeDevice::openStream(std::uint32_t index, core::StreamSink* sink,
     if (index >= streamCount_) {
         return ZelErr::kGenTLInvalidIndex;
     }
-    *stream = std::make_unique<GigeStream>(*control_, index, sink, [this, sink] {
+    const int towards = adapterTowards(control_->device());
+    const GigeStream::Where where{index, towards != 0 ? towards : adapter_.index, listening_};
+    *stream = std::make_unique<GigeStream>(*control_, where, sink, [this, sink] {
         const std::lock_guard<std::mutex> lock(mutex_);
         streamSinks_.erase(std::remove(streamSinks_.begin(), streamSinks_.end(), sink),
                            streamSinks_.end());
@@ -285,6 +304,9 @@ void GigeDevice::startEvents(core::DeviceSink* sink)
     {
         const std::lock_guard<std::mutex> lock(mutex_);
         sink_ = sink;
+    }
+    if (listening_) {
+        return; // The message channel is the other client's.
     }
     messages_ = std::make_unique<MessageChannel>(
         *control_, [this](const wire::Event& event) { deliver(event); });

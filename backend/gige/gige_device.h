@@ -21,11 +21,18 @@ namespace gige
 class GigeDevice final : public core::TransportDevice
 {
 public:
-    /// -1005 when another client has control, -1007 when there is no answer.
-    static ZelCamErr open(const NetworkAdapter& adapter, std::uint32_t address,
+    enum class Access {
+        Control,
+        Listen, ///< Nothing is written; its stream is what another client lets it send to a group.
+    };
+
+    /// -1005 when another client has control (Listen: has it for itself alone), -1007 when there is
+    /// no answer.
+    static ZelCamErr open(const NetworkAdapter& adapter, std::uint32_t address, Access access,
                           std::unique_ptr<core::TransportDevice>* device);
 
-    GigeDevice(std::unique_ptr<ControlChannel> control, const NetworkAdapter& adapter);
+    GigeDevice(std::unique_ptr<ControlChannel> control, const NetworkAdapter& adapter,
+               Access access);
     ~GigeDevice() override;
     GigeDevice(const GigeDevice&) = delete;
     GigeDevice& operator=(const GigeDevice&) = delete;
@@ -48,12 +55,14 @@ private:
     std::uint32_t readForHook(std::uint32_t address);
     ZelCamErr change(std::uint32_t address, std::uint32_t mask, std::uint32_t value);
     void watch();
-    bool isStillOurs();
+    static ZelCamErr takeControl(ControlChannel& control);
+    bool isStillThere();
     void lost();
     void deliver(const wire::Event& event);
 
     const std::unique_ptr<ControlChannel> control_;
     const NetworkAdapter adapter_;
+    const bool listening_;
     const std::uint32_t largestPacket_;
     CameraSource camera_;
     std::uint32_t streamCount_ = 1;

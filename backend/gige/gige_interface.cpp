@@ -130,6 +130,15 @@ void GigeInterface::declareFeatures()
         const std::lock_guard<std::mutex> lock(mutex_);
         return FeatureValue(static_cast<std::int64_t>(devices_.size()));
     });
+    table
+        .boolean("GevDeviceOpenListening",
+                 "Devices are opened from now on to listen beside the client that controls them.")
+        .expert()
+        .value(std::int64_t{0})
+        .onWrite([this](std::size_t, const FeatureValue& value) {
+            listen_ = std::get<std::int64_t>(value) != 0;
+            return ZelErr::kOk;
+        });
     declareAction();
     table.finish();
 }
@@ -307,7 +316,8 @@ ZelCamErr GigeInterface::openDevice(const std::string& id,
     if (!find(id, &record)) {
         return ZelErr::kGenTLInvalidId;
     }
-    return GigeDevice::open(adapter(), record.address, device);
+    const auto access = listen_ ? GigeDevice::Access::Listen : GigeDevice::Access::Control;
+    return GigeDevice::open(adapter(), record.address, access, device);
 }
 
 } // namespace gige

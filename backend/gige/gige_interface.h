@@ -5,6 +5,7 @@
 #include "features/table_source.h"
 #include "gige/discovery.h"
 
+#include <atomic>
 #include <map>
 #include <mutex>
 
@@ -48,6 +49,7 @@ private:
     NetworkAdapter adapter_;
     const std::string name_;
     std::map<std::string, wire::DiscoveryRecord> devices_; ///< By device id, last enumeration.
+    std::atomic<bool> listen_{false};                      ///< How devices are opened.
     features::TableSource features_;
 };
 

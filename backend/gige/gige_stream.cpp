@@ -4,6 +4,8 @@
 #include "base/log.h"
 #include "base/operation_guard.h"
 #include "base/thread.h"
+#include "gige/ring_reader.h"
+#include "gige/socket_reader.h"
 #include "gige/wire/bootstrap.h"
 
 #include <poll.h>
@@ -34,9 +36,9 @@ constexpr std::uint32_t kDefaultPacketSize = 1500;
 
 } // namespace
 
-GigeStream::GigeStream(ControlChannel& control, std::uint32_t channel, core::StreamSink* sink,
+GigeStream::GigeStream(ControlChannel& control, const Where& where, core::StreamSink* sink,
                        std::function<void()> closed)
-    : control_(control), channel_(channel), sink_(sink), closed_(std::move(closed)),
+    : control_(control), where_(where), sink_(sink), closed_(std::move(closed)),
       features_("GigEStream", "Data stream"), assembler_(*this, numbers_),
       wake_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
 {
@@ -97,7 +99,7 @@ void GigeStream::declareFeatures()
 
 std::uint32_t GigeStream::streamRegister(std::uint32_t offset) const
 {
-    return wire::streamRegister(channel_, offset);
+    return wire::streamRegister(where_.channel, offset);
 }
 
 // ---- Buffers
@@ -174,7 +176,7 @@ void GigeStream::requestResend(std::uint64_t rawId, bool extended, std::uint32_t
     requestId_ =
         requestId_ == 0xFFFF ? std::uint16_t{1} : static_cast<std::uint16_t>(requestId_ + 1);
     wire::ResendRequest request;
-    request.channel = static_cast<std::uint16_t>(channel_);
+    request.channel = static_cast<std::uint16_t>(where_.channel);
     request.blockId = rawId;
     request.first = first;
     request.last = last;
@@ -184,31 +186,61 @@ void GigeStream::requestResend(std::uint64_t rawId, bool extended, std::uint32_t
 
 // ---- Starting and stopping
 
-ZelCamErr GigeStream::openChannel()
+/// Where the client that has control lets the camera send to. Only a group has room for us.
+ZelCamErr GigeStream::listenAlong(StreamSocket::Ends* ends)
 {
-    if (socket_.isOpen() && !options_.changed) {
-        return ZelErr::kOk;
+    std::uint32_t port = 0;
+    ZelCamErr code =
+        control_.readRegister(streamRegister(wire::stream::kDestination), &ends->group);
+    if (code == ZelErr::kOk) {
+        code = control_.readRegister(streamRegister(wire::stream::kPort), &port);
     }
-    source_.reset();
-    options_.changed = false;
-    ZelCamErr code = socket_.open(control_.localAddress(), control_.device(),
-                                  static_cast<int>(options_.socketBuffer.load()));
+    ends->port = static_cast<std::uint16_t>(port & wire::kPortMask);
+    if (code == ZelErr::kOk && (!wire::isMulticast(ends->group) || ends->port == 0)) {
+        code = ZelErr::kGenTLNotAvailable;
+    }
+    return code;
+}
+
+ZelCamErr GigeStream::openSockets()
+{
+    StreamSocket::Ends ends;
+    ends.local = control_.localAddress();
+    ends.camera = control_.device();
+    ends.group = static_cast<std::uint32_t>(options_.multicast.load());
+    ZelCamErr code = where_.listening ? listenAlong(&ends) : ZelErr::kOk;
+    if (code == ZelErr::kOk) {
+        code = socket_.open(ends, static_cast<int>(options_.socketBuffer.load()));
+    }
     if (code == ZelErr::kOk) {
         requests_ = UdpSocket(control_.localAddress());
         code = requests_.isOpen() && requests_.connectTo(control_.device(), wire::kControlPort)
                    ? ZelErr::kOk
                    : ZelErr::kGenTLResourceExhausted;
     }
-    // With the port set the channel is open: the address goes first.
-    if (code == ZelErr::kOk) {
-        code = control_.writeRegister(streamRegister(wire::stream::kDestination),
-                                      control_.localAddress());
+    return code;
+}
+
+ZelCamErr GigeStream::openChannel()
+{
+    // What somebody else has set up may be another one by now.
+    if (socket_.isOpen() && !options_.changed && !where_.listening) {
+        return ZelErr::kOk;
     }
-    if (code == ZelErr::kOk) {
+    source_.reset();
+    options_.changed = false;
+    ZelCamErr code = openSockets();
+    // With the port set the channel is open: the address goes first.
+    if (code == ZelErr::kOk && !where_.listening) {
+        code = control_.writeRegister(streamRegister(wire::stream::kDestination),
+                                      socket_.destination());
+    }
+    if (code == ZelErr::kOk && !where_.listening) {
         code = control_.writeRegister(streamRegister(wire::stream::kPort), socket_.localPort());
     }
     if (code != ZelErr::kOk) {
         socket_.close();
+        options_.changed = true;
         return code;
     }
     // Not every camera tells the port that it sends from.
@@ -225,11 +257,27 @@ ZelCamErr GigeStream::openChannel()
 
 void GigeStream::closeChannel()
 {
-    if (socket_.isOpen() && !control_.isLost()) {
+    if (socket_.isOpen() && !where_.listening && !control_.isLost()) {
         static_cast<void>(control_.writeRegister(streamRegister(wire::stream::kPort), 0));
     }
     source_.reset();
     socket_.close();
+}
+
+ZelCamErr GigeStream::makeSource(std::size_t packetSize)
+{
+    source_.reset(); // Before the next one: both set up the same socket.
+    const auto method = static_cast<ReceiveMethod>(options_.method.load());
+    if (method != ReceiveMethod::Ring) {
+        source_ = std::make_unique<SocketReader>(socket_, method, packetSize);
+        return ZelErr::kOk;
+    }
+    auto ring = std::make_unique<RingReader>(socket_, where_.adapter, packetSize);
+    const ZelCamErr code = ring->open(static_cast<std::size_t>(options_.socketBuffer.load()));
+    if (code == ZelErr::kOk) {
+        source_ = std::move(ring);
+    }
+    return code;
 }
 
 ZelCamErr GigeStream::readSettings(FrameAssembler::Settings* settings)
@@ -264,12 +312,12 @@ ZelCamErr GigeStream::start(std::uint64_t frames)
     if (code == ZelErr::kOk) {
         code = readSettings(&settings);
     }
+    if (code == ZelErr::kOk) {
+        code = makeSource(settings.packetSize);
+    }
     if (code != ZelErr::kOk) {
         return code;
     }
-    source_.reset();
-    source_ = std::make_unique<SocketReader>(
-        socket_, static_cast<ReceiveMethod>(options_.method.load()), settings.packetSize);
     // A camera that was started earlier has sent to nobody until now.
     socket_.discard();
     static_cast<void>(socket_.takeStrangers());

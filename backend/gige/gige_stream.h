@@ -26,8 +26,15 @@ namespace gige
 class GigeStream final : public core::TransportStream, private FrameRoad
 {
 public:
+    struct Where {
+        std::uint32_t channel = 0; ///< Of the camera's stream channels.
+        int adapter = 0;           ///< Number of the adapter that the packets come by.
+        /// Another client has control: what it has set up is received, nothing is written.
+        bool listening = false;
+    };
+
     /// `control` is borrowed; `closed` is called once by the destructor, after the last callback.
-    GigeStream(ControlChannel& control, std::uint32_t channel, core::StreamSink* sink,
+    GigeStream(ControlChannel& control, const Where& where, core::StreamSink* sink,
                std::function<void()> closed);
     ~GigeStream() override;
 
@@ -41,6 +48,7 @@ public:
     ZelCamErr start(std::uint64_t frames) override;
     ZelCamErr stop(bool kill) override;
     core::StreamCounters counters() override;
+    bool controlsCamera() const override { return !where_.listening; }
     std::vector<genapi::FeatureSource*> features() override { return {&features_}; }
 
 private:
@@ -58,6 +66,9 @@ private:
     void declareFeatures();
     std::uint32_t streamRegister(std::uint32_t offset) const;
     ZelCamErr openChannel();
+    ZelCamErr openSockets();
+    ZelCamErr listenAlong(StreamSocket::Ends* ends);
+    ZelCamErr makeSource(std::size_t packetSize);
     void closeChannel();
     ZelCamErr readSettings(FrameAssembler::Settings* settings);
     void receive();
@@ -67,7 +78,7 @@ private:
     void await(Clock::time_point due);
 
     ControlChannel& control_;
-    const std::uint32_t channel_;
+    const Where where_;
     core::StreamSink* const sink_;
     const std::function<void()> closed_;
     ReceiverOptions options_;

@@ -1,5 +1,8 @@
 #include "gige/receiver_options.h"
 
+#include "gige/wire/bootstrap.h"
+#include "zel_err.h"
+
 namespace gige
 {
 
@@ -71,9 +74,26 @@ void ReceiverOptions::declare(features::FeatureTable& table)
         .entry("Joined", entry(ReceiveMethod::Joined), "As the network has joined them.")
         .entry("Batch", entry(ReceiveMethod::Batch), "Many at a call.")
         .entry("Single", entry(ReceiveMethod::Single), "One at a call.")
+        .entry("Ring", entry(ReceiveMethod::Ring),
+               "From memory that the system fills; wants CAP_NET_RAW.")
         .expert()
         .value(method.load())
         .onWrite(number(&method));
+    table
+        .integer("StreamMulticastAddress",
+                 "Group that the camera sends to, for other hosts to listen; 0: to this one alone.")
+        .representation("IPV4Address")
+        .expert()
+        .range(std::int64_t{0}, std::int64_t{0xFFFFFFFF})
+        .onWrite([this](std::size_t, const FeatureValue& value) {
+            const std::int64_t group = std::get<std::int64_t>(value);
+            if (group != 0 && !wire::isMulticast(static_cast<std::uint32_t>(group))) {
+                return ZelErr::kGenTLInvalidValue;
+            }
+            multicast = group;
+            changed = true;
+            return ZelErr::kOk;
+        });
 }
 
 } // namespace gige

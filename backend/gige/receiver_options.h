@@ -25,7 +25,8 @@ struct ReceiverOptions {
     /// Bytes. Frames wait here while the receiver gets no processor.
     std::atomic<std::int64_t> socketBuffer{16 << 20};
     std::atomic<std::int64_t> method{static_cast<std::int64_t>(ReceiveMethod::Automatic)};
-    std::atomic<bool> changed{true}; ///< Of what the sockets are made from.
+    std::atomic<std::int64_t> multicast{0}; ///< Group that the camera sends to; 0: to us alone.
+    std::atomic<bool> changed{true};        ///< Of what the sockets are made from.
 };
 
 } // namespace gige

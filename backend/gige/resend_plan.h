@@ -12,9 +12,12 @@ namespace gige
 /// How patiently missing packets are asked for.
 struct ResendRules {
     bool enabled = true;
-    std::chrono::microseconds first{300};  ///< After a gap was seen: packets may come out of order.
-    std::chrono::microseconds again{3000}; ///< After the first request; doubled each time.
+    std::chrono::microseconds first{300}; ///< After a gap was seen: packets may come out of order.
+    std::chrono::microseconds again{kShortestAgain}; ///< After a request; doubled each time.
     int tries = 6;
+    /// Bounds for `again`, which follows the time that answers take.
+    static constexpr std::chrono::microseconds kShortestAgain{3000};
+    static constexpr std::chrono::microseconds kLongestAgain{25000};
     /// Without requests: how long packets out of order are waited for.
     static constexpr std::chrono::microseconds kDisorder{2000};
 };

@@ -27,16 +27,6 @@ constexpr int kGiveUpJoining = 400;
 // What the system counts for a packet, by experience: its own structures and rounding.
 constexpr std::size_t kMemoryPerByte = 4;
 
-/// Whether a packet is a leader as cameras send them: nothing else tells where a camera sends from.
-bool beginsFrame(Bytes packet)
-{
-    wire::StreamHeader header;
-    wire::Leader leader;
-    return wire::parseStreamHeader(packet, &header) && header.format == wire::Format::Leader &&
-           wire::readLeader(header, packet.from(header.size()), &leader) &&
-           wire::leaderSize(leader.payloadType) != 0;
-}
-
 } // namespace
 
 /// Memory of the calls; allocated once.
@@ -68,8 +58,7 @@ SocketReader::~SocketReader() { setJoining(false); }
 
 void SocketReader::setJoining(bool on)
 {
-    const int value = on ? 1 : 0;
-    if (::setsockopt(descriptor(), SOL_UDP, UDP_GRO, &value, sizeof value) != 0 && on) {
+    if (!socket_.setJoining(on) && on) {
         method_ = ReceiveMethod::Batch;
     }
 }
@@ -140,7 +129,7 @@ int SocketReader::receiveChecked(FrameAssembler& assembler, StreamNumbers& numbe
     readControl(&message, numbers, &joined);
     const Sender sender{ntohl(from.sin_addr.s_addr), ntohs(from.sin_port), 0};
     const Bytes whole(buffers_->overflow.data(), size);
-    if (!socket_.admits(sender, beginsFrame(whole))) {
+    if (!socket_.admits(sender, whole.first(joined))) {
         ++numbers.strangers;
         return 1;
     }

@@ -20,6 +20,7 @@ enum class ReceiveMethod : std::int64_t {
     Joined,    ///< Packets that the network has joined, many at a call (UDP_GRO).
     Batch,     ///< Many packets at a call (recvmmsg).
     Single,    ///< One packet at a call.
+    Ring,      ///< From memory that the system fills (RingReader); wants CAP_NET_RAW.
 };
 
 /// Where the next packets belong is foretold by the assembler, and there the system puts them. What

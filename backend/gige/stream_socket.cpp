@@ -1,10 +1,17 @@
 #include "gige/stream_socket.h"
 
+#include "gige/wire/leader.h"
+
+#include <linux/filter.h>
 #include <netinet/in.h>
 #include <netinet/udp.h>
 #include <sys/socket.h>
 
 #include <array>
+
+#ifndef UDP_GRO
+#define UDP_GRO 104
+#endif
 
 namespace gige
 {
@@ -21,17 +28,27 @@ void setOption(int fd, int level, int name, int value)
     ::setsockopt(fd, level, name, &value, sizeof value);
 }
 
+/// Whether a packet is a leader as cameras send them: nothing else tells where a camera sends from.
+bool beginsFrame(wire::Bytes packet)
+{
+    wire::StreamHeader header;
+    wire::Leader leader;
+    return wire::parseStreamHeader(packet, &header) && header.format == wire::Format::Leader &&
+           wire::readLeader(header, packet.from(header.size()), &leader) &&
+           wire::leaderSize(leader.payloadType) != 0;
+}
+
 } // namespace
 
-ZelCamErr StreamSocket::open(std::uint32_t localAddress, std::uint32_t camera, int bufferSize)
+ZelCamErr StreamSocket::open(const Ends& ends, int bufferSize)
 {
     close();
-    socket_ = UdpSocket(localAddress);
+    socket_ = ends.group != 0 ? UdpSocket::inGroup(ends.local, ends.group, ends.port)
+                              : UdpSocket(ends.local, ends.port);
     if (!socket_.isOpen()) {
         return ZelErr::kGenTLResourceExhausted;
     }
-    local_ = localAddress;
-    camera_ = camera;
+    ends_ = ends;
     const int fd = socket_.descriptor();
     setOption(fd, SOL_SOCKET, SO_RCVBUF, bufferSize);
     // The system counts its own memory for each packet too, and doubles what it is asked for.
@@ -57,29 +74,51 @@ void StreamSocket::close()
 
 void StreamSocket::setCameraPort(std::uint16_t port)
 {
-    if (port != 0 && socket_.connectTo(camera_, port)) {
+    if (port != 0 && socket_.connectTo(ends_.camera, port)) {
         port_ = port;
         watchStrangers();
     }
 }
 
-bool StreamSocket::admits(const Sender& sender, bool makesSense)
+bool StreamSocket::admits(const Sender& sender, wire::Bytes packet)
 {
-    if (sender.address != camera_ || (port_ != 0 && sender.port != port_)) {
+    if (sender.address != ends_.camera || (port_ != 0 && sender.port != port_)) {
         return false;
     }
-    if (port_ == 0 && makesSense) {
+    if (port_ == 0 && beginsFrame(packet)) {
         setCameraPort(sender.port);
     }
     return true;
 }
 
+void StreamSocket::setDeaf(bool deaf)
+{
+    sock_filter nothing{BPF_RET | BPF_K, 0, 0, 0};
+    const sock_fprog program{1, &nothing};
+    const int none = 0;
+    if (isOpen()) {
+        ::setsockopt(descriptor(), SOL_SOCKET, deaf ? SO_ATTACH_FILTER : SO_DETACH_FILTER,
+                     deaf ? static_cast<const void*>(&program) : &none,
+                     deaf ? sizeof program : sizeof none);
+        setJoining(deaf); // Nothing is cut to pieces that are thrown away.
+    }
+}
+
+bool StreamSocket::setJoining(bool on)
+{
+    const int value = on ? 1 : 0;
+    return ::setsockopt(descriptor(), SOL_UDP, UDP_GRO, &value, sizeof value) == 0;
+}
+
 /// The system gives a packet to the socket that is connected to its sender, and only what others
-/// send to the one that is not.
+/// send to the one that is not. Packets to a group go to all.
 void StreamSocket::watchStrangers()
 {
+    if (ends_.group != 0) {
+        return;
+    }
     const std::uint16_t port = socket_.localPort();
-    UdpSocket others = UdpSocket::beside(socket_, local_, port);
+    UdpSocket others = UdpSocket::beside(socket_, ends_.local, port);
     if (others.isOpen()) {
         setOption(others.descriptor(), SOL_SOCKET, SO_RCVBUF, kOthersBuffer);
         setOption(others.descriptor(), SOL_SOCKET, SO_RXQ_OVFL, 1);

@@ -26,23 +26,56 @@ sockaddr_in endpoint(std::uint32_t address, std::uint16_t port)
     return in;
 }
 
-/// Room for the one control message that tells or names an adapter.
-struct AdapterMessage {
-    alignas(cmsghdr) std::array<char, CMSG_SPACE(sizeof(in_pktinfo))> bytes{};
-};
-
-int arrivedBy(msghdr* message)
+/// A datagram, its other end, and the adapter that it comes or goes by, as the system wants them.
+class Message
 {
-    for (cmsghdr* part = CMSG_FIRSTHDR(message); part != nullptr;
-         part = CMSG_NXTHDR(message, part)) {
-        if (part->cmsg_level == IPPROTO_IP && part->cmsg_type == IP_PKTINFO) {
-            in_pktinfo info{};
-            std::memcpy(&info, CMSG_DATA(part), sizeof info);
-            return info.ipi_ifindex;
-        }
+public:
+    Message(void* data, std::size_t size, const sockaddr_in& peer) : peer_(peer), data_{data, size}
+    {
+        header_.msg_name = &peer_;
+        header_.msg_namelen = sizeof peer_;
+        header_.msg_iov = &data_;
+        header_.msg_iovlen = 1;
+        header_.msg_control = control_.data();
+        header_.msg_controllen = control_.size();
     }
-    return 0;
-}
+    Message(const Message&) = delete;
+    Message& operator=(const Message&) = delete;
+
+    msghdr* header() { return &header_; }
+
+    void goBy(int adapter, std::uint32_t from)
+    {
+        cmsghdr* const part = CMSG_FIRSTHDR(&header_);
+        part->cmsg_level = IPPROTO_IP;
+        part->cmsg_type = IP_PKTINFO;
+        part->cmsg_len = CMSG_LEN(sizeof(in_pktinfo));
+        in_pktinfo info{};
+        info.ipi_ifindex = adapter;
+        info.ipi_spec_dst.s_addr = htonl(from);
+        std::memcpy(CMSG_DATA(part), &info, sizeof info);
+    }
+
+    Sender cameFrom()
+    {
+        Sender sender{ntohl(peer_.sin_addr.s_addr), ntohs(peer_.sin_port), 0};
+        for (cmsghdr* part = CMSG_FIRSTHDR(&header_); part != nullptr;
+             part = CMSG_NXTHDR(&header_, part)) {
+            if (part->cmsg_level == IPPROTO_IP && part->cmsg_type == IP_PKTINFO) {
+                in_pktinfo info{};
+                std::memcpy(&info, CMSG_DATA(part), sizeof info);
+                sender.adapter = info.ipi_ifindex;
+            }
+        }
+        return sender;
+    }
+
+private:
+    sockaddr_in peer_;
+    iovec data_;
+    alignas(cmsghdr) std::array<char, CMSG_SPACE(sizeof(in_pktinfo))> control_{};
+    msghdr header_{};
+};
 
 timespec until(Clock::time_point deadline)
 {
@@ -92,6 +125,25 @@ UdpSocket::UdpSocket(std::uint32_t localAddress, std::uint16_t port)
     if (fd_ && ::bind(fd_.get(), reinterpret_cast<const sockaddr*>(&local), sizeof local) != 0) {
         fd_.reset();
     }
+}
+
+UdpSocket UdpSocket::inGroup(std::uint32_t localAddress, std::uint32_t group, std::uint16_t port)
+{
+    UdpSocket socket;
+    socket.fd_ = base::UniqueFd(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    const auto set = [&socket](int level, int name, const auto& value) {
+        return ::setsockopt(socket.descriptor(), level, name, &value, sizeof value) == 0;
+    };
+    const sockaddr_in where = endpoint(group, port);
+    ip_mreq membership{};
+    membership.imr_multiaddr.s_addr = htonl(group);
+    membership.imr_interface.s_addr = htonl(localAddress);
+    if (!socket.isOpen() || !set(SOL_SOCKET, SO_REUSEADDR, 1) ||
+        ::bind(socket.descriptor(), reinterpret_cast<const sockaddr*>(&where), sizeof where) != 0 ||
+        !set(IPPROTO_IP, IP_MULTICAST_ALL, 0) || !set(IPPROTO_IP, IP_ADD_MEMBERSHIP, membership)) {
+        socket.fd_.reset();
+    }
+    return socket;
 }
 
 UdpSocket UdpSocket::beside(UdpSocket& first, std::uint32_t localAddress, std::uint16_t port)
@@ -158,45 +210,22 @@ bool UdpSocket::sendTo(wire::Bytes datagram, std::uint32_t address, std::uint16_
 bool UdpSocket::sendBy(int adapter, std::uint32_t from, wire::Bytes datagram, std::uint32_t address,
                        std::uint16_t port) const
 {
-    sockaddr_in to = endpoint(address, port);
-    iovec data{const_cast<std::uint8_t*>(datagram.data), datagram.size};
-    AdapterMessage control;
-    msghdr message{};
-    message.msg_name = &to;
-    message.msg_namelen = sizeof to;
-    message.msg_iov = &data;
-    message.msg_iovlen = 1;
-    message.msg_control = control.bytes.data();
-    message.msg_controllen = control.bytes.size();
-    cmsghdr* const part = CMSG_FIRSTHDR(&message);
-    part->cmsg_level = IPPROTO_IP;
-    part->cmsg_type = IP_PKTINFO;
-    part->cmsg_len = CMSG_LEN(sizeof(in_pktinfo));
-    in_pktinfo info{};
-    info.ipi_ifindex = adapter;
-    info.ipi_spec_dst.s_addr = htonl(from);
-    std::memcpy(CMSG_DATA(part), &info, sizeof info);
-    return ::sendmsg(fd_.get(), &message, MSG_NOSIGNAL) == static_cast<ssize_t>(datagram.size);
+    Message message(const_cast<std::uint8_t*>(datagram.data), datagram.size,
+                    endpoint(address, port));
+    message.goBy(adapter, from);
+    return ::sendmsg(fd_.get(), message.header(), MSG_NOSIGNAL) ==
+           static_cast<ssize_t>(datagram.size);
 }
 
 wire::Bytes UdpSocket::receive(Clock::time_point deadline, std::uint8_t* buffer, Sender* sender,
                                int wake)
 {
     while (isOpen() && waitReadable(fd_.get(), wake, deadline)) {
-        sockaddr_in from{};
-        iovec data{buffer, kLongestControlPacket};
-        AdapterMessage control;
-        msghdr message{};
-        message.msg_name = &from;
-        message.msg_namelen = sizeof from;
-        message.msg_iov = &data;
-        message.msg_iovlen = 1;
-        message.msg_control = control.bytes.data();
-        message.msg_controllen = control.bytes.size();
-        const ssize_t got = ::recvmsg(fd_.get(), &message, MSG_DONTWAIT);
+        Message message(buffer, kLongestControlPacket, {});
+        const ssize_t got = ::recvmsg(fd_.get(), message.header(), MSG_DONTWAIT);
         if (got > 0) {
             if (sender != nullptr) {
-                *sender = {ntohl(from.sin_addr.s_addr), ntohs(from.sin_port), arrivedBy(&message)};
+                *sender = message.cameFrom();
             }
             return {buffer, static_cast<std::size_t>(got)};
         }

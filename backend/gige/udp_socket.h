@@ -36,6 +36,10 @@ public:
     /// One at the address and port of `first`, which is connected: it gets what others send there.
     static UdpSocket beside(UdpSocket& first, std::uint32_t localAddress, std::uint16_t port);
 
+    /// At a multicast address and a port (0: any), which others on this host may share, for what
+    /// comes by the adapter with the address `localAddress`.
+    static UdpSocket inGroup(std::uint32_t localAddress, std::uint32_t group, std::uint16_t port);
+
     bool isOpen() const { return static_cast<bool>(fd_); }
     int descriptor() const { return fd_.get(); }
     std::uint16_t localPort() const;

@@ -98,6 +98,9 @@ constexpr std::uint32_t kPacketSizeMask = 0xFFFFU;
 /// Ports stand in the low half of their registers.
 constexpr std::uint32_t kPortMask = 0xFFFFU;
 
+/// 224.0.0.0 to 239.255.255.255: a group of receivers.
+constexpr bool isMulticast(std::uint32_t address) { return address >> 28U == 0xE; }
+
 /// Bits of the control channel privilege.
 constexpr std::uint32_t kPrivilegeExclusive = 1;
 constexpr std::uint32_t kPrivilegeControl = 2;

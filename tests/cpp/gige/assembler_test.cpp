@@ -1,6 +1,7 @@
 // Frames out of packets: in every order, with losses, and out of packets that nobody meant.
 #include "gige/frame_assembler.h"
 #include "gige/wire/gvcp.h"
+#include "stream_maker.h"
 
 #include <gtest/gtest.h>
 
@@ -14,79 +15,9 @@ namespace
 
 using namespace gige;
 using namespace std::chrono_literals;
-using Packet = std::vector<std::uint8_t>;
+using namespace stream_maker;
 
-constexpr std::uint32_t kWidth = 100;
-constexpr std::uint32_t kHeight = 50;
-constexpr std::size_t kFrame = kWidth * kHeight;
-constexpr std::size_t kPacketSize = 576; // 540 bytes of data: ten packets, the last one short
-constexpr std::uint32_t kPackets = 10;
 constexpr std::size_t kGuard = 256;
-
-std::uint8_t pixel(std::uint64_t frame, std::size_t at)
-{
-    return static_cast<std::uint8_t>(at * 7 + at / 251 + frame * 31 + 1) | 1U; // never 0
-}
-
-/// A stream's packets.
-struct Maker {
-    bool extended = false;
-
-    Packet packet(std::uint64_t block, std::uint32_t id, wire::Format format,
-                  const Packet& body) const
-    {
-        Packet bytes(wire::kExtendedStreamHeader + body.size());
-        wire::Writer writer(bytes.data(), bytes.size());
-        wire::StreamHeader header;
-        header.format = format;
-        header.extended = extended;
-        header.blockId = block;
-        header.packetId = id;
-        wire::writeStreamHeader(header, &writer);
-        writer.bytes({body.data(), body.size()});
-        bytes.resize(writer.size());
-        return bytes;
-    }
-    Packet leader(std::uint64_t block, std::uint16_t type = wire::payload::kImage) const
-    {
-        Packet body(64);
-        wire::Writer writer(body.data(), body.size());
-        wire::Leader leader;
-        leader.payloadType = type;
-        leader.timestamp = block * 1000;
-        leader.image = {0x01080001, kWidth, kHeight, 0, 0, 0, 0};
-        wire::writeLeader(leader, nullptr, &writer);
-        body.resize(writer.size());
-        return packet(block, 0, wire::Format::Leader, body);
-    }
-    Packet payload(std::uint64_t block, std::uint32_t id) const
-    {
-        const std::size_t data = wire::packetData(kPacketSize, extended);
-        Packet body;
-        for (std::size_t at = (id - 1) * data; at < std::min(kFrame, id * data); ++at) {
-            body.push_back(pixel(block, at));
-        }
-        return packet(block, id, wire::Format::Payload, body);
-    }
-    Packet trailer(std::uint64_t block, std::uint32_t id = kPackets + 1) const
-    {
-        Packet body(8);
-        wire::Writer writer(body.data(), body.size());
-        wire::Trailer trailer;
-        trailer.height = kHeight;
-        wire::writeTrailer(trailer, &writer);
-        return packet(block, id, wire::Format::Trailer, body);
-    }
-    std::vector<Packet> frame(std::uint64_t block) const
-    {
-        std::vector<Packet> packets{leader(block)};
-        for (std::uint32_t id = 1; id <= kPackets; ++id) {
-            packets.push_back(payload(block, id));
-        }
-        packets.push_back(trailer(block));
-        return packets;
-    }
-};
 
 /// Memory with guards around it, deliveries and requests.
 class Road final : public FrameRoad

@@ -2,6 +2,8 @@
 #include "camera_process.h"
 #include "gige/gige_provider.h"
 #include "gige/udp_socket.h"
+#include "module_features.h"
+#include "recorder.h"
 #include "zel_camera_api.h"
 
 #include <gtest/gtest.h>
@@ -10,10 +12,7 @@
 #include <array>
 #include <atomic>
 #include <chrono>
-#include <condition_variable>
 #include <cstdlib>
-#include <deque>
-#include <mutex>
 #include <thread>
 #include <vector>
 
@@ -24,51 +23,6 @@ using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
 
 constexpr const char* kAddress = "127.0.0.1";
-
-/// Keeps what a stream and a device report.
-class Recorder final : public core::StreamSink, public core::DeviceSink
-{
-public:
-    void bufferDone(core::BufferToken token, core::FrameInfo info) override
-    {
-        const std::lock_guard<std::mutex> lock(mutex_);
-        frames_.emplace_back(token, std::move(info));
-        changed_.notify_all();
-    }
-    void streamBroken(ZelCamErr reason) override { note(&broken_, reason); }
-    void event(std::uint64_t, const void*, std::size_t) override {}
-    void featuresInvalidated() override {}
-    void deviceLost(ZelCamErr reason) override { note(&lost_, reason); }
-
-    bool next(std::pair<core::BufferToken, core::FrameInfo>* frame, std::chrono::milliseconds wait)
-    {
-        std::unique_lock<std::mutex> lock(mutex_);
-        if (!changed_.wait_for(lock, wait, [this] { return !frames_.empty(); })) {
-            return false;
-        }
-        *frame = std::move(frames_.front());
-        frames_.pop_front();
-        return true;
-    }
-    bool waitLost(std::chrono::milliseconds wait)
-    {
-        std::unique_lock<std::mutex> lock(mutex_);
-        return changed_.wait_for(lock, wait, [this] { return lost_ != 0 && broken_ != 0; });
-    }
-
-private:
-    void note(ZelCamErr* where, ZelCamErr reason)
-    {
-        const std::lock_guard<std::mutex> lock(mutex_);
-        *where = reason;
-        changed_.notify_all();
-    }
-    std::mutex mutex_;
-    std::condition_variable changed_;
-    std::deque<std::pair<core::BufferToken, core::FrameInfo>> frames_;
-    ZelCamErr lost_ = 0;
-    ZelCamErr broken_ = 0;
-};
 
 class Road : public ::testing::Test
 {
@@ -125,18 +79,6 @@ void writeRegister(core::TransportDevice& device, std::uint64_t address, std::ui
 }
 
 constexpr std::size_t kFrame = 512 * 512;
-
-/// A whole number of a module that describes itself, by the place of its register.
-std::uint64_t readFeature(genapi::FeatureSource& module, const std::string& name)
-{
-    std::string text;
-    EXPECT_EQ(module.description(&text), 0);
-    const std::size_t node = text.find("Name=\"" + name + "Reg\"");
-    const std::size_t at = text.find("<Address>", node);
-    std::array<std::uint8_t, 8> bytes{};
-    EXPECT_EQ(module.read(std::stoull(text.substr(at + 9, 20), nullptr, 0), bytes.data(), 8), 0);
-    return base::loadBig<std::uint64_t>(bytes.data());
-}
 
 TEST_F(Road, FindsDescribesAndOpensOnce)
 {

@@ -1,0 +1,219 @@
+"""The receiver of GigE Vision streams beside Aravis's, loaded by our served camera over a pair of
+virtual Ethernet adapters between two networks of their own (root only). Frames of 2.3 MB; medians of
+three runs in turn. Processor time is that of the receiving process alone."""
+import contextlib
+import json
+import os
+import shutil
+import statistics
+import subprocess
+import tempfile
+import time
+
+ROUNDS = 3
+SECONDS = 2.0
+WIDTH, HEIGHT = 1920, 1200
+GIGABYTES = WIDTH * HEIGHT / 1e9
+HOST, CAMERA = "10.77.0.1", "10.77.0.2"
+TOOL = "arv-tool-0.8"
+BUILD = None
+MBIT = 1000000 // 8
+
+
+class Wire:
+    """Two network namespaces, of a host and of a camera, and the adapters between them."""
+
+    def __init__(self, mtu):
+        self.holders = [subprocess.Popen(["unshare", "-n", "sleep", "3600"]) for _ in range(2)]
+        home = os.readlink("/proc/self/ns/net")
+        for holder in self.holders:
+            while os.readlink("/proc/%d/ns/net" % holder.pid) == home:
+                time.sleep(0.01)
+        self.run(0, "ip", "link", "add", "host", "type", "veth", "peer", "name", "camera", "netns",
+                 str(self.holders[1].pid))
+        for side, name, address in ((0, "host", HOST), (1, "camera", CAMERA)):
+            self.run(side, "ip", "link", "set", "lo", "up")
+            self.run(side, "ip", "link", "set", name, "mtu", str(mtu), "up")
+            self.run(side, "ip", "address", "add", address + "/24", "dev", name)
+
+    def command(self, side, *words):
+        return ["nsenter", "-t", str(self.holders[side].pid), "-n", *words]
+
+    def run(self, side, *words):
+        subprocess.run(self.command(side, *words), check=True)
+
+    def end(self):
+        for holder in self.holders:
+            holder.kill()
+            holder.wait()
+
+
+@contextlib.contextmanager
+def camera(wire, megabits, features):
+    """A served camera whose link has this speed (0: as fast as it goes), set up."""
+    description = {"interfaces": [{"type": "GEV", "cameras": [
+        {"width": WIDTH, "height": HEIGHT, "maxFrameRate": 100000.0,
+         "linkBytesPerSecond": megabits * MBIT}]}]}
+    with tempfile.NamedTemporaryFile("w", suffix=".json") as file:
+        json.dump(description, file)
+        file.flush()
+        process = subprocess.Popen(
+            wire.command(1, os.path.join(BUILD, "bin", "zel_bench_serve"), "--config", file.name,
+                         CAMERA), stdin=subprocess.PIPE, stdout=subprocess.PIPE)
+        while process.stdout.readline() not in (b"ready\n", b""):
+            pass
+        try:
+            settings = dict({"SimulatorRepeatedFrames": 8, "SimulatorPacketSegmentation": 1,
+                             "ExposureTime": 10.0}, **features)
+            for name, value in settings.items():
+                subprocess.run(wire.command(0, TOOL, "-a", CAMERA, "control",
+                                            "%s=%s" % (name, value)),
+                               check=True, stdout=subprocess.DEVNULL)
+            yield
+        finally:
+            process.stdin.close()
+            process.wait()
+
+
+@contextlib.contextmanager
+def busy(core):
+    """Two loops that keep a core busy."""
+    if core is None:
+        yield
+        return
+    loops = [subprocess.Popen(["taskset", "-c", str(core), "sh", "-c", "while :; do :; done"])
+             for _ in range(2)]
+    try:
+        yield
+    finally:
+        for loop in loops:
+            loop.kill()
+            loop.wait()
+
+
+def loop(wire, who, options, core=None):
+    """Figures of one loop, or None when it does not run here."""
+    pin = [] if core is None else ["taskset", "-c", str(core)]
+    command = pin + [os.path.join(BUILD, "bin", "gige_loop"), who, CAMERA, "host", str(SECONDS)]
+    command += ["%s=%s" % option for option in options.items()]
+    environment = dict(os.environ, ZELCAM_SIMULATOR="off", ZELCAM_VISION="host")
+    with busy(core):
+        result = subprocess.run(wire.command(0, *command), stdout=subprocess.PIPE, timeout=60,
+                                env=environment)
+    return json.loads(result.stdout) if result.returncode == 0 else None
+
+
+def cost(figures):
+    return figures["cpu"] / max(1e-9, (figures["frames"] + figures["incomplete"]) * GIGABYTES)
+
+
+def rate(figures):
+    return figures["frames"] / figures["seconds"]
+
+
+def part(figures):
+    return figures["frames"] / max(1, figures["frames"] + figures["incomplete"])
+
+
+def lag(figures):
+    return figures["lag99"]
+
+
+def told(figures):
+    """The figures of one side as text."""
+    def median(value):
+        return statistics.median(value(one) for one in figures)
+    return "%.2f CPU s/GB, %.0f fps, %.1f %% whole, lag %.2f/%.2f ms" % (
+        median(cost), median(rate), 100 * median(part), 1e3 * median(lambda one: one["lag50"]),
+        1e3 * median(lag))
+
+
+def compare(wire, megabits, features=None, mine=None, theirs=None, core=None):
+    """Figures of both, measured in turn."""
+    sides = {"ours": [], "aravis": []}
+    with camera(wire, megabits, features or {}):
+        for _ in range(ROUNDS):
+            for who, options in (("ours", mine or {}), ("aravis", theirs or {})):
+                figures = loop(wire, who, options, core)
+                if figures is not None:
+                    sides[who].append(figures)
+    return sides["ours"], sides["aravis"]
+
+
+def row(table, name, measured, value, target, most=None):
+    """The ratio of a value's medians, ours to theirs; at most (or at least) the target is wanted."""
+    mine, theirs = measured
+    if not mine or not theirs:
+        table.note(name, "a loop does not run here")
+        return
+    base = statistics.median(value(one) for one in theirs)
+    ratio = statistics.median(value(one) for one in mine) / base if base > 0 else float("inf")
+    most = value in (cost, lag) if most is None else most
+    table.add(name, told(mine), "Aravis " + told(theirs), "%.3f" % ratio,
+              "%s %.3gx" % ("at most" if most else "at least", target),
+              ratio <= target if most else ratio >= target)
+
+
+def absolute(table, name, figures, value, shown, target, met):
+    """A value of ours alone."""
+    if not figures:
+        table.note(name, "the loop does not run here")
+        return
+    median = statistics.median(value(one) for one in figures)
+    table.add(name, told(figures), "", shown % median, target, met(median))
+
+
+def standard_rows(table, wire):
+    """Packets of 1500 bytes."""
+    row(table, "1500 B, 5 Gbit/s, processor time", compare(wire, 5000), cost, 0.6)
+    row(table, "1500 B, 1 Gbit/s in bursts of 4, processor time",
+        compare(wire, 1000, {"SimulatorPacketBurst": 4}), cost, 0.4)
+    measured = compare(wire, 0)
+    row(table, "1500 B, unpaced, rate", measured, rate, 1.4)
+    if measured[0]:
+        absolute(table, "1500 B, unpaced, without loss", measured[0],
+                 lambda one: 100 * part(one), "%.2f %%", "100 %", lambda value: value == 100)
+    lossy = compare(wire, 2500, {"SimulatorPacketLoss": 1})
+    absolute(table, "1 % lost, 2.5 Gbit/s, whole frames", lossy[0], lambda one: 100 * part(one),
+             "%.2f %%", "100 %", lambda value: value == 100)
+    row(table, "1 % lost, 2.5 Gbit/s, lag at p99", lossy, lag, 1 / 8)
+    loaded = compare(wire, 2500, core=os.cpu_count() - 1)
+    absolute(table, "two busy loops on the core, 2.5 Gbit/s, whole frames", loaded[0],
+             lambda one: 100 * part(one), "%.1f %%", "at least 98 %", lambda value: value >= 98)
+    row(table, "the same beside Aravis", loaded, part, 1.0)
+    row(table, "default socket buffer, 2.5 Gbit/s, whole frames",
+        compare(wire, 2500, mine={"buffer": 0}, theirs={"buffer": 0}), rate, 1.3)
+
+
+def lag_rows(table, wire):
+    """From the last packet to the frame, and the ring."""
+    for name, options, target in (("default nap", {}, 1.0), ("no nap", {"nap": 0}, 0.1)):
+        with camera(wire, 2500, {}):
+            figures = [loop(wire, "ours", options) for _ in range(ROUNDS)]
+        absolute(table, "2.5 Gbit/s, lag at p99, " + name, [one for one in figures if one],
+                 lambda one: 1e3 * lag(one), "%.2f ms", "at most %g ms" % target,
+                 lambda value, most=target: 0 <= value <= most)
+    # Joined packets would reach the packet sockets in one piece, which Aravis's does not take.
+    measured = compare(wire, 2500, {"SimulatorPacketSegmentation": 0, "SimulatorPacketBurst": 32},
+                       {"ring": 1}, {"ring": 1})
+    row(table, "ring, 2.5 Gbit/s, processor time", measured, cost, 1.2)
+    row(table, "ring, 2.5 Gbit/s, lag at p99", measured, lag, 0.25)
+
+
+def run(table):
+    """All rows of this file."""
+    program = os.path.join(BUILD, "bin", "gige_loop")
+    if os.geteuid() != 0 or not os.path.exists(program) or not shutil.which(TOOL):
+        table.note("GigE receiver", "wants root, %s and cameras that can be served" % TOOL)
+        return
+    print("load at the start: %.1f" % os.getloadavg()[0], flush=True)
+    for mtu, rows in ((1500, (standard_rows, lag_rows)), (9000, ())):
+        wire = Wire(mtu)
+        try:
+            for one in rows:
+                one(table, wire)
+            if not rows:
+                row(table, "9000 B, 10 Gbit/s, processor time", compare(wire, 10000), cost, 0.7)
+        finally:
+            wire.end()
+    print("load at the end: %.1f" % os.getloadavg()[0], flush=True)
