@@ -72,7 +72,7 @@ device.Release()
 class Wire:
     """The wire, the camera at its other end, and what went over it."""
 
-    def __init__(self, folder, *faults):
+    def __init__(self, folder, *faults, cameras=(CAMERA,)):
         self.capture = folder / "wire.pcap"
         config = folder / "camera.json"
         config.write_text(json.dumps(DESCRIPTION))
@@ -84,11 +84,11 @@ class Wire:
             [sys.executable, str(WIRE), far, str(self.capture), *map(str, faults)], **pipe))
         self.wait(b"ready\n")
         enter = ["nsenter", "-t", far, "-n"]
-        for prefix, name, address in (([], "wire0", HOST), (enter, "wire1", CAMERA)):
+        for prefix, name, address in [([], "wire0", HOST)] + [(enter, "wire1", one) for one in cameras]:
             subprocess.run(prefix + ["ip", "address", "add", address + "/24", "dev", name], check=True)
             subprocess.run(prefix + ["ip", "link", "set", name, "up"], check=True)
         self.programs.append(subprocess.Popen(
-            enter + [str(SERVE), "--config", str(config), CAMERA], **pipe))
+            enter + [str(SERVE), "--config", str(config), *cameras], **pipe))
         self.programs[2].stdout.readline()
         self.wait(b"ready\n")
 
@@ -108,10 +108,10 @@ class Wire:
 def wire(tmp_path):
     started = []
 
-    def start(*faults):
+    def start(*faults, **named):
         if not SERVE.exists():
             pytest.skip("the program that serves cameras was not built")
-        started.append(Wire(tmp_path, *faults))
+        started.append(Wire(tmp_path, *faults, **named))
         return started[-1]
 
     yield start
@@ -149,3 +149,33 @@ def test_frames_over_a_bad_wire(wire, run_program, tmp_path, method):
     assert {"gvcp", "gvsp"} <= protocols and "_ws.malformed" not in protocols
     # Finding, memory, registers, packets sent again, events, actions.
     assert {0x02, 0x84, 0x82, 0x40, 0x0100} <= commands and commands & {0xC0, 0xC2}, commands
+
+
+MOVE = """
+import time
+import libZelCameraApiPy as zel
+interface = zel.PyZelSystem().GetInterfaceList()[0]
+def found():
+    for _ in range(20):
+        interface.ReEnumerateDevices(300)
+        for info in interface.GetDeviceInfoList():
+            return info
+info = found()
+assert info.GetIPAddress() == "10.98.0.2" and info.GetAccessStatus() == 0
+assert not zel.PyZelCreateDevice(info).IsValid()
+assert info.ForceIP("10.99.0.5", "255.255.255.0", "0.0.0.0"), zel.GetLastError()
+info = found()
+assert info.GetIPAddress() == "10.99.0.5" and info.GetAccessStatus() == 1
+device = zel.PyZelCreateDevice(info)
+stream = device.GetStreamByIndex(0)
+assert stream.AllocBufferQueue(4) and stream.StartAcquisition()
+assert not stream.GetBuffer(5000).IsIncomplete()
+stream.StopAcquisition(0)
+stream.Release()
+device.Release()
+"""
+
+
+def test_a_camera_of_a_foreign_subnet_is_brought_home(wire, run_program):
+    wire(0, 0, 0, cameras=("10.98.0.2", "10.99.0.5"))
+    run_program(MOVE, ZELCAM_VISION="wire0", timeout=90)
