@@ -46,7 +46,7 @@ private:
     int receiveJoined(FrameAssembler& assembler, StreamNumbers& numbers);
     int receiveBatch(FrameAssembler& assembler, StreamNumbers& numbers, int most);
     void takeBatch(FrameAssembler& assembler, StreamNumbers& numbers, int count);
-    int foresee(const FrameAssembler::Ahead& ahead);
+    int foresee(const FrameAssembler::Ahead& ahead, int most);
     bool isForeseen(const FrameAssembler::Ahead& ahead, const iovec* pieces, int index,
                     std::size_t size) const;
     std::size_t gather(const iovec* pieces, std::size_t count, std::size_t skip, std::size_t size,
@@ -61,6 +61,7 @@ private:
     const std::size_t slot_; ///< Bytes for one packet that was not foreseen.
     int singles_ = 0;        ///< Packets in a row that were not joined.
     int foreseen_ = 0;       ///< Packets that have a place in their frame.
+    int usual_ = kMost;      ///< Packets that a call brings at most these days.
     std::unique_ptr<Buffers> buffers_;
 };
 
