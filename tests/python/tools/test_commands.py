@@ -325,6 +325,8 @@ def test_every_command_on_every_kind_of_camera(zelcam, started, tmp_path, kind, 
     assert interrupt(view)[0] == 0
     grab = started("grab", "-n", "100000", "-o", "k-%d.png", "-c", MONO, *small, **KINDS[kind])
     assert wait_for(lambda: (tmp_path / "k-2.png").exists())
+    if kind == "served":
+        assert "another program" in zelcam("get", "Width", "-c", MONO, code=4, **KINDS[kind]).err
     code, out, _ = interrupt(grab)
     assert code == 130 and {png_size(tmp_path / name) for name in out.split()} == {(320, 240)}
 
