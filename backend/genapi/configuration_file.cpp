@@ -1,8 +1,8 @@
 #include "genapi/configuration_file.h"
 
 #include "base/log.h"
+#include "genapi/change_count.h"
 #include "genapi/configuration_text.h"
-#include "genapi/kept_value.h"
 #include "genapi/param_array.h"
 #include "genapi/param_array_state.h"
 #include "genapi/setting_writer.h"

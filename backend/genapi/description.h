@@ -6,6 +6,7 @@
 #include <deque>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <unordered_map>
 #include <vector>
 
@@ -115,6 +116,15 @@ struct Link {
     /// changes it.
     std::int64_t integer = 0;
     double real = 0.0;
+
+    /// As std::int64_t or double.
+    template <class Value> Value number() const
+    {
+        if constexpr (std::is_same_v<Value, double>)
+            return real;
+        else
+            return integer;
+    }
 };
 
 struct Node {
@@ -144,7 +154,7 @@ struct Node {
     bool isBigEndian = false;
     bool isFeature = false; ///< Reachable from the root category.
     bool hasVisibility = false;
-    bool mayKeep = false; ///< A register whose bytes hold until something is written.
+    bool isBroken = false; ///< What it says makes no sense: not implemented.
 };
 
 /// A port that shows the bytes of an event or of a chunk instead of the device's registers.

@@ -1,13 +1,10 @@
 // Reading: values of nodes, formulas, links.
 #include "genapi/evaluator.h"
 
-#include "genapi/evaluator_level.h"
 #include "genapi/feature_source.h"
-#include "genapi/kept_value.h"
 #include "genapi/nearest.h"
 
-#include <cmath>
-#include <limits>
+#include <type_traits>
 #include <utility>
 
 namespace genapi
@@ -29,40 +26,33 @@ class Evaluator::Variables final : public FormulaInput
 public:
     Variables(Evaluator& evaluator, const Node& node) : evaluator_(evaluator), node_(node) {}
 
-    void give(double real)
+    template <class Value> void give(Value argument)
     {
         hasArgument_ = true;
-        real_ = real;
-    }
-    void give(std::int64_t integer)
-    {
-        hasArgument_ = true;
-        integer_ = integer;
-        real_ = static_cast<double>(integer);
+        integer_ = static_cast<std::int64_t>(std::is_integral_v<Value> ? argument : 0);
+        real_ = static_cast<double>(argument);
     }
 
-    ZelCamErr integer(std::int32_t slot, std::int64_t* value) override
+    ZelCamErr value(std::int32_t slot, std::int64_t* value) override
     {
-        if (slot != kArgument)
-            return evaluator_.readVariable(linkAt(slot), value);
         *value = integer_;
-        return hasArgument_ ? ZelErr::kOk : evaluator_.readInteger(source(), value);
+        return hasArgument_ && slot == kArgument ? ZelErr::kOk : read(slot, value);
     }
 
-    ZelCamErr real(std::int32_t slot, double* value) override
+    ZelCamErr value(std::int32_t slot, double* value) override
     {
-        if (slot != kArgument)
-            return evaluator_.readVariable(linkAt(slot), value);
         *value = real_;
-        return hasArgument_ ? ZelErr::kOk : evaluator_.readReal(source(), value);
+        return hasArgument_ && slot == kArgument ? ZelErr::kOk : read(slot, value);
     }
 
 private:
-    const Link& linkAt(std::int32_t slot) const
+    template <class Value> ZelCamErr read(std::int32_t slot, Value* value)
     {
-        return evaluator_.description_.links[static_cast<std::size_t>(slot)];
+        const Description& description = evaluator_.description_;
+        if (slot == kArgument)
+            return evaluator_.read(description.target(node_, LinkKind::kValue), value);
+        return evaluator_.readVariable(description.links[static_cast<std::size_t>(slot)], value);
     }
-    std::int32_t source() const { return evaluator_.description_.target(node_, LinkKind::kValue); }
 
     Evaluator& evaluator_;
     const Node& node_;
@@ -73,15 +63,29 @@ private:
 
 Evaluator::Evaluator(FeatureSource& source, Description description)
     : description_(std::move(description)), router_(source, description_.overlays),
+      dependents_(description_),
       countsOnNetworkOrder_(description_.isOldSchema && source.hasNetworkByteOrder()),
-      cells_(description_.nodes.size()), known_(description_.nodes.size())
+      cells_(description_.nodes.size()), known_(description_.nodes.size()),
+      changed_(2 * description_.nodes.size())
 {
 }
 
-void Evaluator::forget()
+void Evaluator::changed(std::int32_t node)
 {
-    ChangeCount::advance();
+    if (ChangeCount::advance() == elsewhere_)
+        ++elsewhere_;
     ++operation_;
+    makeOld(node);
+}
+
+void Evaluator::makeOld(std::int32_t node)
+{
+    const std::vector<Dependents::Place>* const old = dependents_.of(node);
+    if (old == nullptr)
+        return forget();
+    ++changes_;
+    for (const Dependents::Place place : *old)
+        changed_[place] = changes_;
 }
 
 ZelCamErr Evaluator::valueLink(const Node& node, Link** link)
@@ -92,7 +96,7 @@ ZelCamErr Evaluator::valueLink(const Node& node, Link** link)
         return *link != nullptr ? ZelErr::kOk : ZelErr::kParamTree;
     }
     std::int64_t chosen = 0;
-    if (const ZelCamErr result = readInteger(index->target, &chosen); result != ZelErr::kOk)
+    if (const ZelCamErr result = read(index->target, &chosen); result != ZelErr::kOk)
         return result;
     *link = nullptr;
     for (Link& each : description_.linksOf(node)) {
@@ -105,142 +109,130 @@ ZelCamErr Evaluator::valueLink(const Node& node, Link** link)
     return *link != nullptr ? ZelErr::kOk : ZelErr::kParamTree;
 }
 
-ZelCamErr Evaluator::readInteger(const Link& link, std::int64_t* value)
+template <class Value> ZelCamErr Evaluator::read(const Link& link, Value* value)
 {
     if (link.target >= 0)
-        return readInteger(link.target, value);
-    *value = link.integer;
+        return read(link.target, value);
+    *value = link.number<Value>();
     return ZelErr::kOk;
 }
 
-ZelCamErr Evaluator::readReal(const Link& link, double* value)
-{
-    if (link.target >= 0)
-        return readReal(link.target, value);
-    *value = link.real;
-    return ZelErr::kOk;
-}
-
-ZelCamErr Evaluator::readInteger(std::int32_t index, std::int64_t* value)
+template <class Value> ZelCamErr Evaluator::read(std::int32_t index, Value* value)
 {
     const Level level(*this);
     if (index < 0 || level.isTooDeep())
         return ZelErr::kParamTree;
     const Node& node = at(index);
+    if constexpr (std::is_same_v<Value, double>) {
+        if (isFloatKind(node.kind))
+            return readOwn(index, value);
+        std::int64_t whole = 0;
+        const ZelCamErr result = readOwn(index, &whole);
+        *value = static_cast<double>(whole);
+        if (result == ZelErr::kOk && node.kind == NodeKind::kEnumeration)
+            checkEntryRead(node, whole, value);
+        return result;
+    } else {
+        if (!isFloatKind(node.kind))
+            return readOwn(index, value);
+        double real = 0.0;
+        const ZelCamErr result = readOwn(index, &real);
+        return result == ZelErr::kOk ? nearest(real, value) : result;
+    }
+}
+
+template <class Value> ZelCamErr Evaluator::readOwn(std::int32_t index, Value* value)
+{
+    const Node& node = at(index);
     switch (node.kind) {
     case NodeKind::kInteger:
+    case NodeKind::kFloat:
     case NodeKind::kEnumeration:
     case NodeKind::kCommand:
     case NodeKind::kEnumEntry: {
         Link* link = nullptr;
         ZelCamErr result = valueLink(node, &link);
         if (result == ZelErr::kOk)
-            result = readInteger(*link, value);
-        return result == ZelErr::kOk ? checkRead(index, *value) : result;
+            result = read(*link, value);
+        if constexpr (std::is_integral_v<Value>)
+            result = result == ZelErr::kOk ? checkRead(index, *value) : result;
+        return result;
     }
     case NodeKind::kBoolean:
-        return readBoolean(node, value);
+        if constexpr (std::is_integral_v<Value>)
+            return readBoolean(node, value);
+        break;
     case NodeKind::kIntReg:
     case NodeKind::kMaskedIntReg:
     case NodeKind::kStructEntry:
-        return readIntegerRegister(node, value);
+    case NodeKind::kFloatReg:
+        return readRegister(node, value);
     case NodeKind::kIntSwissKnife:
     case NodeKind::kIntConverter:
-        return calculate(node, false, static_cast<const std::int64_t*>(nullptr), value);
-    case NodeKind::kFloat:
-    case NodeKind::kFloatReg:
     case NodeKind::kSwissKnife:
-    case NodeKind::kConverter: {
-        double real = 0.0;
-        const ZelCamErr result = readReal(index, &real);
-        return result == ZelErr::kOk ? nearest(real, value) : result;
-    }
+    case NodeKind::kConverter:
+        return calculate(node, false, static_cast<const Value*>(nullptr), value);
     default:
-        return ZelErr::kParamTree;
+        break;
     }
+    return ZelErr::kParamTree;
 }
 
 ZelCamErr Evaluator::checkRead(std::int32_t index, std::int64_t value)
 {
     const Node& node = at(index);
-    if (node.kind == NodeKind::kInteger && isVerifying_) {
-        std::int64_t min = 0;
-        std::int64_t max = 0;
-        isVerifying_ = false;
-        ZelCamErr result = integerLimit(index, Bound::kMin, &min);
-        if (result == ZelErr::kOk)
-            result = integerLimit(index, Bound::kMax, &max);
-        isVerifying_ = true;
-        return result == ZelErr::kOk && (value < min || value > max) ? ZelErr::kParamOutOfRange
-                                                                     : result;
-    }
-    if (node.kind != NodeKind::kEnumeration)
+    if (node.kind == NodeKind::kEnumeration)
+        return checkEntryRead(node, value, nullptr);
+    if (node.kind != NodeKind::kInteger || !isVerifying_)
         return ZelErr::kOk;
+    std::int64_t min = 0;
+    std::int64_t max = 0;
+    isVerifying_ = false;
+    ZelCamErr result = limit(index, Bound::kMin, &min);
+    if (result == ZelErr::kOk)
+        result = limit(index, Bound::kMax, &max);
+    isVerifying_ = true;
+    return result == ZelErr::kOk && (value < min || value > max) ? ZelErr::kParamOutOfRange
+                                                                 : result;
+}
+
+ZelCamErr Evaluator::checkEntryRead(const Node& node, std::int64_t value, double* numeric)
+{
     bool hasEntries = false;
+    bool isEntry = false;
     for (const Link& link : description_.linksOf(node)) {
         std::int64_t number = 0;
         if (link.kind != LinkKind::kEntry)
             continue;
         hasEntries = true;
-        if (readInteger(link.target, &number) == ZelErr::kOk && number == value)
-            return ZelErr::kOk;
-    }
-    return hasEntries ? ZelErr::kParamInvalidArgument : ZelErr::kOk;
-}
-
-ZelCamErr Evaluator::readReal(std::int32_t index, double* value)
-{
-    const Level level(*this);
-    if (index < 0 || level.isTooDeep())
-        return ZelErr::kParamTree;
-    const Node& node = at(index);
-    switch (node.kind) {
-    case NodeKind::kFloat: {
-        Link* link = nullptr;
-        const ZelCamErr result = valueLink(node, &link);
-        return result == ZelErr::kOk ? readReal(*link, value) : result;
-    }
-    case NodeKind::kFloatReg:
-        return readRealRegister(node, value);
-    case NodeKind::kSwissKnife:
-    case NodeKind::kConverter:
-        return calculate(node, false, static_cast<const double*>(nullptr), value);
-    default:
-        break;
-    }
-    std::int64_t whole = 0;
-    const ZelCamErr result = readInteger(index, &whole);
-    *value = static_cast<double>(whole);
-    if (result != ZelErr::kOk || node.kind != NodeKind::kEnumeration)
-        return result;
-    for (const Link& link : description_.linksOf(node)) {
-        std::int64_t number = 0;
-        if (link.kind != LinkKind::kEntry || readInteger(link.target, &number) != ZelErr::kOk ||
-            number != whole)
+        if (read(link.target, &number) != ZelErr::kOk || number != value)
             continue;
-        const Link* const numeric = description_.find(at(link.target), LinkKind::kNumericValue);
-        *value = numeric != nullptr ? numeric->real : *value;
+        isEntry = true;
+        if (numeric == nullptr)
+            break;
+        const Link* const given = description_.find(at(link.target), LinkKind::kNumericValue);
+        *numeric = given != nullptr ? given->real : *numeric;
     }
-    return ZelErr::kOk;
+    return isEntry || !hasEntries ? ZelErr::kOk : ZelErr::kParamInvalidArgument;
 }
 
 ZelCamErr Evaluator::readBoolean(const Node& node, std::int64_t* value)
 {
     Link* link = nullptr;
-    if (const ZelCamErr result = valueLink(node, &link); result != ZelErr::kOk)
-        return result;
     std::int64_t stored = 0;
-    if (const ZelCamErr result = readInteger(*link, &stored); result != ZelErr::kOk)
+    ZelCamErr result = valueLink(node, &link);
+    if (result == ZelErr::kOk)
+        result = read(*link, &stored);
+    if (result != ZelErr::kOk)
         return result;
     // A value of its own is the boolean, not what a register would hold for it.
-    const Link* const on =
-        link->target >= 0 ? description_.find(node, LinkKind::kOnValue) : nullptr;
-    const Link* const off =
-        link->target >= 0 ? description_.find(node, LinkKind::kOffValue) : nullptr;
+    const bool isHeld = link->target < 0;
+    const Link* const on = isHeld ? nullptr : description_.find(node, LinkKind::kOnValue);
+    const Link* const off = isHeld ? nullptr : description_.find(node, LinkKind::kOffValue);
     *value = stored == (on != nullptr ? on->integer : 1) ? 1 : 0;
-    if (*value == 0 && stored != (off != nullptr ? off->integer : 0))
-        return ZelErr::kParamInvalidArgument;
-    return ZelErr::kOk;
+    return *value != 0 || stored == (off != nullptr ? off->integer : 0)
+               ? ZelErr::kOk
+               : ZelErr::kParamInvalidArgument;
 }
 
 ZelCamErr Evaluator::readText(std::int32_t index, std::string* value)
@@ -249,65 +241,78 @@ ZelCamErr Evaluator::readText(std::int32_t index, std::string* value)
     if (index < 0 || level.isTooDeep())
         return ZelErr::kParamTree;
     const Node& node = at(index);
-    if (node.kind == NodeKind::kString) {
-        Link* link = nullptr;
-        const ZelCamErr result = valueLink(node, &link);
-        if (result != ZelErr::kOk)
-            return result;
-        if (link->target >= 0)
-            return readText(link->target, value);
-        if (link->text < 0)
-            return ZelErr::kParamTree;
-        *value = description_.texts[static_cast<std::size_t>(link->text)];
-        return ZelErr::kOk;
-    }
-    if (node.kind != NodeKind::kStringReg)
+    if (node.kind == NodeKind::kStringReg)
+        return readTextRegister(node, value);
+    Link* link = nullptr;
+    if (node.kind != NodeKind::kString)
         return ZelErr::kParamTree;
-    Place place;
-    if (const ZelCamErr result = findPlace(node, &place); result != ZelErr::kOk)
+    if (const ZelCamErr result = valueLink(node, &link); result != ZelErr::kOk)
         return result;
-    return isReadable(node.accessMode) ? readTextRegister(place, value) : ZelErr::kParamAccess;
+    if (link->target >= 0)
+        return readText(link->target, value);
+    if (link->text < 0)
+        return ZelErr::kParamTree;
+    *value = textAt(link->text);
+    return ZelErr::kOk;
 }
 
-ZelCamErr Evaluator::readVariable(const Link& link, std::int64_t* value)
+template <class Value> ZelCamErr Evaluator::readVariable(const Link& link, Value* value)
 {
     AccessMode mode = AccessMode::kAll;
+    std::int64_t whole = 0;
     ZelCamErr result = ZelErr::kOk;
     switch (link.aspect) {
+    case Aspect::kValue:
+        return read(link.target, value);
     case Aspect::kMin:
-        return integerLimit(link.target, Bound::kMin, value);
     case Aspect::kMax:
-        return integerLimit(link.target, Bound::kMax, value);
+        return limit(link.target, link.aspect == Aspect::kMin ? Bound::kMin : Bound::kMax, value);
     case Aspect::kIncrement:
-        return increment(link.target, value);
+        result = increment(link.target, &whole);
+        break;
     case Aspect::kEntry:
-        return readInteger(link.extra, value);
+        result = read(link.extra, &whole);
+        break;
     case Aspect::kAccessMode:
         result = access(link.target, &mode);
-        *value = static_cast<std::int64_t>(mode);
-        return result;
+        whole = static_cast<std::int64_t>(mode);
+        break;
     case Aspect::kVisibility:
-        *value = at(link.target).visibility;
-        return ZelErr::kOk;
+        whole = at(link.target).visibility;
+        break;
     case Aspect::kCachingMode:
-        *value = at(link.target).caching;
-        return ZelErr::kOk;
-    default:
-        return readInteger(link.target, value);
+        whole = at(link.target).caching;
+        break;
     }
+    *value = static_cast<Value>(whole);
+    return result;
 }
 
-ZelCamErr Evaluator::readVariable(const Link& link, double* value)
+void Evaluator::compile(const Node& node, const Link& link, bool isTo, Formula* formula) const
 {
-    if (link.aspect == Aspect::kValue)
-        return readReal(link.target, value);
-    if (link.aspect == Aspect::kMin || link.aspect == Aspect::kMax)
-        return realLimit(link.target, link.aspect == Aspect::kMin ? Bound::kMin : Bound::kMax,
-                         value);
-    std::int64_t whole = 0;
-    const ZelCamErr result = readVariable(link, &whole);
-    *value = static_cast<double>(whole);
-    return result;
+    std::vector<FormulaName> names;
+    for (const Link& each : description_.linksOf(node)) {
+        FormulaName name;
+        if (each.kind == LinkKind::kVariable) {
+            name.slot = static_cast<std::int32_t>(&each - description_.links.data());
+        } else if (each.kind == LinkKind::kConstant) {
+            name.kind = FormulaName::Kind::kConstant;
+            name.integer = each.integer;
+            name.real = each.real;
+        } else if (each.kind == LinkKind::kExpression) {
+            name.kind = FormulaName::Kind::kExpression;
+            name.text = textAt(each.text + 1);
+        } else {
+            continue;
+        }
+        name.name = textAt(each.text);
+        names.push_back(name);
+    }
+    FormulaName argument;
+    argument.name = isTo ? "FROM" : "TO";
+    argument.slot = kArgument;
+    names.push_back(argument);
+    formula->compile(textAt(link.text), !isFloatKind(node.kind), names);
 }
 
 const Formula* Evaluator::formulaOf(const Node& node, bool isTo)
@@ -317,40 +322,13 @@ const Formula* Evaluator::formulaOf(const Node& node, bool isTo)
     if (link == nullptr)
         return nullptr;
     const auto [known, isNew] = formulas_.try_emplace(link);
-    if (isNew) {
-        std::vector<FormulaName> names;
-        const auto textAt = [this](std::int32_t text) {
-            return description_.texts[static_cast<std::size_t>(text)];
-        };
-        for (const Link& each : description_.linksOf(node)) {
-            FormulaName name;
-            if (each.kind == LinkKind::kVariable) {
-                name.slot = static_cast<std::int32_t>(&each - description_.links.data());
-            } else if (each.kind == LinkKind::kConstant) {
-                name.kind = FormulaName::Kind::kConstant;
-                name.integer = each.integer;
-                name.real = each.real;
-            } else if (each.kind == LinkKind::kExpression) {
-                name.kind = FormulaName::Kind::kExpression;
-                name.text = textAt(each.text + 1);
-            } else {
-                continue;
-            }
-            name.name = textAt(each.text);
-            names.push_back(name);
-        }
-        FormulaName argument;
-        argument.name = isTo ? "FROM" : "TO";
-        argument.slot = kArgument;
-        names.push_back(argument);
-        const bool isInteger =
-            node.kind == NodeKind::kIntSwissKnife || node.kind == NodeKind::kIntConverter;
-        known->second.compile(textAt(link->text), isInteger, names);
-    }
+    if (isNew)
+        compile(node, *link, isTo, &known->second);
     return known->second.height() > 0 ? &known->second : nullptr;
 }
 
-ZelCamErr Evaluator::calculate(const Node& node, bool isTo, const double* argument, double* value)
+template <class Value>
+ZelCamErr Evaluator::calculate(const Node& node, bool isTo, const Value* argument, Value* value)
 {
     const Formula* const formula = formulaOf(node, isTo);
     if (formula == nullptr)
@@ -361,22 +339,14 @@ ZelCamErr Evaluator::calculate(const Node& node, bool isTo, const double* argume
     Variables variables(*this, node);
     if (argument != nullptr)
         variables.give(*argument);
-    return formula->real(variables, value);
+    return formula->evaluate(variables, value);
 }
 
-ZelCamErr Evaluator::calculate(const Node& node, bool isTo, const std::int64_t* argument,
-                               std::int64_t* value)
-{
-    const Formula* const formula = formulaOf(node, isTo);
-    if (formula == nullptr)
-        return ZelErr::kParamTree;
-    const Level level(*this, costOf(*formula));
-    if (level.isTooDeep())
-        return ZelErr::kParamTree;
-    Variables variables(*this, node);
-    if (argument != nullptr)
-        variables.give(*argument);
-    return formula->integer(variables, value);
-}
+template ZelCamErr Evaluator::read(std::int32_t, std::int64_t*);
+template ZelCamErr Evaluator::read(std::int32_t, double*);
+template ZelCamErr Evaluator::read(const Link&, std::int64_t*);
+template ZelCamErr Evaluator::read(const Link&, double*);
+template ZelCamErr Evaluator::calculate(const Node&, bool, const std::int64_t*, std::int64_t*);
+template ZelCamErr Evaluator::calculate(const Node&, bool, const double*, double*);
 
 } // namespace genapi

@@ -1,6 +1,5 @@
 // Whether nodes can be read and written now.
 #include "genapi/evaluator.h"
-#include "genapi/evaluator_level.h"
 
 namespace genapi
 {
@@ -8,18 +7,24 @@ namespace genapi
 ZelCamErr Evaluator::access(std::int32_t index, AccessMode* mode)
 {
     KnownAccess& known = known_[static_cast<std::size_t>(index)];
-    if (known.operation == operation_) {
+    const bool isNow = known.operation == operation_;
+    if (isNow || (known.then != 0 && holds(index, Part::kChecks, known.then))) {
+        // A node that is met again on the way adds nothing to itself.
+        circles_ += isNow && known.isOpen ? 1 : 0;
         *mode = known.mode;
         return known.code;
     }
     const Level level(*this);
     if (level.isTooDeep())
         return ZelErr::kParamTree;
-    // A node that is met again on the way adds nothing to itself.
-    known = {operation_, ZelErr::kOk, AccessMode::kAll};
+    const std::uint64_t then = now();
+    const std::uint64_t circles = circles_;
+    known = {0, operation_, ZelErr::kOk, AccessMode::kAll, true};
     AccessMode found = AccessMode::kAll;
     const ZelCamErr code = findAccess(at(index), &found);
-    known = {operation_, code, found};
+    // What was found on a way around lacks a part.
+    const bool isKept = code == ZelErr::kOk && circles == circles_ && mayKeep(index, Part::kChecks);
+    known = {isKept ? then : 0, operation_, code, found, false};
     *mode = found;
     return code;
 }
@@ -35,13 +40,17 @@ ZelCamErr Evaluator::askCondition(const Link& link, AccessMode* mode, bool* isSe
         return ZelErr::kOk;
     }
     std::int64_t value = 0;
-    const ZelCamErr result = readInteger(link.target, &value);
+    const ZelCamErr result = read(link.target, &value);
     *isSet = value != 0;
     return result;
 }
 
 ZelCamErr Evaluator::findAccess(const Node& node, AccessMode* mode)
 {
+    if (node.isBroken) {
+        *mode = AccessMode::kNotImplemented;
+        return ZelErr::kOk;
+    }
     const Link* lock = nullptr;
     for (const LinkKind kind : {LinkKind::kImplemented, LinkKind::kAvailable}) {
         for (const Link& link : description_.linksOf(node)) {

@@ -1,7 +1,5 @@
 // Registers: where they are, what they hold, what is kept of them.
 #include "genapi/evaluator.h"
-#include "genapi/evaluator_level.h"
-#include "genapi/kept_value.h"
 #include "genapi/register_value.h"
 
 #include <algorithm>
@@ -14,6 +12,8 @@ namespace
 {
 constexpr std::size_t kMaxText = std::size_t{1} << 20U;
 constexpr std::size_t kTextPiece = 4096;
+constexpr unsigned kBlockBits = 6; ///< Of the blocks of memory that cells are found by.
+constexpr std::size_t kMaxBlocks = std::size_t{1} << 16U;
 } // namespace
 
 bool Evaluator::isBigEndian(const Node& node, const Place& place) const
@@ -22,17 +22,21 @@ bool Evaluator::isBigEndian(const Node& node, const Place& place) const
     return node.isBigEndian || (countsOnNetworkOrder_ && place.length == 4 && place.overlay < 0);
 }
 
+ZelCamErr Evaluator::lengthOf(const Node& node, std::int64_t* length)
+{
+    *length = node.length;
+    const Link* const given = description_.find(node, LinkKind::kLength);
+    return given != nullptr ? read(*given, length) : ZelErr::kOk;
+}
+
 ZelCamErr Evaluator::findPlace(const Node& node, Place* place)
 {
-    std::int64_t length = node.length;
+    std::int64_t length = 0;
     const Link* const port = description_.find(node, LinkKind::kPort);
-    const Link* const size = description_.find(node, LinkKind::kLength);
     if (port == nullptr)
         return ZelErr::kParamTree;
-    if (size != nullptr) {
-        if (const ZelCamErr result = readInteger(*size, &length); result != ZelErr::kOk)
-            return result;
-    }
+    if (const ZelCamErr result = lengthOf(node, &length); result != ZelErr::kOk)
+        return result;
     if (length < 0)
         return ZelErr::kParamTree;
     place->length = static_cast<std::size_t>(length);
@@ -42,14 +46,13 @@ ZelCamErr Evaluator::findPlace(const Node& node, Place* place)
         if (link.kind != LinkKind::kAddress && link.kind != LinkKind::kIndex)
             continue;
         std::int64_t term = 0;
-        if (const ZelCamErr result = readInteger(link, &term); result != ZelErr::kOk)
+        if (const ZelCamErr result = read(link, &term); result != ZelErr::kOk)
             return result;
         std::int64_t stride = 1;
         if (link.kind == LinkKind::kIndex) {
             stride = link.hasNumber ? link.integer : length;
             if (link.extra >= 0) {
-                if (const ZelCamErr result = readInteger(link.extra, &stride);
-                    result != ZelErr::kOk)
+                if (const ZelCamErr result = read(link.extra, &stride); result != ZelErr::kOk)
                     return result;
             }
         }
@@ -66,8 +69,14 @@ ZelCamErr Evaluator::findPlaceToWrite(const Node& node, Place* place)
     return result;
 }
 
-ZelCamErr Evaluator::readTextRegister(const Place& place, std::string* value)
+ZelCamErr Evaluator::readTextRegister(const Node& node, std::string* value)
 {
+    Place place;
+    if (const ZelCamErr result = findPlace(node, &place); result != ZelErr::kOk)
+        return result;
+    if (!isReadable(node.accessMode))
+        return ZelErr::kParamAccess;
+    remember(node.cell, place);
     value->clear();
     // A length may be a lie: what is read grows until the text ends.
     Place piece = place;
@@ -88,21 +97,59 @@ ZelCamErr Evaluator::readTextRegister(const Place& place, std::string* value)
     return ZelErr::kOk;
 }
 
+void Evaluator::remember(std::int32_t cell, const Place& place)
+{
+    Cell& kept = cells_[static_cast<std::size_t>(cell)];
+    if (kept.place == place || place.length == 0 || place.overlay >= 0)
+        return;
+    kept.place = place;
+    if (cellsAt_.size() > kMaxBlocks) {
+        cellsAt_.clear();
+        forget();
+    }
+    const std::uint64_t last = place.address + std::min(place.length, kMaxText) - 1;
+    for (std::uint64_t block = place.address >> kBlockBits; block <= last >> kBlockBits; ++block) {
+        std::vector<std::int32_t>& cells = cellsAt_[block];
+        if (std::find(cells.begin(), cells.end(), cell) == cells.end())
+            cells.push_back(cell);
+    }
+}
+
+void Evaluator::makeOldAround(const Place& place)
+{
+    const std::uint64_t last = place.address + std::max<std::size_t>(place.length, 1) - 1;
+    for (std::uint64_t block = place.address >> kBlockBits; block <= last >> kBlockBits; ++block) {
+        const auto found = cellsAt_.find(block);
+        if (found == cellsAt_.end())
+            continue;
+        for (const std::int32_t cell : found->second) {
+            const Place& other = cells_[static_cast<std::size_t>(cell)].place;
+            if (other.address > last || place.address > other.address + (other.length - 1))
+                continue;
+            // All entries of a structure follow it.
+            for (std::int32_t node = cell;
+                 node < static_cast<std::int32_t>(cells_.size()) && at(node).cell == cell; ++node)
+                makeOld(node);
+        }
+    }
+}
+
 ZelCamErr Evaluator::readCell(const Node& node, const Place& place, std::uint8_t* bytes)
 {
-    const std::uint64_t change = ChangeCount::now();
     Cell& cell = cells_[static_cast<std::size_t>(node.cell)];
-    const bool isKnown = (node.mayKeep && cell.change == change) || cell.operation == operation_;
-    if (!isKnown || cell.place.address != place.address || cell.place.length != place.length ||
-        cell.place.overlay != place.overlay) {
-        cell.operation = cell.change = 0;
+    const std::int32_t index = indexOf(node);
+    const bool isKept = dependents_.mayKeepBytes(index) && holds(index, Part::kValue, cell.then);
+    if (!(isKept || cell.operation == operation_) || !(cell.place == place)) {
+        cell.operation = cell.then = 0;
+        const std::uint64_t then = now();
         const ZelCamErr result =
             router_.read(place.overlay, place.address, cell.bytes.data(), place.length);
         if (result != ZelErr::kOk)
             return result;
+        remember(node.cell, place);
         cell.place = place;
         cell.operation = operation_;
-        cell.change = change;
+        cell.then = then;
     }
     std::memcpy(bytes, cell.bytes.data(), place.length);
     return ZelErr::kOk;
@@ -122,10 +169,11 @@ ZelCamErr Evaluator::readWord(const Node& node, Place* place, std::uint64_t* wor
     return result;
 }
 
-ZelCamErr Evaluator::writeBytes(const Place& place, const void* bytes)
+ZelCamErr Evaluator::writeBytes(const Node& node, const Place& place, const void* bytes)
 {
     const ZelCamErr result = router_.write(place.overlay, place.address, bytes, place.length);
-    forget();
+    changed(indexOf(node));
+    makeOldAround(place);
     return result;
 }
 
@@ -133,10 +181,10 @@ ZelCamErr Evaluator::writeWord(const Node& node, const Place& place, std::uint64
 {
     std::uint8_t bytes[sizeof word] = {};
     storeRegister(word, bytes, place.length, isBigEndian(node, place));
-    return writeBytes(place, bytes);
+    return writeBytes(node, place, bytes);
 }
 
-ZelCamErr Evaluator::readIntegerRegister(const Node& node, std::int64_t* value)
+ZelCamErr Evaluator::readRegister(const Node& node, std::int64_t* value)
 {
     Place place;
     std::uint64_t word = 0;
@@ -149,7 +197,7 @@ ZelCamErr Evaluator::readIntegerRegister(const Node& node, std::int64_t* value)
     return ZelErr::kOk;
 }
 
-ZelCamErr Evaluator::writeIntegerRegister(const Node& node, std::int64_t value)
+ZelCamErr Evaluator::writeRegister(const Node& node, std::int64_t value)
 {
     Place place;
     std::uint64_t word = 0;
@@ -167,7 +215,7 @@ ZelCamErr Evaluator::writeIntegerRegister(const Node& node, std::int64_t value)
     return writeWord(node, place, replaceBits(word, bits, value));
 }
 
-ZelCamErr Evaluator::readRealRegister(const Node& node, double* value)
+ZelCamErr Evaluator::readRegister(const Node& node, double* value)
 {
     Place place;
     std::uint64_t word = 0;
@@ -184,7 +232,7 @@ ZelCamErr Evaluator::readRealRegister(const Node& node, double* value)
     return place.length == sizeof word ? ZelErr::kOk : ZelErr::kParamTree;
 }
 
-ZelCamErr Evaluator::writeRealRegister(const Node& node, double value)
+ZelCamErr Evaluator::writeRegister(const Node& node, double value)
 {
     Place place;
     if (const ZelCamErr result = findPlaceToWrite(node, &place); result != ZelErr::kOk)
@@ -219,12 +267,8 @@ ZelCamErr Evaluator::maxLength(std::int32_t index, std::int64_t* length)
     }
     if (node.kind != NodeKind::kStringReg)
         return ZelErr::kOk;
-    *length = node.length;
-    const Link* const size = description_.find(node, LinkKind::kLength);
-    if (size != nullptr) {
-        if (const ZelCamErr result = readInteger(*size, length); result != ZelErr::kOk)
-            return result;
-    }
+    if (const ZelCamErr result = lengthOf(node, length); result != ZelErr::kOk)
+        return result;
     *length = std::clamp(*length, std::int64_t{0}, kUnlimited);
     return ZelErr::kOk;
 }

@@ -1,10 +1,8 @@
 // Writing: every node that a value passes checks it again.
 #include "genapi/evaluator.h"
-#include "genapi/evaluator_level.h"
 #include "genapi/nearest.h"
 
-#include <algorithm>
-#include <cmath>
+#include <type_traits>
 
 namespace genapi
 {
@@ -12,53 +10,54 @@ namespace genapi
 namespace
 {
 constexpr std::size_t kMaxText = std::size_t{1} << 20U;
+
+ZelCamErr convert(std::int64_t whole, double* value)
+{
+    *value = static_cast<double>(whole);
+    return ZelErr::kOk;
 }
+
+ZelCamErr convert(std::int64_t whole, std::int64_t* value)
+{
+    *value = whole;
+    return ZelErr::kOk;
+}
+
+ZelCamErr convert(double value, std::int64_t* whole) { return nearest(value, whole); }
+
+} // namespace
 
 ZelCamErr Evaluator::checkWritable(std::int32_t index)
 {
     AccessMode mode = AccessMode::kAll;
     const ZelCamErr result = access(index, &mode);
+    if (result == ZelErr::kParamGeneric || result == ZelErr::kParamInvalidArgument)
+        return ZelErr::kOk;
     if (result != ZelErr::kOk)
         return result;
     return isWritable(mode) ? ZelErr::kOk : ZelErr::kParamAccess;
 }
 
-ZelCamErr Evaluator::writeInteger(std::int32_t index, std::int64_t value)
+template <class Value> ZelCamErr Evaluator::write(std::int32_t index, Value value)
 {
+    constexpr bool kIsReal = std::is_same_v<Value, double>;
     const Level level(*this);
     if (level.isTooDeep())
         return ZelErr::kParamTree;
     const Node& node = at(index);
-    if (isFloatKind(node.kind))
-        return writeReal(index, static_cast<double>(value));
-    ZelCamErr result = checkWritable(index);
-    if (result != ZelErr::kOk)
-        return result;
-    if (isIntegerKind(node.kind))
-        result = checkRange(index, value);
-    else if (node.kind == NodeKind::kEnumeration)
-        result = checkEntry(node, value);
-    if (result == ZelErr::kOk)
-        result = storeInteger(node, value);
-    return result == ZelErr::kOk ? checkErrors(node) : result;
-}
-
-ZelCamErr Evaluator::writeReal(std::int32_t index, double value)
-{
-    const Level level(*this);
-    if (level.isTooDeep())
-        return ZelErr::kParamTree;
-    const Node& node = at(index);
-    if (!isFloatKind(node.kind)) {
-        std::int64_t whole = 0;
-        const ZelCamErr result = nearest(value, &whole);
-        return result == ZelErr::kOk ? writeInteger(index, whole) : ZelErr::kParamOutOfRange;
+    if (isFloatKind(node.kind) != kIsReal) {
+        std::conditional_t<kIsReal, std::int64_t, double> other{};
+        if (convert(value, &other) != ZelErr::kOk)
+            return ZelErr::kParamOutOfRange;
+        return write(index, other);
     }
     ZelCamErr result = checkWritable(index);
-    if (result == ZelErr::kOk)
+    if (result == ZelErr::kOk && (kIsReal || isIntegerKind(node.kind)))
         result = checkRange(index, value);
+    else if (result == ZelErr::kOk && node.kind == NodeKind::kEnumeration)
+        result = checkEntry(node, static_cast<std::int64_t>(value));
     if (result == ZelErr::kOk)
-        result = storeReal(node, value);
+        result = store(node, value);
     return result == ZelErr::kOk ? checkErrors(node) : result;
 }
 
@@ -67,7 +66,7 @@ ZelCamErr Evaluator::checkEntry(const Node& node, std::int64_t value)
     ZelCamErr result = ZelErr::kParamInvalidArgument;
     for (const Link& link : description_.linksOf(node)) {
         std::int64_t number = 0;
-        if (link.kind != LinkKind::kEntry || readInteger(link.target, &number) != ZelErr::kOk ||
+        if (link.kind != LinkKind::kEntry || read(link.target, &number) != ZelErr::kOk ||
             number != value)
             continue;
         AccessMode mode = AccessMode::kAll;
@@ -85,7 +84,7 @@ ZelCamErr Evaluator::checkErrors(const Node& node)
         std::int64_t code = 0;
         if (link.kind != LinkKind::kError)
             continue;
-        if (const ZelCamErr result = readInteger(link.target, &code); result != ZelErr::kOk)
+        if (const ZelCamErr result = read(link.target, &code); result != ZelErr::kOk)
             return result;
         if (code != 0)
             return ZelErr::kParamRuntime;
@@ -93,23 +92,13 @@ ZelCamErr Evaluator::checkErrors(const Node& node)
     return ZelErr::kOk;
 }
 
-ZelCamErr Evaluator::writeLink(Link* link, std::int64_t value)
+template <class Value> ZelCamErr Evaluator::writeLink(const Node& node, Link* link, Value value)
 {
     if (link->target >= 0)
-        return writeInteger(link->target, value);
-    link->integer = value;
+        return write(link->target, value);
     link->real = static_cast<double>(value);
-    forget();
-    return ZelErr::kOk;
-}
-
-ZelCamErr Evaluator::writeLink(Link* link, double value)
-{
-    if (link->target >= 0)
-        return writeReal(link->target, value);
-    link->real = value;
-    const ZelCamErr result = nearest(value, &link->integer);
-    forget();
+    const ZelCamErr result = convert(value, &link->integer);
+    changed(indexOf(node));
     return result;
 }
 
@@ -118,63 +107,57 @@ template <class Value> ZelCamErr Evaluator::storeLinks(const Node& node, Value v
     if (description_.find(node, LinkKind::kIndex) != nullptr) {
         Link* chosen = nullptr;
         const ZelCamErr result = valueLink(node, &chosen);
-        return result == ZelErr::kOk ? writeLink(chosen, value) : result;
+        return result == ZelErr::kOk ? writeLink(node, chosen, value) : result;
     }
     ZelCamErr result = ZelErr::kParamTree;
     for (Link& link : description_.linksOf(node)) {
         if (link.kind != LinkKind::kValue && link.kind != LinkKind::kValueCopy)
             continue;
-        result = writeLink(&link, value);
+        result = writeLink(node, &link, value);
         if (result != ZelErr::kOk)
             break;
     }
     return result;
 }
 
-ZelCamErr Evaluator::storeInteger(const Node& node, std::int64_t value)
+template <class Value> ZelCamErr Evaluator::storeConverted(const Node& node, Value value)
+{
+    Value inner{};
+    const std::int32_t target = description_.target(node, LinkKind::kValue);
+    const ZelCamErr result = calculate(node, true, &value, &inner);
+    if (result != ZelErr::kOk || target < 0)
+        return result != ZelErr::kOk ? result : ZelErr::kParamTree;
+    return write(target, inner);
+}
+
+template <class Value> ZelCamErr Evaluator::store(const Node& node, Value value)
 {
     switch (node.kind) {
     case NodeKind::kIntReg:
     case NodeKind::kMaskedIntReg:
     case NodeKind::kStructEntry:
-        return writeIntegerRegister(node, value);
+    case NodeKind::kFloatReg:
+        return writeRegister(node, value);
     case NodeKind::kBoolean: {
+        const bool isSet = value != 0;
         const Link* const number =
             description_.target(node, LinkKind::kValue) < 0
                 ? nullptr
-                : description_.find(node, value != 0 ? LinkKind::kOnValue : LinkKind::kOffValue);
-        const std::int64_t otherwise = value != 0 ? 1 : 0;
+                : description_.find(node, isSet ? LinkKind::kOnValue : LinkKind::kOffValue);
+        const std::int64_t otherwise = isSet ? 1 : 0;
         return storeLinks(node, number != nullptr ? number->integer : otherwise);
     }
-    case NodeKind::kIntConverter: {
-        std::int64_t inner = 0;
-        const std::int32_t target = description_.target(node, LinkKind::kValue);
-        const ZelCamErr result = calculate(node, true, &value, &inner);
-        if (result != ZelErr::kOk || target < 0)
-            return result != ZelErr::kOk ? result : ZelErr::kParamTree;
-        return writeInteger(target, inner);
-    }
+    case NodeKind::kIntConverter:
+    case NodeKind::kConverter:
+        return storeConverted(node, value);
     case NodeKind::kInteger:
+    case NodeKind::kFloat:
     case NodeKind::kEnumeration:
     case NodeKind::kCommand:
         return storeLinks(node, value);
     default:
         return ZelErr::kParamTree;
     }
-}
-
-ZelCamErr Evaluator::storeReal(const Node& node, double value)
-{
-    if (node.kind == NodeKind::kFloat)
-        return storeLinks(node, value);
-    if (node.kind == NodeKind::kFloatReg)
-        return writeRealRegister(node, value);
-    double inner = 0.0;
-    const std::int32_t target = description_.target(node, LinkKind::kValue);
-    const ZelCamErr result = calculate(node, true, &value, &inner);
-    if (result != ZelErr::kOk || target < 0)
-        return result != ZelErr::kOk ? result : ZelErr::kParamTree;
-    return writeReal(target, inner);
 }
 
 ZelCamErr Evaluator::writeText(std::int32_t index, std::string_view value)
@@ -202,7 +185,7 @@ ZelCamErr Evaluator::writeText(std::int32_t index, std::string_view value)
         std::string& held = heldTexts_[link];
         held = value;
         description_.texts[static_cast<std::size_t>(link->text)] = held;
-        forget();
+        changed(index);
         return ZelErr::kOk;
     }
     if (node.kind != NodeKind::kStringReg)
@@ -214,7 +197,10 @@ ZelCamErr Evaluator::writeText(std::int32_t index, std::string_view value)
         return ZelErr::kParamOutOfRange;
     std::string padded(value);
     padded.resize(place.length, '\0');
-    return writeBytes(place, padded.data());
+    return writeBytes(node, place, padded.data());
 }
+
+template ZelCamErr Evaluator::write(std::int32_t, std::int64_t);
+template ZelCamErr Evaluator::write(std::int32_t, double);
 
 } // namespace genapi

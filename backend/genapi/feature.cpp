@@ -1,8 +1,5 @@
 #include "genapi/feature.h"
 
-#include "genapi/cachable.h"
-#include "zel_gen_param_api.h"
-
 #include <utility>
 
 namespace genapi
@@ -35,7 +32,7 @@ Feature::Feature(Evaluator& evaluator, std::int32_t index)
     : evaluator_(evaluator), node_(evaluator.description().at(index)), index_(index),
       type_(paramTypeOf(node_.kind)),
       isKept_(type_ != ZelGenParam::kTypeCommand && type_ != ZelGenParam::kTypeUnknown &&
-              isCachable(evaluator.description(), index)),
+              evaluator.mayKeep(index, Part::kValue)),
       entries_(evaluator.description().entriesOf(node_))
 {
 }
@@ -45,99 +42,93 @@ ZelCamErr Feature::checkType(std::int32_t wanted) const
     return type_ == wanted ? ZelErr::kOk : ZelErr::kParamType;
 }
 
-ZelCamErr Feature::checkAvailable()
+ZelCamErr Feature::checkMode(bool (*wanted)(AccessMode))
 {
     evaluator_.begin();
     AccessMode mode = AccessMode::kAll;
     const ZelCamErr result = evaluator_.access(index_, &mode);
-    return result != ZelErr::kOk || genapi::isAvailable(mode) ? result : ZelErr::kParamAccess;
-}
-
-ZelCamErr Feature::checkReadable()
-{
-    evaluator_.begin();
-    AccessMode mode = AccessMode::kAll;
-    const ZelCamErr result = evaluator_.access(index_, &mode);
-    return result != ZelErr::kOk || genapi::isReadable(mode) ? result : ZelErr::kParamAccess;
-}
-
-ZelCamErr Feature::checkRanged(std::int32_t wanted)
-{
-    const ZelCamErr result = checkType(wanted);
-    return result == ZelErr::kOk ? checkAvailable() : result;
-}
-
-bool Feature::isWritable()
-{
-    evaluator_.begin();
-    AccessMode mode = AccessMode::kAll;
-    return evaluator_.access(index_, &mode) == ZelErr::kOk && genapi::isWritable(mode);
+    return result != ZelErr::kOk || wanted(mode) ? result : ZelErr::kParamAccess;
 }
 
 template <class Value, class Read>
-ZelCamErr Feature::readKept(std::int32_t wanted, KeptValue<Value>* kept, Value* value, Read read)
+ZelCamErr Feature::readKept(std::int32_t wanted, Kept<Value>* kept, Value* value, Read read)
 {
     if (const ZelCamErr result = checkType(wanted); result != ZelErr::kOk)
         return result;
-    if (const Value* const known = kept->get()) {
-        *value = *known;
+    if (kept->then != 0 && evaluator_.holds(index_, Part::kValue, kept->then)) {
+        *value = kept->value;
         return ZelErr::kOk;
     }
     // What changes while the camera is asked makes the answer old.
-    const std::uint64_t seen = ChangeCount::now();
-    if (const ZelCamErr result = checkReadable(); result != ZelErr::kOk)
+    const std::uint64_t then = evaluator_.now();
+    if (const ZelCamErr result = checkMode(genapi::isReadable); result != ZelErr::kOk)
         return result;
     Value fresh{};
     if (const ZelCamErr result = read(&fresh); result != ZelErr::kOk)
         return result;
-    if (isKept_)
-        kept->keep(fresh, seen);
+    if (isKept_) {
+        kept->value = fresh;
+        kept->then = then;
+    }
     *value = std::move(fresh);
     return ZelErr::kOk;
 }
 
+template <class Value> ZelCamErr Feature::write(std::int32_t wanted, Value value)
+{
+    evaluator_.begin();
+    const ZelCamErr result = checkType(wanted);
+    return result == ZelErr::kOk ? evaluator_.write(index_, value) : result;
+}
+
+template <class Value> ZelCamErr Feature::limit(std::int32_t wanted, Bound bound, Value* value)
+{
+    ZelCamErr result = checkType(wanted);
+    if (result == ZelErr::kOk)
+        result = checkMode(genapi::isAvailable);
+    return result == ZelErr::kOk ? evaluator_.limit(index_, bound, value) : result;
+}
+
+template ZelCamErr Feature::write(std::int32_t, std::int64_t);
+template ZelCamErr Feature::write(std::int32_t, double);
+template ZelCamErr Feature::limit(std::int32_t, Bound, std::int64_t*);
+template ZelCamErr Feature::limit(std::int32_t, Bound, double*);
+
 ZelCamErr Feature::readInteger(std::int64_t* value)
 {
     return readKept(ZelGenParam::kTypeInt, &keptInteger_, value,
-                    [this](std::int64_t* fresh) { return evaluator_.readInteger(index_, fresh); });
-}
-
-ZelCamErr Feature::writeInteger(std::int64_t value)
-{
-    evaluator_.begin();
-    const ZelCamErr result = checkType(ZelGenParam::kTypeInt);
-    return result == ZelErr::kOk ? evaluator_.writeInteger(index_, value) : result;
-}
-
-ZelCamErr Feature::integerLimit(Bound bound, std::int64_t* value)
-{
-    const ZelCamErr result = checkRanged(ZelGenParam::kTypeInt);
-    return result == ZelErr::kOk ? evaluator_.integerLimit(index_, bound, value) : result;
-}
-
-ZelCamErr Feature::increment(std::int64_t* value)
-{
-    const ZelCamErr result = checkRanged(ZelGenParam::kTypeInt);
-    return result == ZelErr::kOk ? evaluator_.increment(index_, value) : result;
+                    [this](std::int64_t* fresh) { return evaluator_.read(index_, fresh); });
 }
 
 ZelCamErr Feature::readFloat(double* value)
 {
     return readKept(ZelGenParam::kTypeFloat, &keptReal_, value,
-                    [this](double* fresh) { return evaluator_.readReal(index_, fresh); });
+                    [this](double* fresh) { return evaluator_.read(index_, fresh); });
 }
 
-ZelCamErr Feature::writeFloat(double value)
+ZelCamErr Feature::readBoolean(bool* value)
 {
-    evaluator_.begin();
-    const ZelCamErr result = checkType(ZelGenParam::kTypeFloat);
-    return result == ZelErr::kOk ? evaluator_.writeReal(index_, value) : result;
+    std::int64_t whole = 0;
+    const ZelCamErr result =
+        readKept(ZelGenParam::kTypeBoolean, &keptInteger_, &whole,
+                 [this](std::int64_t* fresh) { return evaluator_.read(index_, fresh); });
+    if (result == ZelErr::kOk)
+        *value = whole != 0;
+    return result;
 }
 
-ZelCamErr Feature::floatLimit(Bound bound, double* value)
+ZelCamErr Feature::readString(std::string* value)
 {
-    const ZelCamErr result = checkRanged(ZelGenParam::kTypeFloat);
-    return result == ZelErr::kOk ? evaluator_.realLimit(index_, bound, value) : result;
+    return readKept(ZelGenParam::kTypeString, &keptText_, value,
+                    [this](std::string* fresh) { return evaluator_.readText(index_, fresh); });
+}
+
+ZelCamErr Feature::increment(std::int64_t* value)
+{
+    ZelCamErr result = checkType(ZelGenParam::kTypeInt);
+    if (result == ZelErr::kOk)
+        result = checkMode(genapi::isAvailable);
+    return result == ZelErr::kOk ? evaluator_.increment(index_, value) : result;
 }
 
 std::string_view Feature::unit()
@@ -150,30 +141,6 @@ std::string_view Feature::unit()
            evaluator_.valueLink(*node, &link) == ZelErr::kOk && link->target >= 0)
         node = &evaluator_.description().at(link->target);
     return node->unit;
-}
-
-ZelCamErr Feature::readBoolean(bool* value)
-{
-    std::int64_t whole = 0;
-    const ZelCamErr result =
-        readKept(ZelGenParam::kTypeBoolean, &keptInteger_, &whole,
-                 [this](std::int64_t* fresh) { return evaluator_.readInteger(index_, fresh); });
-    if (result == ZelErr::kOk)
-        *value = whole != 0;
-    return result;
-}
-
-ZelCamErr Feature::writeBoolean(bool value)
-{
-    evaluator_.begin();
-    const ZelCamErr result = checkType(ZelGenParam::kTypeBoolean);
-    return result == ZelErr::kOk ? evaluator_.writeInteger(index_, value ? 1 : 0) : result;
-}
-
-ZelCamErr Feature::readString(std::string* value)
-{
-    return readKept(ZelGenParam::kTypeString, &keptText_, value,
-                    [this](std::string* fresh) { return evaluator_.readText(index_, fresh); });
 }
 
 ZelCamErr Feature::writeString(std::string_view value)
@@ -195,19 +162,27 @@ ZelCamErr Feature::maxLength(std::int32_t* length)
     return result;
 }
 
+ZelCamErr Feature::commandValue(std::int64_t* value)
+{
+    const Link* const given = evaluator_.description().find(node_, LinkKind::kCommandValue);
+    *value = 1;
+    return given != nullptr ? evaluator_.read(*given, value) : ZelErr::kOk;
+}
+
 ZelCamErr Feature::execute()
 {
-    if (const ZelCamErr result = checkType(ZelGenParam::kTypeCommand); result != ZelErr::kOk)
-        return result;
     evaluator_.begin();
     std::int64_t value = 1;
-    const Link* const given = evaluator_.description().find(node_, LinkKind::kCommandValue);
-    if (given != nullptr) {
-        if (const ZelCamErr result = evaluator_.readInteger(*given, &value); result != ZelErr::kOk)
-            return result;
-    }
+    ZelCamErr result = checkType(ZelGenParam::kTypeCommand);
+    if (result == ZelErr::kOk)
+        result = commandValue(&value);
+    if (result != ZelErr::kOk)
+        return result;
     isFinished_ = false;
-    return evaluator_.writeInteger(index_, value);
+    result = evaluator_.write(index_, value);
+    // Few descriptions tell what loading settings, or a reset, changes.
+    evaluator_.forget();
+    return result;
 }
 
 bool Feature::canTellDone()
@@ -225,26 +200,24 @@ bool Feature::canTellDone()
 
 ZelCamErr Feature::isDone(bool* done)
 {
-    if (const ZelCamErr result = checkType(ZelGenParam::kTypeCommand); result != ZelErr::kOk)
-        return result;
-    if (const ZelCamErr result = checkAvailable(); result != ZelErr::kOk)
-        return result;
-    const Link* const given = evaluator_.description().find(node_, LinkKind::kCommandValue);
     std::int64_t value = 1;
-    if (given != nullptr) {
-        if (const ZelCamErr result = evaluator_.readInteger(*given, &value); result != ZelErr::kOk)
-            return result;
-    }
+    ZelCamErr result = checkType(ZelGenParam::kTypeCommand);
+    if (result == ZelErr::kOk)
+        result = checkMode(genapi::isAvailable);
+    if (result == ZelErr::kOk)
+        result = commandValue(&value);
+    if (result != ZelErr::kOk)
+        return result;
     // A register that holds 0 does so with and without the command.
     if (isFinished_ || value == 0 || !isReadable() || !canTellDone()) {
         *done = true;
         return ZelErr::kOk;
     }
     // The camera changes it behind every cache.
-    ChangeCount::advance();
+    evaluator_.forget();
     evaluator_.begin();
     std::int64_t present = 0;
-    const ZelCamErr result = evaluator_.readInteger(index_, &present);
+    result = evaluator_.read(index_, &present);
     if (result == ZelErr::kOk)
         *done = isFinished_ = present != value;
     return result;
@@ -258,7 +231,7 @@ const Node& Feature::entry(std::size_t entry) const
 std::int64_t Feature::entryValue(std::size_t entry) const
 {
     std::int64_t value = 0;
-    evaluator_.readInteger(entries_[entry], &value);
+    evaluator_.read(entries_[entry], &value);
     return value;
 }
 
@@ -284,7 +257,7 @@ bool Feature::isEntryAvailable(std::size_t entry)
 ZelCamErr Feature::readEntry(std::size_t* entry)
 {
     if (clearing_ >= 0)
-        ChangeCount::advance();
+        evaluator_.forget();
     const ZelCamErr result = readKept(ZelGenParam::kTypeEnum, &keptEntry_, entry,
                                       [this](std::size_t* fresh) { return findEntry(fresh); });
     if (result == ZelErr::kOk && static_cast<std::int32_t>(*entry) != clearing_)
@@ -295,7 +268,7 @@ ZelCamErr Feature::readEntry(std::size_t* entry)
 ZelCamErr Feature::findEntry(std::size_t* entry)
 {
     std::int64_t value = 0;
-    if (const ZelCamErr result = evaluator_.readInteger(index_, &value); result != ZelErr::kOk)
+    if (const ZelCamErr result = evaluator_.read(index_, &value); result != ZelErr::kOk)
         return result;
     // Of several entries of one value the last one that is there; the camera may also be where it
     // should not.
@@ -318,16 +291,9 @@ ZelCamErr Feature::writeEntry(std::size_t entry)
     const AccessMode mode = entryMode(entry);
     if (!genapi::isAvailable(mode))
         return ZelErr::kParamAccess;
-    const ZelCamErr result = evaluator_.writeInteger(index_, entryValue(entry));
+    const ZelCamErr result = evaluator_.write(index_, entryValue(entry));
     clearing_ = this->entry(entry).isSelfClearing ? static_cast<std::int32_t>(entry) : -1;
     return result;
-}
-
-ZelCamErr Feature::writeEntryValue(std::int64_t value)
-{
-    evaluator_.begin();
-    const ZelCamErr result = checkType(ZelGenParam::kTypeEnum);
-    return result == ZelErr::kOk ? evaluator_.writeInteger(index_, value) : result;
 }
 
 ZelCamErr Feature::writeEntrySymbol(std::string_view symbol)

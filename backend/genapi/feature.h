@@ -3,8 +3,8 @@
 
 #include "genapi/description.h"
 #include "genapi/evaluator.h"
-#include "genapi/kept_value.h"
 #include "zel_err.h"
+#include "zel_gen_param_api.h"
 
 #include <cstdint>
 #include <string>
@@ -33,23 +33,32 @@ public:
     /// reported by the module since.
     bool isValueCached() const { return isKept_; }
 
-    bool isAvailable() { return checkAvailable() == ZelErr::kOk; }
-    bool isReadable() { return checkReadable() == ZelErr::kOk; }
-    bool isWritable();
+    bool isAvailable() { return checkMode(genapi::isAvailable) == ZelErr::kOk; }
+    bool isReadable() { return checkMode(genapi::isReadable) == ZelErr::kOk; }
+    bool isWritable() { return checkMode(genapi::isWritable) == ZelErr::kOk; }
 
     ZelCamErr readInteger(std::int64_t* value);
-    ZelCamErr writeInteger(std::int64_t value);
-    ZelCamErr integerLimit(Bound bound, std::int64_t* value);
+    ZelCamErr writeInteger(std::int64_t value) { return write(ZelGenParam::kTypeInt, value); }
+    ZelCamErr integerLimit(Bound bound, std::int64_t* value)
+    {
+        return limit(ZelGenParam::kTypeInt, bound, value);
+    }
     ZelCamErr increment(std::int64_t* value);
 
     ZelCamErr readFloat(double* value);
-    ZelCamErr writeFloat(double value);
-    ZelCamErr floatLimit(Bound bound, double* value);
+    ZelCamErr writeFloat(double value) { return write(ZelGenParam::kTypeFloat, value); }
+    ZelCamErr floatLimit(Bound bound, double* value)
+    {
+        return limit(ZelGenParam::kTypeFloat, bound, value);
+    }
     /// Of this node, or of the next one that has a unit.
     std::string_view unit();
 
     ZelCamErr readBoolean(bool* value);
-    ZelCamErr writeBoolean(bool value);
+    ZelCamErr writeBoolean(bool value)
+    {
+        return write(ZelGenParam::kTypeBoolean, std::int64_t{value});
+    }
 
     /// Bytes as the camera gives them, up to the first NUL.
     ZelCamErr readString(std::string* value);
@@ -66,18 +75,26 @@ public:
     bool isEntryImplemented(std::size_t entry);
     bool isEntryAvailable(std::size_t entry);
     ZelCamErr readEntry(std::size_t* entry);
-    ZelCamErr writeEntryValue(std::int64_t value);
+    ZelCamErr writeEntryValue(std::int64_t value) { return write(ZelGenParam::kTypeEnum, value); }
     ZelCamErr writeEntrySymbol(std::string_view symbol);
 
 private:
+    /// The last value that was read.
+    template <class Value> struct Kept {
+        Value value{};
+        std::uint64_t then = 0; ///< Evaluator::now() from before the read.
+    };
+
     ZelCamErr checkType(std::int32_t wanted) const;
-    ZelCamErr checkAvailable();
-    ZelCamErr checkReadable();
-    ZelCamErr checkRanged(std::int32_t wanted);
+    /// Begins an operation. 0 when the mode now is one of those that are `wanted`.
+    ZelCamErr checkMode(bool (*wanted)(AccessMode));
+    template <class Value> ZelCamErr write(std::int32_t wanted, Value value);
+    template <class Value> ZelCamErr limit(std::int32_t wanted, Bound bound, Value* value);
+    ZelCamErr commandValue(std::int64_t* value);
     AccessMode entryMode(std::size_t entry);
     /// The kept value, else what `read` gives after the checks of type and access.
     template <class Value, class Read>
-    ZelCamErr readKept(std::int32_t wanted, KeptValue<Value>* kept, Value* value, Read read);
+    ZelCamErr readKept(std::int32_t wanted, Kept<Value>* kept, Value* value, Read read);
     ZelCamErr findEntry(std::size_t* entry);
     ZelCamErr writeEntry(std::size_t entry);
     bool canTellDone();
@@ -90,10 +107,10 @@ private:
     bool isFinished_ = false; ///< The command was seen to be done.
     /// The entry that the camera takes back by itself, and may not have yet; -1: none.
     std::int32_t clearing_ = -1;
-    KeptValue<std::int64_t> keptInteger_;
-    KeptValue<double> keptReal_;
-    KeptValue<std::string> keptText_;
-    KeptValue<std::size_t> keptEntry_;
+    Kept<std::int64_t> keptInteger_;
+    Kept<double> keptReal_;
+    Kept<std::string> keptText_;
+    Kept<std::size_t> keptEntry_;
     std::vector<std::int32_t> entries_;
 };
 

@@ -44,7 +44,7 @@ void FeatureMap::setData(bool isEvent, std::uint64_t id, const void* data, std::
         if (isEvent || overlay.idNode < 0)
             continue;
         evaluator_.begin();
-        if (evaluator_.readInteger(overlay.idNode, &number) == ZelErr::kOk &&
+        if (evaluator_.read(overlay.idNode, &number) == ZelErr::kOk &&
             static_cast<std::uint64_t>(number) == id)
             evaluator_.router().setData(
                 static_cast<std::int32_t>(&overlay - description().overlays.data()), data, size);

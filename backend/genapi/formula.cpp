@@ -1,7 +1,7 @@
 #include "genapi/formula.h"
 
 #include <cmath>
-#include <limits>
+#include <type_traits>
 
 namespace genapi
 {
@@ -40,12 +40,6 @@ ZelCamErr divide(Code code, std::int64_t left, std::int64_t right, std::int64_t*
     else
         *value = isQuotient ? left / right : left % right;
     return ZelErr::kOk;
-}
-
-bool isBitwise(Code code)
-{
-    return code == Code::kBitOr || code == Code::kBitXor || code == Code::kBitAnd ||
-           code == Code::kShiftLeft || code == Code::kShiftRight || code == Code::kInvert;
 }
 
 ZelCamErr combine(Code code, std::int64_t left, std::int64_t right, std::int64_t* value)
@@ -145,9 +139,44 @@ double apply(Code code, double value)
     }
 }
 
-ZelCamErr combine(Code code, double left, double right, double* value)
+ZelCamErr convert(std::int64_t whole, double* value)
 {
-    switch (code) {
+    *value = static_cast<double>(whole);
+    return ZelErr::kOk;
+}
+
+/// Without the fraction.
+ZelCamErr convert(double value, std::int64_t* whole)
+{
+    constexpr double kLimit = 9223372036854775808.0;
+    if (!(value >= -kLimit && value < kLimit))
+        return ZelErr::kParamGeneric;
+    *whole = static_cast<std::int64_t>(value);
+    return ZelErr::kOk;
+}
+
+ZelCamErr combine(const FormulaOp& op, std::int64_t left, std::int64_t right, std::int64_t* value)
+{
+    return combine(op.code, left, right, value);
+}
+
+ZelCamErr combine(const FormulaOp& op, double left, double right, double* value)
+{
+    if (isBitwise(op.code)) {
+        std::int64_t a = 0;
+        std::int64_t b = 0;
+        ZelCamErr result = convert(left, &a);
+        if (result == ZelErr::kOk)
+            result = convert(right, &b);
+        if (result == ZelErr::kOk)
+            result = combine(op.code, a, b, &a);
+        *value = static_cast<double>(a);
+        return result;
+    }
+    switch (op.second < 0 ? Code::kVariable : op.code) {
+    case Code::kVariable:
+        *value = apply(op.code, left);
+        return ZelErr::kOk;
     case Code::kAdd:
         *value = left + right;
         return ZelErr::kOk;
@@ -166,18 +195,9 @@ ZelCamErr combine(Code code, double left, double right, double* value)
     default:
         if (right == 0.0)
             return ZelErr::kParamGeneric;
-        *value = code == Code::kDivide ? left / right : std::fmod(left, right);
+        *value = op.code == Code::kDivide ? left / right : std::fmod(left, right);
         return ZelErr::kOk;
     }
-}
-
-ZelCamErr cutOff(double value, std::int64_t* whole)
-{
-    constexpr double kLimit = 9223372036854775808.0;
-    if (!(value >= -kLimit && value < kLimit))
-        return ZelErr::kParamGeneric;
-    *whole = static_cast<std::int64_t>(value);
-    return ZelErr::kOk;
 }
 
 template <class Value> bool holds(Code code, Value left, Value right)
@@ -200,150 +220,81 @@ template <class Value> bool holds(Code code, Value left, Value right)
 
 } // namespace
 
-ZelCamErr Formula::integer(FormulaInput& input, std::int64_t* value) const
-{
-    return evaluate(static_cast<std::int32_t>(ops_.size()) - 1, input, value);
-}
-
-ZelCamErr Formula::real(FormulaInput& input, double* value) const
-{
-    return evaluate(static_cast<std::int32_t>(ops_.size()) - 1, input, value);
-}
-
 ZelCamErr Formula::isTrue(std::int32_t op, FormulaInput& input, bool* value) const
 {
-    if (at(op).isReal) {
-        double real = 0.0;
-        const ZelCamErr result = evaluate(op, input, &real);
-        *value = real != 0.0;
-        return result;
-    }
+    double real = 0.0;
     std::int64_t whole = 0;
-    const ZelCamErr result = evaluate(op, input, &whole);
-    *value = whole != 0;
+    const bool isReal = at(op).isReal;
+    const ZelCamErr result = isReal ? evaluate(op, input, &real) : evaluate(op, input, &whole);
+    *value = isReal ? real != 0.0 : whole != 0;
     return result;
 }
 
+template <class Value>
+ZelCamErr Formula::operands(const FormulaOp& op, FormulaInput& input, Value* left,
+                            Value* right) const
+{
+    const ZelCamErr result = evaluate(op.first, input, left);
+    return result == ZelErr::kOk && op.second >= 0 ? evaluate(op.second, input, right) : result;
+}
+
+template <class Value>
 ZelCamErr Formula::compare(const FormulaOp& op, FormulaInput& input, std::int64_t* value) const
 {
-    if (at(op.first).isReal || at(op.second).isReal) {
-        double left = 0.0;
-        double right = 0.0;
-        ZelCamErr result = evaluate(op.first, input, &left);
-        if (result == ZelErr::kOk)
-            result = evaluate(op.second, input, &right);
-        *value = holds(op.code, left, right) ? 1 : 0;
-        return result;
-    }
-    std::int64_t left = 0;
-    std::int64_t right = 0;
-    ZelCamErr result = evaluate(op.first, input, &left);
-    if (result == ZelErr::kOk)
-        result = evaluate(op.second, input, &right);
+    Value left{};
+    Value right{};
+    const ZelCamErr result = operands(op, input, &left, &right);
     *value = holds(op.code, left, right) ? 1 : 0;
     return result;
 }
 
-ZelCamErr Formula::choose(const FormulaOp& op, FormulaInput& input, std::int32_t* chosen) const
+ZelCamErr Formula::decide(const FormulaOp& op, FormulaInput& input, std::int64_t* value) const
 {
-    bool isFirst = false;
-    const ZelCamErr result = isTrue(op.first, input, &isFirst);
-    *chosen = isFirst ? op.second : op.third;
-    return result;
-}
-
-ZelCamErr Formula::logic(const FormulaOp& op, FormulaInput& input, std::int64_t* value) const
-{
-    bool isSet = false;
-    ZelCamErr result = isTrue(op.first, input, &isSet);
-    if (result == ZelErr::kOk && isSet == (op.code == Code::kAnd))
-        result = isTrue(op.second, input, &isSet);
-    *value = isSet ? 1 : 0;
-    return result;
-}
-
-ZelCamErr Formula::evaluate(std::int32_t index, FormulaInput& input, std::int64_t* value) const
-{
-    const FormulaOp& op = at(index);
-    if (op.isReal) {
-        double real = 0.0;
-        const ZelCamErr result = evaluate(index, input, &real);
-        return result == ZelErr::kOk ? cutOff(real, value) : result;
-    }
-    switch (op.code) {
-    case Code::kNumber:
-        *value = op.integer;
-        return ZelErr::kOk;
-    case Code::kVariable:
-        return input.integer(static_cast<std::int32_t>(op.integer), value);
-    case Code::kChoose: {
-        std::int32_t chosen = -1;
-        const ZelCamErr result = choose(op, input, &chosen);
-        return result == ZelErr::kOk ? evaluate(chosen, input, value) : result;
-    }
-    case Code::kOr:
-    case Code::kAnd:
-        return logic(op, input, value);
-    case Code::kEqual:
-    case Code::kUnequal:
-    case Code::kLess:
-    case Code::kGreater:
-    case Code::kLessEqual:
-    case Code::kGreaterEqual:
-        return compare(op, input, value);
-    default:
-        break;
-    }
-    std::int64_t left = 0;
-    std::int64_t right = 0;
-    ZelCamErr result = evaluate(op.first, input, &left);
-    if (result == ZelErr::kOk && op.second >= 0)
-        result = evaluate(op.second, input, &right);
-    return result == ZelErr::kOk ? combine(op.code, left, right, value) : result;
-}
-
-ZelCamErr Formula::evaluate(std::int32_t index, FormulaInput& input, double* value) const
-{
-    const FormulaOp& op = at(index);
-    if (!op.isReal) {
-        std::int64_t whole = 0;
-        const ZelCamErr result = evaluate(index, input, &whole);
-        *value = static_cast<double>(whole);
+    if (op.code == Code::kOr || op.code == Code::kAnd) {
+        bool isSet = false;
+        ZelCamErr result = isTrue(op.first, input, &isSet);
+        if (result == ZelErr::kOk && isSet == (op.code == Code::kAnd))
+            result = isTrue(op.second, input, &isSet);
+        *value = isSet ? 1 : 0;
         return result;
     }
+    return at(op.first).isReal || at(op.second).isReal ? compare<double>(op, input, value)
+                                                       : compare<std::int64_t>(op, input, value);
+}
+
+template <class Value>
+ZelCamErr Formula::evaluate(std::int32_t index, FormulaInput& input, Value* value) const
+{
+    constexpr bool kIsReal = std::is_same_v<Value, double>;
+    const FormulaOp& op = at(index);
+    if (op.isReal != kIsReal) {
+        std::conditional_t<kIsReal, std::int64_t, double> other{};
+        const ZelCamErr result = evaluate(index, input, &other);
+        return result == ZelErr::kOk ? convert(other, value) : result;
+    }
     if (op.code == Code::kNumber) {
-        *value = op.real;
+        *value = kIsReal ? static_cast<Value>(op.real) : static_cast<Value>(op.integer);
         return ZelErr::kOk;
     }
     if (op.code == Code::kVariable)
-        return input.real(static_cast<std::int32_t>(op.integer), value);
+        return input.value(static_cast<std::int32_t>(op.integer), value);
     if (op.code == Code::kChoose) {
-        std::int32_t chosen = -1;
-        const ZelCamErr result = choose(op, input, &chosen);
-        return result == ZelErr::kOk ? evaluate(chosen, input, value) : result;
+        bool isFirst = false;
+        const ZelCamErr result = isTrue(op.first, input, &isFirst);
+        return result == ZelErr::kOk ? evaluate(isFirst ? op.second : op.third, input, value)
+                                     : result;
     }
-    double left = 0.0;
-    double right = 0.0;
-    ZelCamErr result = evaluate(op.first, input, &left);
-    if (result == ZelErr::kOk && op.second >= 0)
-        result = evaluate(op.second, input, &right);
-    if (result != ZelErr::kOk)
-        return result;
-    if (isBitwise(op.code)) {
-        std::int64_t a = 0;
-        std::int64_t b = 0;
-        result = cutOff(left, &a);
-        if (result == ZelErr::kOk)
-            result = cutOff(right, &b);
-        if (result == ZelErr::kOk)
-            result = combine(op.code, a, b, &a);
-        *value = static_cast<double>(a);
-        return result;
+    if constexpr (!kIsReal) {
+        if (isDecision(op.code))
+            return decide(op, input, value);
     }
-    if (op.second >= 0)
-        return combine(op.code, left, right, value);
-    *value = apply(op.code, left);
-    return ZelErr::kOk;
+    Value left{};
+    Value right{};
+    const ZelCamErr result = operands(op, input, &left, &right);
+    return result == ZelErr::kOk ? combine(op, left, right, value) : result;
 }
+
+template ZelCamErr Formula::evaluate(std::int32_t, FormulaInput&, std::int64_t*) const;
+template ZelCamErr Formula::evaluate(std::int32_t, FormulaInput&, double*) const;
 
 } // namespace genapi

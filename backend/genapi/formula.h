@@ -14,8 +14,8 @@ namespace genapi
 class FormulaInput
 {
 public:
-    virtual ZelCamErr integer(std::int32_t slot, std::int64_t* value) = 0;
-    virtual ZelCamErr real(std::int32_t slot, double* value) = 0;
+    virtual ZelCamErr value(std::int32_t slot, std::int64_t* value) = 0;
+    virtual ZelCamErr value(std::int32_t slot, double* value) = 0;
 
 protected:
     ~FormulaInput() = default;
@@ -88,6 +88,21 @@ struct FormulaOp {
     double real = 0.0;
 };
 
+/// Whole numbers in both arithmetics: comparisons and logic.
+constexpr bool isDecision(FormulaOp::Code code)
+{
+    return code == FormulaOp::Code::kOr || code == FormulaOp::Code::kAnd ||
+           (code >= FormulaOp::Code::kEqual && code <= FormulaOp::Code::kGreaterEqual);
+}
+
+/// Over whole numbers alone, even among floats.
+constexpr bool isBitwise(FormulaOp::Code code)
+{
+    return (code >= FormulaOp::Code::kBitOr && code <= FormulaOp::Code::kBitAnd) ||
+           code == FormulaOp::Code::kShiftLeft || code == FormulaOp::Code::kShiftRight ||
+           code == FormulaOp::Code::kInvert;
+}
+
 /// A compiled formula. There are two arithmetics: whole numbers of 64 bits that wrap (only what
 /// holds a fraction or a function is computed with fractions, and cut off at the end), and
 /// doubles. Branches that are not taken are not evaluated.
@@ -101,21 +116,25 @@ public:
     /// How deep an evaluation recurses.
     std::uint32_t height() const { return ops_.empty() ? 0 : ops_.back().height; }
 
-    /// 0; -40200 for a division by zero or a number beyond 64 bits; codes of the input.
-    ZelCamErr integer(FormulaInput& input, std::int64_t* value) const;
-    ZelCamErr real(FormulaInput& input, double* value) const;
+    /// As a whole number (std::int64_t) or a float (double). 0; -40200 for a division by zero or a
+    /// number beyond 64 bits; codes of the input.
+    template <class Value> ZelCamErr evaluate(FormulaInput& input, Value* value) const
+    {
+        return evaluate(static_cast<std::int32_t>(ops_.size()) - 1, input, value);
+    }
 
 private:
     friend class FormulaParser;
-    using Code = FormulaOp::Code;
 
     const FormulaOp& at(std::int32_t op) const { return ops_[static_cast<std::size_t>(op)]; }
-    ZelCamErr evaluate(std::int32_t op, FormulaInput& input, std::int64_t* value) const;
-    ZelCamErr evaluate(std::int32_t op, FormulaInput& input, double* value) const;
-    ZelCamErr isTrue(std::int32_t op, FormulaInput& input, bool* value) const;
+    template <class Value>
+    ZelCamErr evaluate(std::int32_t op, FormulaInput& input, Value* value) const;
+    template <class Value>
+    ZelCamErr operands(const FormulaOp& op, FormulaInput& input, Value* left, Value* right) const;
+    template <class Value>
     ZelCamErr compare(const FormulaOp& op, FormulaInput& input, std::int64_t* value) const;
-    ZelCamErr choose(const FormulaOp& op, FormulaInput& input, std::int32_t* chosen) const;
-    ZelCamErr logic(const FormulaOp& op, FormulaInput& input, std::int64_t* value) const;
+    ZelCamErr isTrue(std::int32_t op, FormulaInput& input, bool* value) const;
+    ZelCamErr decide(const FormulaOp& op, FormulaInput& input, std::int64_t* value) const;
 
     std::vector<FormulaOp> ops_; ///< The last one is the whole.
 };

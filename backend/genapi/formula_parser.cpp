@@ -60,12 +60,6 @@ bool isSame(std::string_view left, std::string_view right)
 bool isNameStart(char c) { return std::isalpha(static_cast<unsigned char>(c)) != 0 || c == '_'; }
 bool isDigit(char c) { return c >= '0' && c <= '9'; }
 
-bool isComparison(Code code)
-{
-    return code == Code::kOr || code == Code::kAnd ||
-           (code >= Code::kEqual && code <= Code::kGreaterEqual);
-}
-
 } // namespace
 
 class FormulaParser
@@ -170,20 +164,11 @@ private:
             } else {
                 op.second = binary(found->rank + 1);
             }
-            op.isReal = !isInteger_ || (!isComparison(op.code) && !isBit(op.code) &&
-                                        (isReal(op.first) || isReal(op.second)));
-            // Comparisons give whole numbers in both arithmetics.
-            if (isComparison(op.code))
-                op.isReal = false;
+            const bool hasReal = isReal(op.first) || isReal(op.second);
+            op.isReal = !isDecision(op.code) && (!isInteger_ || (hasReal && !isBitwise(op.code)));
             left = add(op, 2);
         }
         return left;
-    }
-
-    static bool isBit(Code code)
-    {
-        return (code >= Code::kBitOr && code <= Code::kBitAnd) || code == Code::kShiftLeft ||
-               code == Code::kShiftRight;
     }
 
     std::int32_t unary()

@@ -1,8 +1,8 @@
 #include "genapi/param_array.h"
 
 #include "base/operation_guard.h"
+#include "genapi/change_count.h"
 #include "genapi/enum_params.h"
-#include "genapi/kept_value.h"
 #include "genapi/param_array_state.h"
 #include "genapi/param_object.h"
 #include "genapi/params.h"

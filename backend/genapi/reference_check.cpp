@@ -181,21 +181,6 @@ void markFeatures(Description* description, std::int32_t index)
         node.visibility = visibility;
 }
 
-/// What has to be polled is never old enough to be kept, nor is what it would make old.
-void markKept(Description* description)
-{
-    for (Node& node : description->nodes) {
-        node.mayKeep = node.isRegister && node.caching != 0 && !node.isPolled;
-        for (const Link& link : description->linksOf(node)) {
-            const bool isPolled =
-                link.kind == LinkKind::kInvalidator && description->at(link.target).isPolled;
-            const bool isEvent =
-                link.kind == LinkKind::kPort && description->at(link.target).overlay >= 0;
-            node.mayKeep = node.mayKeep && !isPolled && !isEvent;
-        }
-    }
-}
-
 } // namespace
 
 bool checkReferences(Description* description, std::string* why)
@@ -214,7 +199,6 @@ bool checkReferences(Description* description, std::string* why)
         return false;
     }
     markFeatures(description, description->root);
-    markKept(description);
     return true;
 }
 

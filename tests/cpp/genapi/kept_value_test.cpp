@@ -17,7 +17,8 @@ TEST(KeptValue, HoldsUntilSomethingMayHaveChangedIt)
             "</IntSwissKnife>" +
             intReg("Chosen", "0x20", "<pIndex Offset=\"4\">Fleeting</pIndex>") +
             intReg("Asking", "0x40", "<pIsAvailable>Fleeting</pIsAvailable>") +
-            intReg("Told", "0x44", "<pInvalidator>Polled</pInvalidator>"),
+            "<Enumeration Name=\"Told\"><EnumEntry Name=\"A\"><Value>0</Value></EnumEntry>"
+            "<pValue>Asking</pValue></Enumeration>",
         {"Width", "Other", "Fleeting", "Polled", "OnFleeting", "Sum", "Chosen", "Asking", "Told"});
     const auto kept = [&](const char* name) {
         module.source.setWord(8, 1);
@@ -30,7 +31,7 @@ TEST(KeptValue, HoldsUntilSomethingMayHaveChangedIt)
     };
     EXPECT_TRUE(kept("Width"));
     EXPECT_TRUE(kept("Other"));
-    for (const char* name : {"Fleeting", "Polled", "OnFleeting", "Sum", "Chosen", "Asking", "Told"})
+    for (const char* name : {"Fleeting", "Polled", "OnFleeting", "Sum", "Chosen", "Asking"})
         EXPECT_FALSE(kept(name)) << name;
 
     EXPECT_EQ(module.integer("Other"), 0);
@@ -53,6 +54,63 @@ TEST(KeptValue, HoldsUntilSomethingMayHaveChangedIt)
     EXPECT_EQ(module.integer("Other"), 8);
     module.array.detach(-1006);
     EXPECT_EQ(module.readError("Other"), -1006);
+}
+
+/// Where it is told what a write makes old, all else is kept.
+TEST(KeptValue, WritesReachWhatDependsOnThem)
+{
+    const std::string told = "<AccessMode>RW</AccessMode><pInvalidator>Mode</pInvalidator>";
+    const std::string bit =
+        "<Address>0x10</Address><Length>4</Length><AccessMode>RW</AccessMode>"
+        "<pPort>Device</pPort><Endianess>LittleEndian</Endianess></MaskedIntReg>";
+    Module module(
+        intReg("ModeReg", "0") + "<Integer Name=\"Mode\"><pValue>ModeReg</pValue></Integer>" +
+            intReg("Alone", "4") + intReg("Told", "8", told) +
+            "<IntSwissKnife Name=\"Twice\"><pVariable Name=\"A\">Told</pVariable>"
+            "<Formula>A*2</Formula></IntSwissKnife>" +
+            intReg("Farther", "0xC", "<pInvalidator>Twice</pInvalidator>") +
+            intReg("Word", "0x10") + "<MaskedIntReg Name=\"Bit\"><Bit>4</Bit>" + bit +
+            intReg("Deep", "0x14") + intReg("DeepMax", "0x18") +
+            "<Integer Name=\"Above\"><pInvalidator>Mode</pInvalidator><pValue>Deep</pValue>"
+            "<pMax>DeepMax</pMax></Integer>" +
+            intReg("Lock", "0x1C") +
+            intReg("Locked", "0x20", "<pIsLocked>Lock</pIsLocked><AccessMode>RW</AccessMode>") +
+            intReg("Chosen", "0x30", "<pIndex Offset=\"4\">Mode</pIndex>") +
+            "<Command Name=\"Go\"><pValue>Told</pValue><CommandValue>0</CommandValue></Command>",
+        {"Mode", "Alone", "Told", "Twice", "Farther", "Word", "Bit", "Above", "Locked", "Chosen"});
+    const auto known = [&](const std::string& name, std::int64_t value) {
+        const int before = module.source.reads;
+        EXPECT_EQ(module.integer(name.c_str()), value) << name;
+        return module.source.reads == before;
+    };
+    const auto readAll = [&] {
+        for (const char* name :
+             {"Alone", "Told", "Twice", "Farther", "Word", "Bit", "Above", "Chosen"})
+            module.integer(name);
+        return module.array.GetInt("Above", nullptr)->GetMax(nullptr);
+    };
+    readAll();
+    for (const std::uint64_t address : {4, 8, 0xC, 0x14, 0x18, 0x34})
+        module.source.setWord(address, static_cast<std::uint32_t>(address));
+    EXPECT_EQ(readAll(), 0) << "nobody told of it";
+    EXPECT_EQ(module.array.SetIntegerValue("Mode", 1), 0);
+    EXPECT_TRUE(known("Alone", 0));
+    EXPECT_FALSE(known("Told", 8));
+    EXPECT_TRUE(known("Twice", 16)) << "the register was read a moment ago";
+    EXPECT_FALSE(known("Farther", 0xC)) << "invalidators pass on";
+    EXPECT_FALSE(known("Above", 0x14)) << "what is below an invalidated feature is old, too";
+    EXPECT_EQ(module.array.GetInt("Above", nullptr)->GetMax(nullptr), 0x18);
+    EXPECT_FALSE(known("Chosen", 0x34)) << "another register is selected";
+    EXPECT_EQ(module.array.SetIntegerValue("Bit", 1), 0);
+    EXPECT_FALSE(known("Word", 16)) << "they share their bytes";
+    EXPECT_EQ(module.array.SetIntegerValue("Word", 0), 0);
+    EXPECT_FALSE(known("Bit", 0));
+    EXPECT_TRUE(module.array.GetParam("Locked", nullptr)->IsWritable());
+    EXPECT_EQ(module.array.SetIntegerValue("Lock", 1), 0);
+    EXPECT_FALSE(module.array.GetParam("Locked", nullptr)->IsWritable());
+    EXPECT_TRUE(known("Alone", 0));
+    EXPECT_EQ(module.array.ExecuteCommand("Go"), 0);
+    EXPECT_FALSE(known("Alone", 4)) << "few descriptions tell what a command changes";
 }
 
 } // namespace
