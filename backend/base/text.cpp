@@ -1,6 +1,8 @@
 // Texts that cross the boundary: valid UTF-8, numbers without a locale, pointers that stay good.
 #include "base/text.h"
 
+#include "base/endian.h"
+
 #include <array>
 #include <charconv>
 #include <mutex>
@@ -66,6 +68,12 @@ std::string toUtf8(std::string_view text)
 bool isValidUtf8(std::string_view text)
 {
     for (std::size_t position = 0; position < text.size();) {
+        // Nearly all of it is ASCII, which shows in words of eight.
+        if (text.size() - position >= sizeof(std::uint64_t) &&
+            (loadLittle<std::uint64_t>(text.data() + position) & 0x8080808080808080U) == 0) {
+            position += sizeof(std::uint64_t);
+            continue;
+        }
         const std::size_t length = sequenceLength(text, position);
         if (length == 0) {
             return false;

@@ -1,5 +1,6 @@
 #include "genapi/description_parser.h"
 
+#include "base/endian.h"
 #include "base/text.h"
 #include "genapi/node_reader.h"
 #include "genapi/reference_check.h"
@@ -15,7 +16,9 @@ namespace genapi
 namespace
 {
 
-constexpr unsigned kParse = pugi::parse_cdata | pugi::parse_escapes | pugi::parse_eol;
+// Text is kept with its element, which saves a node for each.
+constexpr unsigned kParse =
+    pugi::parse_cdata | pugi::parse_escapes | pugi::parse_eol | pugi::parse_embed_pcdata;
 
 /// The text alone: cameras save what a program said before, and register memory behind the document
 /// reads as zeros.
@@ -28,28 +31,71 @@ std::string_view withoutPadding(std::string_view text)
     return text.substr(first, last - first + 1);
 }
 
-ZelCamErr readText(const std::string& document, std::string* text, std::string* why)
+/// True for a document of two-byte characters, which begins with its mark or with `<`.
+bool isUtf16(std::string_view text, bool* isBig)
 {
+    const std::string_view begin = text.substr(0, 2);
+    *isBig = begin == "\xFE\xFF" || begin == std::string_view("\0<", 2);
+    return *isBig || begin == "\xFF\xFE" || begin == std::string_view("<\0", 2);
+}
+
+/// Descriptions hold no characters beyond 16 bits; halves of such are marked as unknown.
+std::string fromUtf16(std::string_view text, bool isBig)
+{
+    std::string result;
+    result.reserve(text.size());
+    for (std::size_t i = 0; i + 1 < text.size(); i += 2) {
+        const char* const at = text.data() + i;
+        std::uint32_t code =
+            isBig ? base::loadBig<std::uint16_t>(at) : base::loadLittle<std::uint16_t>(at);
+        if (code >= 0xD800 && code < 0xE000)
+            code = 0xFFFD;
+        if (code >= 0x800) {
+            result += static_cast<char>(0xE0U | code >> 12U);
+            result += static_cast<char>(0x80U | (code >> 6U & 0x3FU));
+        } else if (code >= 0x80) {
+            result += static_cast<char>(0xC0U | code >> 6U);
+        }
+        result += static_cast<char>(code < 0x80 ? code : 0x80U | (code & 0x3FU));
+    }
+    return result;
+}
+
+/// The document as UTF-8 XML, either a part of `document` or kept in `made`.
+ZelCamErr readText(const std::string& document, std::string* made, std::string_view* text,
+                   std::string* why)
+{
+    *text = document;
     if (document.size() > kMaxDocumentSize) {
         *why = "the document is too large";
         return ZelErr::kParamTree;
     }
-    std::string unpacked;
-    if (isZip(document) && unzip(document, &unpacked) != ZelErr::kOk) {
-        *why = "the zip archive is broken";
-        return ZelErr::kParamTree;
+    if (isZip(document)) {
+        if (unzip(document, made) != ZelErr::kOk) {
+            *why = "the zip archive is broken";
+            return ZelErr::kParamTree;
+        }
+        *text = *made;
     }
-    const std::string_view bare = withoutPadding(isZip(document) ? unpacked : document);
+    bool isBig = false;
+    if (isUtf16(*text, &isBig)) {
+        *made = fromUtf16(*text, isBig);
+        *text = *made;
+    }
+    *text = withoutPadding(*text);
     // Characters of old cameras are Latin-1 whatever they declare.
-    *text = base::isValidUtf8(bare) ? std::string(bare) : base::toUtf8(bare);
+    if (!base::isValidUtf8(*text)) {
+        *made = base::toUtf8(*text);
+        *text = *made;
+    }
     // Entities exist only to be abused; no camera's description has a document type.
-    if (text->find("<!DOCTYPE") == std::string::npos && !text->empty())
+    if (text->find("<!DOCTYPE") == std::string_view::npos && !text->empty())
         return ZelErr::kOk;
     *why = "the text is not well-formed XML";
     return ZelErr::kParamTree;
 }
 
-std::string atLine(const std::string& text, std::ptrdiff_t place)
+std::string atLine(std::string_view text, std::ptrdiff_t place)
 {
     if (place < 0 || static_cast<std::size_t>(place) > text.size())
         return {};
@@ -61,8 +107,9 @@ std::string atLine(const std::string& text, std::ptrdiff_t place)
 
 ZelCamErr parseDescription(const std::string& document, Description* description, std::string* why)
 {
-    std::string text;
-    if (const ZelCamErr result = readText(document, &text, why); result != ZelErr::kOk)
+    std::string kept;
+    std::string_view text;
+    if (const ZelCamErr result = readText(document, &kept, &text, why); result != ZelErr::kOk)
         return result;
     Description made;
     made.document.assign(text.begin(), text.end());

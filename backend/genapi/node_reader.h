@@ -2,6 +2,7 @@
 #pragma once
 
 #include "genapi/description.h"
+#include "genapi/element_table.h"
 
 #include <pugixml.hpp>
 
@@ -14,6 +15,8 @@ namespace genapi
 {
 
 /// Used once. Texts of the document are referred to, not copied: `description` owns the document.
+/// A node that makes no sense by itself (a reference to nothing, a number that is none) is marked
+/// as broken, which the log tells, and does not keep the others from being used.
 class NodeReader
 {
 public:
@@ -29,24 +32,26 @@ public:
 private:
     bool refuse(const std::string& why);
     bool collect(const pugi::xml_node& parent, int depth);
-    bool addNode(const pugi::xml_node& element, std::int32_t owner);
+    bool addNode(const pugi::xml_node& element, const Element* known, std::int32_t owner);
     bool addChildren(const pugi::xml_node& element, std::int32_t index);
     bool readNode(std::int32_t index);
     bool takeStructure(Node* node);
     bool readChildren(std::int32_t index);
-    bool readChild(Node* node, const pugi::xml_node& child);
-    bool readValue(Node* node, Link* link, std::string_view text);
-    bool readNumber(const Node& node, Link* link, std::string_view text) const;
-    bool readReference(Link* link, const pugi::xml_node& child);
-    bool readVariable(Link* link, std::string_view name);
-    bool readProperty(Node* node, std::string_view tag, std::string_view text);
-    bool readPortId(Node* node, std::string_view tag, std::string_view text);
-    bool readValidValues(Node* node, std::string_view text);
-    bool findNode(std::string_view name, std::int32_t* index);
-    bool checkRegister(const Node& node);
+    bool readLink(Node* node, const Element& element, const pugi::xml_node& child);
     bool add(Node* node, const Link& link);
     std::int32_t keep(std::string_view text);
     std::string_view textOf(const pugi::xml_node& element);
+
+    // What single elements say; false where it makes no sense. See node_values.cpp.
+    bool readValue(const Node& node, Link* link, std::string_view text);
+    bool readIndexed(Link* link, const pugi::xml_node& child);
+    bool readReference(Link* link, const pugi::xml_node& child);
+    bool readVariable(Link* link, std::string_view name);
+    bool readProperty(Node* node, Property property, std::string_view text);
+    bool readPortId(Node* node, bool isEvent, std::string_view text);
+    bool readValidValues(Node* node, std::string_view text);
+    bool findNode(std::string_view name, std::int32_t* index) const;
+    const char* faultOf(const Node& node) const;
 
     Description& description_;
     std::vector<pugi::xml_node> elements_; ///< By node.
@@ -55,5 +60,8 @@ private:
     std::ptrdiff_t place_ = -1;
     pugi::xml_node current_;
 };
+
+/// An attribute of an element, trimmed; empty without it.
+std::string_view attributeOf(const pugi::xml_node& element, const char* name);
 
 } // namespace genapi

@@ -1,4 +1,5 @@
 // Which descriptions are taken, and that others leave nothing behind.
+#include "attached_module.h"
 #include "genapi/description_parser.h"
 #include "genapi/param_array.h"
 #include "memory_source.h"
@@ -25,6 +26,16 @@ std::string repeated(int count, const std::function<std::string(int)>& make)
     return text;
 }
 
+/// The text with a zero before or behind every byte.
+std::string utf16(const std::string& text, int before, int behind)
+{
+    std::string wide;
+    for (const char c : text)
+        wide += std::string(static_cast<std::size_t>(before), '\0') + c +
+                std::string(static_cast<std::size_t>(behind), '\0');
+    return wide;
+}
+
 struct BrokenCase {
     const char* name;
     std::string document;
@@ -46,16 +57,6 @@ std::vector<BrokenCase> brokenDescriptions()
              good.substr(good.find("<RegisterDescription")),
          "well-formed"},
         {"two of one name", describe(intReg("A", "0") + intReg("A", "4"), {"A"}), "named A"},
-        {"unknown feature", describe(intReg("A", "0"), {"B"}), "no node B"},
-        {"empty reference", describe("<Integer Name=\"A\"><pValue/></Integer>", {"A"}), "no node"},
-        {"unknown alias",
-         describe("<Integer Name=\"A\"><Value>1</Value><pAlias>X</pAlias></Integer>", {"A"}),
-         "no node X"},
-        {"entry refers to nothing",
-         describe("<Enumeration Name=\"E\"><EnumEntry Name=\"One\"><Value>1</Value>"
-                  "<pIsAvailable>X</pIsAvailable></EnumEntry><Value>1</Value></Enumeration>",
-                  {"E"}),
-         "no node X"},
         {"value of itself", describe("<Integer Name=\"A\"><pValue>A</pValue></Integer>", {"A"}),
          "depends on itself"},
         {"circle of values",
@@ -111,37 +112,6 @@ std::vector<BrokenCase> brokenDescriptions()
                       intReg(n(60), "0"),
                   {"N0"}),
          "depends on"},
-        {"minimum is no number",
-         describe("<Integer Name=\"A\"><Value>1</Value><Min>few</Min></Integer>", {"A"}), "Min"},
-        {"variable without a name",
-         describe("<IntSwissKnife Name=\"A\"><pVariable>B</pVariable><Formula>1</Formula>"
-                  "</IntSwissKnife>" +
-                      intReg("B", "0"),
-                  {"A"}),
-         "pVariable"},
-        {"entry without value",
-         describe("<Enumeration Name=\"E\"><EnumEntry Name=\"One\"/><Value>1</Value>"
-                  "</Enumeration>",
-                  {"E"}),
-         "EnumEntry"},
-        {"integer of 9 bytes",
-         describe("<IntReg Name=\"A\"><Address>0</Address><Length>9</Length><pPort>Device</pPort>"
-                  "</IntReg>",
-                  {"A"}),
-         "length"},
-        {"text of a terabyte",
-         describe("<StringReg Name=\"A\"><Address>0</Address><Length>0x10000000000</Length>"
-                  "<pPort>Device</pPort></StringReg>",
-                  {"A"}),
-         "length"},
-        {"register without port",
-         describe("<IntReg Name=\"A\"><Address>0</Address><Length>4</Length></IntReg>", {"A"}),
-         "port"},
-        {"bit 64",
-         describe("<MaskedIntReg Name=\"A\"><Address>0</Address><Length>4</Length><Bit>64</Bit>"
-                  "<pPort>Device</pPort></MaskedIntReg>",
-                  {"A"}),
-         "bits"},
         {"nested too deeply",
          describe(repeated(300, [](int) { return "<Group>"; }) +
                       repeated(300, [](int) { return "</Group>"; }),
@@ -166,6 +136,55 @@ TEST(Description, RefusesWhatIsBroken)
     }
 }
 
+/// What makes no sense is not available; all else is used.
+TEST(Description, LeavesOutOnlyTheBrokenNode)
+{
+    const std::string reg = "<Length>4</Length><pPort>Device</pPort>";
+    const struct {
+        const char* name;
+        std::string nodes;
+    } cases[] = {
+        {"empty reference", "<Integer Name=\"A\"><pValue/></Integer>"},
+        {"no such limit", "<Integer Name=\"A\"><Value>1</Value><pMax>X</pMax></Integer>"},
+        {"no such entry", "<Enumeration Name=\"E\"><EnumEntry Name=\"One\"><Value>1</Value>"
+                          "</EnumEntry><Value>1</Value></Enumeration><IntSwissKnife Name=\"A\">"
+                          "<pVariable Name=\"V.Entry.Two\">E</pVariable><Formula>1</Formula>"
+                          "</IntSwissKnife>"},
+        {"no such condition of the only entry",
+         "<Enumeration Name=\"A\"><EnumEntry Name=\"One\"><pIsAvailable>X</pIsAvailable>"
+         "<Value>1</Value></EnumEntry><Value>1</Value></Enumeration>"},
+        {"minimum is no number", "<Integer Name=\"A\"><Value>1</Value><Min>few</Min></Integer>"},
+        {"variable without a name", "<IntSwissKnife Name=\"A\"><pVariable>Good</pVariable>"
+                                    "<Formula>1</Formula></IntSwissKnife>"},
+        {"entry without value", "<Enumeration Name=\"A\"><EnumEntry Name=\"One\"/>"
+                                "<Value>1</Value></Enumeration>"},
+        {"integer of 9 bytes", "<IntReg Name=\"A\"><Address>0</Address><Length>9</Length>"
+                               "<pPort>Device</pPort></IntReg>"},
+        {"text of a terabyte", "<StringReg Name=\"A\"><Address>0</Address>"
+                               "<Length>0x10000000000</Length><pPort>Device</pPort></StringReg>"},
+        {"no port", "<IntReg Name=\"A\"><Address>0</Address><Length>4</Length></IntReg>"},
+        {"bit 64",
+         "<MaskedIntReg Name=\"A\"><Address>0</Address><Bit>64</Bit>" + reg + "</MaskedIntReg>"},
+        {"entry of a broken structure",
+         "<StructReg Comment=\"s\"><pAddress>X</pAddress>" + reg +
+             "<StructEntry Name=\"A\"><Bit>1</Bit></StructEntry></StructReg>"},
+        {"computed from one that is broken",
+         "<Integer Name=\"B\"><pValue>X</pValue></Integer><IntSwissKnife Name=\"A\">"
+         "<pVariable Name=\"V\">B</pVariable><Formula>V</Formula></IntSwissKnife>"},
+    };
+    for (const auto& test : cases) {
+        Module module(intReg("Good", "0") + test.nodes, {"Nowhere", "Good", "A"});
+        ZelCamErr err = 0;
+        EXPECT_EQ(module.array.SetIntegerValue("Good", 5), 0) << test.name;
+        EXPECT_EQ(module.integer("Good"), 5) << test.name;
+        ZelGenParam::Param* const broken = module.array.GetParam("A", &err);
+        ASSERT_NE(broken, nullptr) << test.name;
+        EXPECT_FALSE(broken->IsAvailable() || broken->IsWritable()) << test.name;
+        EXPECT_NE(module.array.SetIntegerValue("A", 1), 0) << test.name;
+        EXPECT_EQ(module.array.GetCount(), 2) << "what is listed but not there is passed over";
+    }
+}
+
 TEST(Description, TakesWhatRealCamerasHave)
 {
     const std::string good = describe(intReg("A", "0"), {"A"});
@@ -174,6 +193,18 @@ TEST(Description, TakesWhatRealCamerasHave)
         const char* name;
         std::string document;
     } cases[] = {
+        {"aliases, invalidators and selectors that lead nowhere",
+         describe("<Integer Name=\"A\"><pInvalidator>X</pInvalidator><Value>1</Value>"
+                  "<pAlias>X</pAlias><pSelected>X</pSelected></Integer>",
+                  {"A"})},
+        {"elements of an older bus",
+         describe("<ConfRom Name=\"Rom\"><Unit>0</Unit><Address>0</Address><pPort>Device</pPort>"
+                  "</ConfRom><IntKey Name=\"Key\"><p1212Parser>Rom</p1212Parser><Key>3</Key>"
+                  "</IntKey><SmartFeature Name=\"S\"><FeatureID>0</FeatureID></SmartFeature>" +
+                      intReg("A", "0"),
+                  {"A"})},
+        {"characters of two bytes, low first", utf16(good, 0, 1)},
+        {"characters of two bytes, high first", "\xFE\xFF" + utf16(good, 1, 0)},
         {"zeros behind the text", good + std::string(500, '\0')},
         {"padded references", describe(text + "x</ToolTip></Integer>" + intReg("R", "0"), {" A "})},
         {"bytes that are no UTF-8",
