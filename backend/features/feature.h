@@ -63,7 +63,6 @@ public:
     Feature& guru() { return visibility_ = Visibility::Guru, *this; }
     Feature& invisible() { return visibility_ = Visibility::Invisible, *this; }
     Feature& readOnly() { return access_ = Access::ReadOnly, *this; }
-    Feature& writeOnly() { return access_ = Access::WriteOnly, *this; }
     /// The value belongs into configuration files and user sets.
     Feature& streamable() { return streamable_ = true, *this; }
     /// One value per value of `selector` (an enumeration or integer whose values are 0 to
@@ -115,8 +114,20 @@ public:
     /// Runs a command; its code is the result of the register write.
     Feature& onExecute(std::function<std::int32_t(std::size_t index)> hook);
     /// The value changes without being written: a counter that runs, say. Those with onRead() do so
-    /// anyway; values of all others may be kept by readers until something is written.
+    /// anyway; values of all others may be kept by readers until they, or something that changes
+    /// others, are written.
     Feature& changesByItself() { return changing_ = true, *this; }
+    /// Writing it changes values or limits of other features: readers that keep those read them
+    /// again. Not needed for selectors, commands, and what is computed on every read.
+    Feature& changesOthers() { return changesOthers_ = true, *this; }
+    /// The limits depend on nothing but these features and those that change others: readers may
+    /// keep them until then.
+    Feature& limitedBy(std::vector<std::string> features)
+    {
+        keepsLimits_ = true;
+        limitedBy_ = std::move(features);
+        return *this;
+    }
     /// A command that is still executing after its write returned. Without it commands are done at
     /// once.
     Feature& busyWhile(std::function<bool()> test) { return busy_ = std::move(test), *this; }
@@ -156,6 +167,9 @@ private:
     Access access_ = Access::ReadWrite;
     bool streamable_ = false;
     bool changing_ = false;
+    bool changesOthers_ = false;
+    bool keepsLimits_ = false;
+    std::vector<std::string> limitedBy_;
     std::string selector_;
     std::vector<std::string> shownBy_;
     std::vector<EnumEntry> entries_;

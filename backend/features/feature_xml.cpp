@@ -23,6 +23,9 @@ std::string hex(std::uint64_t value)
 
 using base::escapeXml;
 
+/// What everything that readers keep waits for.
+constexpr const char* kChanges = "OtherFeaturesChanged";
+
 const char* visibilityName(Visibility visibility)
 {
     constexpr std::array<const char*, 4> kNames = {"Beginner", "Expert", "Guru", "Invisible"};
@@ -60,13 +63,17 @@ const char* nodeType(const Feature& feature, bool formula)
 
 } // namespace
 
-FeatureXml::FeatureXml(const FeatureTable& table) : table_(table)
+FeatureXml::FeatureXml(const FeatureTable& table)
+    : table_(table),
+      hasChanges_(std::any_of(table.features_.begin(), table.features_.end(),
+                              [](const Feature& each) { return each.changesOthers_; }))
 {
     head();
     for (const Feature& each : table.features_) {
         feature(each);
         registers(each);
     }
+    changes();
     open("Port", "Device");
     close("Port");
     for (const DataPort& port : table.ports_) {
@@ -76,6 +83,22 @@ FeatureXml::FeatureXml(const FeatureTable& table) : table_(table)
         close("Port");
     }
     text_ += "</RegisterDescription>\n";
+}
+
+void FeatureXml::changes()
+{
+    if (!hasChanges_) {
+        return;
+    }
+    open("Integer", kChanges);
+    element("Visibility", "Invisible");
+    for (const Feature& each : table_.features_) {
+        if (each.changesOthers_) {
+            element("pInvalidator", each.name_);
+        }
+    }
+    element("Value", "0");
+    close("Integer");
 }
 
 void FeatureXml::head()
@@ -265,6 +288,9 @@ void FeatureXml::place(const Feature& feature, std::uint64_t offset, std::uint32
     element("AccessMode", accessMode);
     element("pPort", feature.port_.empty() ? "Device" : feature.port_);
     element("Cachable", cached ? "WriteThrough" : "NoCache");
+    if (cached && hasChanges_) {
+        element("pInvalidator", kChanges);
+    }
 }
 
 void FeatureXml::valueRegister(const Feature& feature)
@@ -332,7 +358,15 @@ void FeatureXml::registers(const Feature& feature)
             const std::string tag = isFloat ? "FloatReg" : "IntReg";
             open(tag, feature.name_ + suffix);
             element("Visibility", "Invisible");
-            place(feature, offset, size, "RO", false);
+            const bool isLimit = slot == FeatureTable::Slot::Min ||
+                                 slot == FeatureTable::Slot::Max ||
+                                 slot == FeatureTable::Slot::Increment;
+            place(feature, offset, size, "RO", isLimit && feature.keepsLimits_);
+            if (isLimit) {
+                for (const std::string& other : feature.limitedBy_) {
+                    element("pInvalidator", other);
+                }
+            }
             if (!isFloat) {
                 element("Sign", size == 8 ? "Signed" : "Unsigned");
             }

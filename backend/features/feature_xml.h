@@ -19,6 +19,8 @@ public:
 
 private:
     void head();
+    /// The node that tells readers of kept values that something changed them.
+    void changes();
     void feature(const Feature& feature);
     void common(const Feature& feature);
     void integer(const Feature& feature);
@@ -41,6 +43,7 @@ private:
     void close(const std::string& tag);
 
     const FeatureTable& table_;
+    const bool hasChanges_;
     std::string text_;
 };
 

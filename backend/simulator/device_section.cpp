@@ -74,6 +74,7 @@ void DeviceSection::declareIdentity()
     userId_ = &table.string("DeviceUserID", "Name that the user gave the camera.", kTextSize)
                    .describe("Name that the user gave the camera. It survives a reset.")
                    .value(config.userDefinedName)
+                   .changesOthers()
                    .onChange([this](std::size_t) {
                        context_.post([](CameraObserver& observer) { observer.identityChanged(); });
                    });
@@ -103,6 +104,7 @@ void DeviceSection::declareLink()
                       .entry("Off", 0, "As fast as the link.")
                       .entry("On", 1, "DeviceLinkThroughputLimit.")
                       .lockedIf(context_.whileStreaming())
+                      .changesOthers()
                       .onChange([this](std::size_t) { context_.linkChanged(); });
     limit_ =
         &table.integer("DeviceLinkThroughputLimit", "Largest data rate of the camera.")
@@ -115,6 +117,7 @@ void DeviceSection::declareLink()
              .range(kLowestLimit, linkSpeed_)
              .value(linkSpeed_)
              .lockedIf(context_.whileStreaming())
+             .changesOthers()
              .onChange([this](std::size_t) { context_.linkChanged(); });
 }
 

@@ -118,6 +118,7 @@ void ImageSection::declareWindow(Axis& axis, const char* size, const char* offse
                          return IntLimits{std::min(axis.step, axis.full()),
                                           room / axis.step * axis.step, axis.step};
                      })
+                     .limitedBy({offset})
                      .lockedIf(context_.whileStreaming())
                      .onChange(changed);
     axis.offset =
@@ -129,6 +130,7 @@ void ImageSection::declareWindow(Axis& axis, const char* size, const char* offse
                  const std::int64_t room = axis.full() - axis.size->integer();
                  return IntLimits{0, room / axis.offsetStep * axis.offsetStep, axis.offsetStep};
              })
+             .limitedBy({size})
              .lockedIf(context_.whileStreaming())
              .onChange(changed);
 }
@@ -150,6 +152,7 @@ void ImageSection::declareReduction(Axis& axis, const char* suffix)
              .range(std::int64_t{1}, most)
              .value(std::int64_t{1})
              .lockedIf(context_.whileStreaming())
+             .changesOthers()
              .onChange(refit);
     axis.binningMode =
         &context_.table.enumeration("Binning" + name + "Mode", "How binned pixels are combined.")
@@ -165,6 +168,7 @@ void ImageSection::declareReduction(Axis& axis, const char* suffix)
                            .range(std::int64_t{1}, most)
                            .value(std::int64_t{1})
                            .lockedIf(context_.whileStreaming())
+                           .changesOthers()
                            .onChange(refit);
 }
 

@@ -54,6 +54,7 @@ void PtpSection::declareState()
                              "clock. Timestamps count from 1970 once PtpStatus is Slave.")
                    .expert()
                    .lockedIf([this] { return context_.acquiring; })
+                   .changesOthers()
                    .onChange([this](std::size_t) {
                        enabledNs_ = context_.now();
                        isSet_ = false;

@@ -29,6 +29,7 @@ void SequencerSection::declareModes()
                  .entry("Off", 0, "The camera has one set of settings.")
                  .entry("On", 1, "The sets follow their paths.")
                  .lockedIf([this] { return configuration_->integer() != 0; })
+                 .changesOthers()
                  .onChange([this](std::size_t) {
                      if (isOn()) {
                          load(static_cast<std::size_t>(start_->integer()));

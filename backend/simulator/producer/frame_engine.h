@@ -37,7 +37,6 @@ public:
     /// Never waits for the camera: without `kill` a frame under way is given up and counted as
     /// lost, else it is delivered incomplete.
     void stop(bool kill);
-    bool isStarted() const { return thread_.joinable(); }
 
     // Signals.
     void requestStop(bool kill);
