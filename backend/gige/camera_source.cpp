@@ -42,24 +42,6 @@ bool isOldSchema(const std::string& xml)
     return major == 0 || (major == 1 && minor == 0);
 }
 
-/// Descriptions below schema 1.1 count on registers of four bytes being numbers in network byte
-/// order, whatever they say of them: lets them say so.
-void nameNetworkByteOrder(std::string* xml)
-{
-    constexpr std::string_view kLittle = "<Endianess>LittleEndian<";
-    constexpr std::string_view kLength = "<Length>";
-    for (std::size_t at = xml->find(kLittle); at != xml->npos; at = xml->find(kLittle, at + 1)) {
-        // Nodes of registers have no elements inside that end with "Reg".
-        const std::size_t begin = xml->rfind("Reg ", at);
-        const std::size_t end = xml->find("Reg>", at);
-        const std::size_t length = xml->find(kLength, begin == xml->npos ? at : begin);
-        if (length < end &&
-            std::strtol(xml->c_str() + length + kLength.size(), nullptr, 0) == long{kWord}) {
-            xml->replace(at, kLittle.size(), "<Endianess>BigEndian<");
-        }
-    }
-}
-
 /// The whole words that hold the beginning of a request.
 struct Piece {
     std::uint32_t address;
@@ -94,14 +76,7 @@ ZelCamErr CameraSource::description(std::string* document)
         (genapi::isZip(*document) && genapi::unzip(*document, &unpacked) != ZelErr::kOk)) {
         return code; // Who reads it says what is wrong with it.
     }
-    if (unpacked.empty()) {
-        unpacked = *document;
-    }
-    wordsAreRegisters_ = isOldSchema(unpacked);
-    if (wordsAreRegisters_) {
-        nameNetworkByteOrder(&unpacked);
-        *document = std::move(unpacked);
-    }
+    wordsAreRegisters_ = isOldSchema(unpacked.empty() ? *document : unpacked);
     return code;
 }
 

@@ -25,8 +25,9 @@ public:
     }
 
     /// Out of the camera's own memory only: what it says of files of this host or of the web is not
-    /// followed (-1008). Where it is old it says the byte order that such cameras really have.
+    /// followed (-1008).
     ZelCamErr description(std::string* document) override;
+    bool hasNetworkByteOrder() override { return true; }
     /// -1015 beyond the address space, -1005 for writes where only reading is allowed, else as
     /// ControlChannel.
     ZelCamErr read(std::uint64_t address, void* data, std::size_t size) override;
