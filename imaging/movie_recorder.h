@@ -1,7 +1,7 @@
 // Recording frames into a movie file.
 #pragma once
 
-#include "imaging/components.h"
+#include "imaging/component_loader.h"
 #include "zel_err.h"
 
 #include <optional>
@@ -18,7 +18,7 @@ class MovieRecorder
 {
 public:
     /// `components` must outlive the recorder.
-    explicit MovieRecorder(Components& components) : components_(components) {}
+    explicit MovieRecorder(ComponentLoader& components) : components_(components) {}
 
     /// Names of the compressors, or nothing when the serializer does not tell them.
     std::optional<std::vector<std::string>> compressors(ZelCamErr& lastError);
@@ -40,7 +40,7 @@ private:
     bool bringIntoFrame(const ZelImage& source, const ZelImage* image);
     bool fits(const ZelImage& source) const;
 
-    Components& components_;
+    ComponentLoader& components_;
     OwnedImage frame_;    ///< What the serializer gets; null when no movie is open.
     OwnedImage unpacked_; ///< Only for packed sources.
 };

@@ -33,7 +33,7 @@ bool reportMono(ZelCamErr code)
     return code == ZelErr::kOk;
 }
 
-bool saveMono(Components& components, const ZelImage* image, const char* fileName,
+bool saveMono(ComponentLoader& components, const ZelImage* image, const char* fileName,
               ZelCamErr& lastError)
 {
     lastError = ZelImageSerializer_Save(components.existingSerializer(), image, fileName);
@@ -47,8 +47,8 @@ bool keepsAllBits(const char* fileName)
     return dot != nullptr && std::strcmp(dot, ".tiff") == 0;
 }
 
-bool saveDeepMono(Components& components, ZelSize size, const ZelImage* image, const char* fileName,
-                  ZelCamErr& lastError)
+bool saveDeepMono(ComponentLoader& components, ZelSize size, const ZelImage* image,
+                  const char* fileName, ZelCamErr& lastError)
 {
     ZelImageConverter* converter = components.converter();
     if (keepsAllBits(fileName)) {
@@ -60,8 +60,8 @@ bool saveDeepMono(Components& components, ZelSize size, const ZelImage* image, c
     return saveMono(components, reduced.get(), fileName, lastError);
 }
 
-bool saveBayer(Components& components, ZelSize size, const ZelImage* image, const char* fileName,
-               ZelCamErr& lastError)
+bool saveBayer(ComponentLoader& components, ZelSize size, const ZelImage* image,
+               const char* fileName, ZelCamErr& lastError)
 {
     ZelBayer* bayer = components.bayer();
     const OwnedImage colour = createImage(size, kRGB8);
@@ -84,7 +84,7 @@ bool saveBayer(Components& components, ZelSize size, const ZelImage* image, cons
 
 } // namespace
 
-bool saveImage(Components& components, const ZelImage& source, const char* fileName,
+bool saveImage(ComponentLoader& components, const ZelImage& source, const char* fileName,
                ZelCamErr& lastError)
 {
     if (!isSaveable(source.pixelType)) {

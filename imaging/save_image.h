@@ -1,7 +1,7 @@
 // Saving a frame as a picture file.
 #pragma once
 
-#include "imaging/components.h"
+#include "imaging/component_loader.h"
 #include "zel_err.h"
 
 namespace imaging
@@ -13,7 +13,7 @@ namespace imaging
 /// are unpacked first. Any other pixel type is refused. Failures are reported on standard error.
 /// `lastError` receives the code of the component operation that decided; a refusal leaves it
 /// alone. True on success.
-bool saveImage(Components& components, const ZelImage& source, const char* fileName,
+bool saveImage(ComponentLoader& components, const ZelImage& source, const char* fileName,
                ZelCamErr& lastError);
 
 } // namespace imaging

@@ -5,7 +5,7 @@
 namespace imaging
 {
 
-ZelImageUnpacker* unpackerFor(Components& components, const ZelImage& source)
+ZelImageUnpacker* unpackerFor(ComponentLoader& components, const ZelImage& source)
 {
     ZelImageUnpacker* unpacker = components.unpacker();
     ZelComponentParams* params =

@@ -1,7 +1,7 @@
 // The module object.
 #pragma once
 
-#include "imaging/components.h"
+#include "imaging/component_loader.h"
 #include "imaging/movie_recorder.h"
 #include "module/binding/pycxx.h"
 #include "zel_camera_api.h"
@@ -42,7 +42,7 @@ private:
     Py::Object GetLastError();
     Py::Object ErrorCodeToString(const Py::Tuple& args);
 
-    imaging::Components components_;
+    imaging::ComponentLoader components_;
     imaging::MovieRecorder movie_{components_};
     ZelCamErr lastError_ = ZelErr::kOk;
 };

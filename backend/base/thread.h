@@ -2,9 +2,9 @@
 #pragma once
 
 #include "base/operation_guard.h"
+#include "base/signal_mask.h"
 
 #include <pthread.h>
-#include <signal.h>
 
 #include <exception>
 #include <thread>
@@ -19,14 +19,7 @@ namespace base
 /// std::system_error when there is no thread to be had.
 template <class Function> std::thread startThread(const char* name, Function&& function)
 {
-    sigset_t all;
-    sigset_t before;
-    sigfillset(&all);
-    pthread_sigmask(SIG_SETMASK, &all, &before);
-    struct Restore {
-        sigset_t* mask;
-        ~Restore() { pthread_sigmask(SIG_SETMASK, mask, nullptr); }
-    } const restore{&before};
+    const SignalMask mask;
     std::thread thread(
         [name, body = std::forward<Function>(function)]() mutable { contained(name, body); });
     char text[16] = {};

@@ -1,13 +1,13 @@
 #include "genapi/configuration_file.h"
 
 #include "base/log.h"
+#include "base/whole_file.h"
 #include "genapi/change_count.h"
 #include "genapi/configuration_text.h"
 #include "genapi/param_array.h"
 #include "genapi/param_array_state.h"
 #include "genapi/setting_writer.h"
 #include "genapi/settings.h"
-#include "genapi/whole_file.h"
 
 #include <algorithm>
 #include <unordered_map>
@@ -27,7 +27,7 @@ const char* nameOf(const char* file) { return file != nullptr ? file : "(null)";
 ZelCamErr readConfiguration(const char* file, ConfigurationText* configuration)
 {
     std::string text;
-    const ZelCamErr result = readWholeFile(file, kMaxFileSize, &text);
+    const ZelCamErr result = base::readWholeFile(file, kMaxFileSize, &text);
     if (result != ZelErr::kOk) {
         base::log(base::LogChannel::GenApi, "%s: cannot be read: %d", nameOf(file), result);
         return result;
@@ -153,7 +153,7 @@ ZelCamErr saveConfiguration(ParamArray& array, const DeviceIdentity& identity, c
             configuration.lines.push_back(std::move(line));
         }
     }
-    const ZelCamErr result = replaceFile(file, formatConfiguration(configuration));
+    const ZelCamErr result = base::replaceFile(file, formatConfiguration(configuration));
     if (result != ZelErr::kOk)
         base::log(base::LogChannel::GenApi, "%s: cannot be written: %d", file, result);
     return result;

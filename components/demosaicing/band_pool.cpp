@@ -1,9 +1,9 @@
 #include "demosaicing/band_pool.h"
 
+#include "base/signal_mask.h"
+
 #include <pthread.h>
 #include <sched.h>
-#include <signal.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
@@ -15,29 +15,6 @@
 
 namespace ZelComponents
 {
-
-namespace
-{
-
-// Signals belong to the program's own threads: a script's Ctrl-C must not end up here.
-class SignalsBlocked
-{
-public:
-    SignalsBlocked()
-    {
-        sigset_t all;
-        sigfillset(&all);
-        pthread_sigmask(SIG_SETMASK, &all, &before_);
-    }
-    ~SignalsBlocked() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
-    SignalsBlocked(const SignalsBlocked&) = delete;
-    SignalsBlocked& operator=(const SignalsBlocked&) = delete;
-
-private:
-    sigset_t before_{};
-};
-
-} // namespace
 
 class BandPool::Workers
 {
@@ -56,7 +33,7 @@ public:
 
     void grow(std::size_t count) noexcept
     {
-        const SignalsBlocked blocked;
+        const base::SignalMask mask;
         try {
             while (threads_.size() < count) {
                 const std::size_t slot = threads_.size() + 1;
@@ -139,7 +116,7 @@ BandPool::BandPool() = default;
 
 BandPool::~BandPool()
 {
-    if (workers_ != nullptr && owner_ != getpid()) {
+    if (workers_ != nullptr && owner_.isInherited()) {
         static_cast<void>(workers_.release());
     }
 }
@@ -159,14 +136,13 @@ void BandPool::run(BandWork& work, std::size_t bands, std::size_t threads) noexc
 
 BandPool::Workers* BandPool::workersOfThisProcess() noexcept
 {
-    const pid_t process = getpid();
-    if (workers_ != nullptr && owner_ != process) {
+    if (workers_ != nullptr && owner_.isInherited()) {
         // Threads and perhaps held locks of the parent process: beyond use, even for destruction.
         static_cast<void>(workers_.release());
     }
     if (workers_ == nullptr) {
         workers_.reset(new (std::nothrow) Workers);
-        owner_ = process;
+        owner_ = base::ForkStamp();
     }
     return workers_.get();
 }

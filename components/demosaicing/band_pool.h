@@ -1,7 +1,7 @@
 // Worker threads that share the bands of an image with the calling thread.
 #pragma once
 
-#include <sys/types.h>
+#include "base/fork_guard.h"
 
 #include <cstddef>
 #include <memory>
@@ -44,7 +44,7 @@ private:
     Workers* workersOfThisProcess() noexcept;
 
     std::unique_ptr<Workers> workers_;
-    pid_t owner_ = 0;
+    base::ForkStamp owner_;
 };
 
 /// Processors that the calling thread may run on, at least 1.

@@ -1,8 +1,8 @@
 #include "png_bands.h"
 
+#include "base/signal_mask.h"
 #include "row_deflater.h"
 #include "row_kernels.h"
-#include "signal_mask.h"
 
 #include <zlib.h>
 
@@ -118,7 +118,7 @@ ZelCamErr compressBands(const Picture& picture, std::vector<PngBand>* bands)
     std::vector<std::thread> threads;
     threads.reserve(cores);
     {
-        const SignalMask mask;
+        const base::SignalMask mask;
         try {
             while (threads.size() + 1 < std::min(cores, bands->size())) {
                 threads.emplace_back(&BandWork::run, &work);

@@ -1,6 +1,6 @@
 #include "recorder.h"
 
-#include "../signal_mask.h"
+#include "base/signal_mask.h"
 
 #include <chrono>
 #include <new>
@@ -39,7 +39,7 @@ ZelCamErr Recorder::start(const Settings& settings, const Picture& first)
         return ZelErr::kInvalidArgument;
     }
     // libav's own threads inherit the mask.
-    const serializer::SignalMask mask;
+    const base::SignalMask mask;
     ZelCamErr code = file_.prepare(*container);
     if (code != ZelErr::kOk) {
         return code;

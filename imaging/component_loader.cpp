@@ -1,9 +1,9 @@
-#include "imaging/components.h"
+#include "imaging/component_loader.h"
 
 namespace imaging
 {
 
-Components::~Components()
+ComponentLoader::~ComponentLoader()
 {
     if (serializer_ != nullptr) {
         ZelImageSerializer_DeleteComponent(serializer_);
@@ -19,7 +19,7 @@ Components::~Components()
     }
 }
 
-ZelImageSerializer* Components::serializer(std::int32_t mode)
+ZelImageSerializer* ComponentLoader::serializer(std::int32_t mode)
 {
     if (serializer_ == nullptr) {
         serializer_ = ZelImageSerializer_CreateComponent(mode);
@@ -27,7 +27,7 @@ ZelImageSerializer* Components::serializer(std::int32_t mode)
     return serializer_;
 }
 
-ZelBayer* Components::bayer()
+ZelBayer* ComponentLoader::bayer()
 {
     if (bayer_ == nullptr) {
         bayer_ = ZelBayer_CreateComponent();
@@ -35,7 +35,7 @@ ZelBayer* Components::bayer()
     return bayer_;
 }
 
-ZelImageUnpacker* Components::unpacker()
+ZelImageUnpacker* ComponentLoader::unpacker()
 {
     if (unpacker_ == nullptr) {
         unpacker_ = ZelImageUnpacker_CreateComponent();
@@ -43,7 +43,7 @@ ZelImageUnpacker* Components::unpacker()
     return unpacker_;
 }
 
-ZelImageConverter* Components::converter()
+ZelImageConverter* ComponentLoader::converter()
 {
     if (converter_ == nullptr) {
         converter_ = ZelImageConverter_CreateComponent();

@@ -6,7 +6,7 @@
 #include <cstddef>
 #include <string>
 
-namespace genapi
+namespace base
 {
 
 /// Reads a regular file of at most `limit` bytes. -40007 null or empty name, -40002 no such file,
@@ -17,4 +17,4 @@ ZelCamErr readWholeFile(const char* file, std::size_t limit, std::string* conten
 /// the new one. -40007 null or empty name, -40002 no such directory, -40003 anything else.
 ZelCamErr replaceFile(const char* file, const std::string& content);
 
-} // namespace genapi
+} // namespace base

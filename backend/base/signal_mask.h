@@ -1,11 +1,12 @@
-// Keeps signals away from threads that are started meanwhile.
+// Keeps signals away from threads that are started meanwhile. Header-only.
 #pragma once
 
 #include <pthread.h>
 
 #include <csignal>
+#include <initializer_list>
 
-namespace serializer
+namespace base
 {
 
 /// Blocks signals in the calling thread for its lifetime. Threads started meanwhile inherit that,
@@ -30,4 +31,4 @@ private:
     sigset_t earlier_ = {};
 };
 
-} // namespace serializer
+} // namespace base

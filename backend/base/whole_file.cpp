@@ -1,4 +1,4 @@
-#include "genapi/whole_file.h"
+#include "base/whole_file.h"
 
 #include "base/replaced_file.h"
 #include "base/unique_fd.h"
@@ -9,7 +9,7 @@
 
 #include <cerrno>
 
-namespace genapi
+namespace base
 {
 
 ZelCamErr readWholeFile(const char* file, std::size_t limit, std::string* content)
@@ -17,9 +17,9 @@ ZelCamErr readWholeFile(const char* file, std::size_t limit, std::string* conten
     if (file == nullptr || *file == '\0')
         return ZelErr::kInvalidArgument;
     // Not to wait for a writer if it is a pipe.
-    const base::UniqueFd descriptor(::open(file, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+    const UniqueFd descriptor(::open(file, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
     if (!descriptor)
-        return base::codeFromErrno(errno);
+        return codeFromErrno(errno);
     struct stat status = {};
     if (::fstat(descriptor.get(), &status) != 0 || !S_ISREG(status.st_mode) ||
         static_cast<std::size_t>(status.st_size) > limit)
@@ -46,7 +46,7 @@ ZelCamErr replaceFile(const char* file, const std::string& content)
 {
     if (file == nullptr || *file == '\0')
         return ZelErr::kInvalidArgument;
-    base::ReplacedFile replaced;
+    ReplacedFile replaced;
     ZelCamErr result = replaced.open(file);
     if (result == ZelErr::kOk)
         result = replaced.write(content.data(), content.size());
@@ -55,4 +55,4 @@ ZelCamErr replaceFile(const char* file, const std::string& content)
     return result == ZelErr::kOk ? replaced.publish() : result;
 }
 
-} // namespace genapi
+} // namespace base

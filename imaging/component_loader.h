@@ -9,14 +9,14 @@ namespace imaging
 {
 
 /// Owns the components of the process. Not thread-safe: the interpreter lock orders the callers.
-class Components
+class ComponentLoader
 {
 public:
-    Components() = default;
+    ComponentLoader() = default;
     /// Deletes the components in the order serializer, demosaicing, unpacker, converter.
-    ~Components();
-    Components(const Components&) = delete;
-    Components& operator=(const Components&) = delete;
+    ~ComponentLoader();
+    ComponentLoader(const ComponentLoader&) = delete;
+    ComponentLoader& operator=(const ComponentLoader&) = delete;
 
     /// Each makes its component on the first call and returns the same one from then on; null when
     /// it cannot be made. The serializer keeps the mode of the first call.
