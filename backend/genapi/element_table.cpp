@@ -1,185 +1,192 @@
 #include "genapi/element_table.h"
 
-#include <array>
-
 namespace genapi
 {
 
 namespace
 {
 
-constexpr Element node(std::string_view tag, NodeKind kind, bool isRegister = false)
-{
-    return {tag, ElementRole::kNode, kind, LinkKind::kOther, Property::kNone, isRegister};
-}
+using Kind = NodeKind;
+using Link = LinkKind;
 
-constexpr Element link(std::string_view tag, LinkKind kind, ElementRole role)
-{
-    return {tag, role, NodeKind::kOther, kind, Property::kNone, false};
-}
-
-constexpr Element reference(std::string_view tag, LinkKind kind)
-{
-    return link(tag, kind, ElementRole::kReference);
-}
-
-constexpr Element number(std::string_view tag, LinkKind kind)
-{
-    return link(tag, kind, ElementRole::kNumber);
-}
-
-constexpr Element property(std::string_view tag, Property property)
-{
-    return {tag, ElementRole::kProperty, NodeKind::kOther, LinkKind::kOther, property, false};
-}
-
-constexpr Element kElements[] = {
-    node("AdvFeatureLock", NodeKind::kOther),
-    node("Boolean", NodeKind::kBoolean),
-    node("Category", NodeKind::kCategory),
-    node("Command", NodeKind::kCommand),
-    node("ConfRom", NodeKind::kOther),
-    node("Converter", NodeKind::kConverter),
-    node("EnumEntry", NodeKind::kEnumEntry),
-    node("Enumeration", NodeKind::kEnumeration),
-    node("Float", NodeKind::kFloat),
-    node("FloatReg", NodeKind::kFloatReg, true),
-    node("IntConverter", NodeKind::kIntConverter),
-    node("IntKey", NodeKind::kOther),
-    node("IntReg", NodeKind::kIntReg, true),
-    node("IntSwissKnife", NodeKind::kIntSwissKnife),
-    node("Integer", NodeKind::kInteger),
-    node("MaskedIntReg", NodeKind::kMaskedIntReg, true),
-    node("Node", NodeKind::kOther),
-    node("Port", NodeKind::kPort),
-    node("Register", NodeKind::kRegister, true),
-    node("SmartFeature", NodeKind::kOther),
-    node("String", NodeKind::kString),
-    node("StringReg", NodeKind::kStringReg, true),
-    node("StructEntry", NodeKind::kStructEntry, true),
-    node("StructReg", NodeKind::kOther, true),
-    node("SwissKnife", NodeKind::kSwissKnife),
-    node("TextDesc", NodeKind::kOther),
-    number("Address", LinkKind::kAddress),
-    number("CommandValue", LinkKind::kCommandValue),
-    number("Constant", LinkKind::kConstant),
-    link("Expression", LinkKind::kExpression, ElementRole::kText),
-    link("Formula", LinkKind::kFormula, ElementRole::kText),
-    link("FormulaFrom", LinkKind::kFormula, ElementRole::kText),
-    link("FormulaTo", LinkKind::kFormulaTo, ElementRole::kText),
-    number("Inc", LinkKind::kIncrement),
-    number("Max", LinkKind::kMax),
-    number("Min", LinkKind::kMin),
-    number("NumericValue", LinkKind::kNumericValue),
-    number("OffValue", LinkKind::kOffValue),
-    number("OnValue", LinkKind::kOnValue),
-    number("Value", LinkKind::kValue),
-    number("ValueDefault", LinkKind::kValueDefault),
-    number("ValueIndexed", LinkKind::kValueIndexed),
-    reference("pAddress", LinkKind::kAddress),
-    reference("pAlias", LinkKind::kOther),
-    reference("pCastAlias", LinkKind::kOther),
-    reference("pChunkID", LinkKind::kChunkId),
-    reference("pCommandValue", LinkKind::kCommandValue),
-    reference("pEnumEntry", LinkKind::kEntry),
-    reference("pError", LinkKind::kError),
-    reference("pFeature", LinkKind::kFeature),
-    reference("pInc", LinkKind::kIncrement),
-    reference("pIndex", LinkKind::kIndex),
-    reference("pInvalidator", LinkKind::kInvalidator),
-    reference("pIsAvailable", LinkKind::kAvailable),
-    reference("pIsImplemented", LinkKind::kImplemented),
-    reference("pIsLocked", LinkKind::kLocked),
-    reference("pLength", LinkKind::kLength),
-    reference("pMax", LinkKind::kMax),
-    reference("pMin", LinkKind::kMin),
-    reference("pPort", LinkKind::kPort),
-    reference("pSelected", LinkKind::kSelected),
-    reference("pValue", LinkKind::kValue),
-    reference("pValueCopy", LinkKind::kValueCopy),
-    reference("pValueDefault", LinkKind::kValueDefault),
-    reference("pValueIndexed", LinkKind::kValueIndexed),
-    reference("pVariable", LinkKind::kVariable),
-    property("ToolTip", Property::kToolTip),
-    property("Description", Property::kDescription),
-    property("DisplayName", Property::kDisplayName),
-    property("Visibility", Property::kVisibility),
-    property("Unit", Property::kUnit),
-    property("AccessMode", Property::kAccessMode),
-    property("ImposedAccessMode", Property::kImposedAccessMode),
-    property("Streamable", Property::kStreamable),
-    property("Cachable", Property::kCachable),
-    property("PollingTime", Property::kPollingTime),
-    property("IsSelfClearing", Property::kIsSelfClearing),
-    property("Sign", Property::kSign),
-    property("Endianess", Property::kEndianess),
-    property("Slope", Property::kSlope),
-    property("Symbolic", Property::kSymbolic),
-    property("ValidValueSet", Property::kValidValues),
-    property("ListOfValidValues", Property::kValidValues),
-    property("EventID", Property::kPortId),
-    property("ChunkID", Property::kPortId),
-    property("Length", Property::kLength),
-    property("LSB", Property::kLsb),
-    property("MSB", Property::kMsb),
-    property("Bit", Property::kBit),
+struct NodeRow {
+    std::string_view tag;
+    Kind kind;
 };
 
-/// Places of elements by a hash of their names; open addressing, four times as many as elements.
-class Places
+constexpr NodeRow kNodes[] = {
+    {"AdvFeatureLock", Kind::kOther},
+    {"Boolean", Kind::kBoolean},
+    {"Category", Kind::kCategory},
+    {"Command", Kind::kCommand},
+    {"ConfRom", Kind::kOther},
+    {"Converter", Kind::kConverter},
+    {"EnumEntry", Kind::kEnumEntry},
+    {"Enumeration", Kind::kEnumeration},
+    {"Float", Kind::kFloat},
+    {"IntConverter", Kind::kIntConverter},
+    {"IntKey", Kind::kOther},
+    {"IntSwissKnife", Kind::kIntSwissKnife},
+    {"Integer", Kind::kInteger},
+    {"Node", Kind::kOther},
+    {"Port", Kind::kPort},
+    {"SmartFeature", Kind::kOther},
+    {"String", Kind::kString},
+    {"SwissKnife", Kind::kSwissKnife},
+    {"TextDesc", Kind::kOther},
+};
+
+constexpr NodeRow kRegisters[] = {
+    {"FloatReg", Kind::kFloatReg},         {"IntReg", Kind::kIntReg},
+    {"MaskedIntReg", Kind::kMaskedIntReg}, {"Register", Kind::kRegister},
+    {"StringReg", Kind::kStringReg},       {"StructEntry", Kind::kStructEntry},
+    {"StructReg", Kind::kOther},
+};
+
+struct LinkRow {
+    std::string_view tag;
+    Link kind;
+};
+
+constexpr LinkRow kReferences[] =
+    {
+        {"pAddress", Link::kAddress},
+        {"pAlias", Link::kOther},
+        {"pCastAlias", Link::kOther},
+        {"pChunkID", Link::kChunkId},
+        {"pCommandValue", Link::kCommandValue},
+        {"pEnumEntry", Link::kEntry},
+        {"pError", Link::kError},
+        {"pFeature", Link::kFeature},
+        {"pInc", Link::kIncrement},
+        {"pIndex", Link::kIndex},
+        {"pInvalidator", Link::kInvalidator},
+        {"pIsAvailable", Link::kAvailable},
+        {"pIsImplemented", Link::kImplemented},
+        {"pIsLocked", Link::kLocked},
+        {"pLength", Link::kLength},
+        {"pMax", Link::kMax},
+        {"pMin", Link::kMin},
+        {"pPort", Link::kPort},
+        {"pSelected", Link::kSelected},
+        {"pValue", Link::kValue},
+        {"pValueCopy", Link::kValueCopy},
+        {"pValueDefault", Link::kValueDefault},
+        {"pValueIndexed", Link::kValueIndexed},
+        {"pVariable", Link::kVariable},
+},
+                  kNumbers[] = {
+                      {"Address", Link::kAddress},
+                      {"CommandValue", Link::kCommandValue},
+                      {"Constant", Link::kConstant},
+                      {"Inc", Link::kIncrement},
+                      {"Max", Link::kMax},
+                      {"Min", Link::kMin},
+                      {"NumericValue", Link::kNumericValue},
+                      {"OffValue", Link::kOffValue},
+                      {"OnValue", Link::kOnValue},
+                      {"Value", Link::kValue},
+                      {"ValueDefault", Link::kValueDefault},
+                      {"ValueIndexed", Link::kValueIndexed},
+};
+
+constexpr LinkRow kTexts[] = {
+    {"Expression", Link::kExpression},
+    {"Formula", Link::kFormula},
+    {"FormulaFrom", Link::kFormula},
+    {"FormulaTo", Link::kFormulaTo},
+};
+
+struct PropertyRow {
+    std::string_view tag;
+    Property property;
+};
+
+constexpr PropertyRow kProperties[] = {
+    {"ToolTip", Property::kToolTip},
+    {"Description", Property::kDescription},
+    {"DisplayName", Property::kDisplayName},
+    {"Visibility", Property::kVisibility},
+    {"Unit", Property::kUnit},
+    {"AccessMode", Property::kAccessMode},
+    {"ImposedAccessMode", Property::kImposedAccessMode},
+    {"Streamable", Property::kStreamable},
+    {"Cachable", Property::kCachable},
+    {"PollingTime", Property::kPollingTime},
+    {"IsSelfClearing", Property::kIsSelfClearing},
+    {"Sign", Property::kSign},
+    {"Endianess", Property::kEndianess},
+    {"Slope", Property::kSlope},
+    {"Symbolic", Property::kSymbolic},
+    {"ValidValueSet", Property::kValidValues},
+    {"ListOfValidValues", Property::kValidValues},
+    {"EventID", Property::kPortId},
+    {"ChunkID", Property::kPortId},
+    {"Length", Property::kLength},
+    {"LSB", Property::kLsb},
+    {"MSB", Property::kMsb},
+    {"Bit", Property::kBit},
+};
+
+/// All elements by a hash of their names, with open addressing: four times as many places.
+class Elements
 {
 public:
-    constexpr Places()
+    constexpr Elements()
     {
-        std::uint8_t index = 0;
-        for (const Element& element : kElements) {
-            std::size_t place = hash(element.tag);
-            while (places_[place] != kNone)
-                place = (place + 1) % kSize;
-            places_[place] = index++;
-        }
+        for (const auto& row : kNodes)
+            add({row.tag, ElementRole::kNode, row.kind});
+        for (const auto& row : kRegisters)
+            add({row.tag, ElementRole::kNode, row.kind, Link::kOther, Property::kNone, true});
+        for (const auto& row : kReferences)
+            add({row.tag, ElementRole::kReference, Kind::kOther, row.kind});
+        for (const auto& row : kNumbers)
+            add({row.tag, ElementRole::kNumber, Kind::kOther, row.kind});
+        for (const auto& row : kTexts)
+            add({row.tag, ElementRole::kText, Kind::kOther, row.kind});
+        for (const auto& row : kProperties)
+            add({row.tag, ElementRole::kProperty, Kind::kOther, Link::kOther, row.property});
     }
 
     const Element* find(std::string_view tag) const
     {
-        if (tag.empty())
-            return nullptr;
-        for (std::size_t place = hash(tag); places_[place] != kNone; place = (place + 1) % kSize) {
-            if (kElements[places_[place]].tag == tag)
-                return &kElements[places_[place]];
+        for (std::size_t place = hash(tag); !places_[place].tag.empty();
+             place = (place + 1) % kSize) {
+            if (places_[place].tag == tag)
+                return &places_[place];
         }
         return nullptr;
     }
 
 private:
     static constexpr std::size_t kSize = 512;
-    static constexpr std::uint8_t kNone = 0xFF;
 
     /// Names differ in their length, at their ends and in the middle.
     static constexpr std::size_t hash(std::string_view tag)
     {
+        if (tag.empty())
+            return 0;
         const auto at = [tag](std::size_t i) { return static_cast<unsigned char>(tag[i]); };
         return (tag.size() * 31U + at(0) * 7U + at(tag.size() / 2) * 61U +
                 at(tag.size() - 1) * 17U) %
                kSize;
     }
 
-    std::array<std::uint8_t, kSize> places_ = filled();
-
-    static constexpr std::array<std::uint8_t, kSize> filled()
+    constexpr void add(const Element& element)
     {
-        std::array<std::uint8_t, kSize> places{};
-        for (std::size_t i = 0; i < kSize; ++i)
-            places[i] = kNone;
-        return places;
+        std::size_t place = hash(element.tag);
+        while (!places_[place].tag.empty())
+            place = (place + 1) % kSize;
+        places_[place] = element;
     }
+
+    Element places_[kSize];
 };
 
-static_assert(std::size(kElements) < 128, "the table of places has room for less than 128");
-constexpr Places kPlaces;
+constexpr Elements kElements;
 
 } // namespace
 
-const Element* findElement(std::string_view tag) { return kPlaces.find(tag); }
+const Element* findElement(std::string_view tag) { return kElements.find(tag); }
 
 } // namespace genapi

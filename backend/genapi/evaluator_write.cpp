@@ -31,7 +31,8 @@ ZelCamErr Evaluator::checkWritable(std::int32_t index)
 {
     AccessMode mode = AccessMode::kAll;
     const ZelCamErr result = access(index, &mode);
-    if (result == ZelErr::kParamGeneric || result == ZelErr::kParamInvalidArgument)
+    if (result == ZelErr::kParamGeneric || result == ZelErr::kParamTree ||
+        result == ZelErr::kParamInvalidArgument)
         return ZelErr::kOk;
     if (result != ZelErr::kOk)
         return result;
