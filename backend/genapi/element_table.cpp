@@ -166,7 +166,9 @@ private:
     {
         if (tag.empty())
             return 0;
-        const auto at = [tag](std::size_t i) { return static_cast<unsigned char>(tag[i]); };
+        const auto at = [tag](std::size_t i) {
+            return std::size_t{static_cast<unsigned char>(tag[i])};
+        };
         return (tag.size() * 31U + at(0) * 7U + at(tag.size() / 2) * 61U +
                 at(tag.size() - 1) * 17U) %
                kSize;

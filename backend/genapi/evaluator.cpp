@@ -4,6 +4,7 @@
 #include "genapi/feature_source.h"
 #include "genapi/nearest.h"
 
+#include <new>
 #include <type_traits>
 #include <utility>
 
@@ -80,7 +81,12 @@ void Evaluator::changed(std::int32_t node)
 
 void Evaluator::makeOld(std::int32_t node)
 {
-    const std::vector<Dependents::Place>* const old = dependents_.of(node);
+    const std::vector<Dependents::Place>* old = nullptr;
+    try {
+        old = dependents_.of(node);
+    } catch (const std::bad_alloc&) {
+        // The write is done, and its code is not this one's.
+    }
     if (old == nullptr)
         return forget();
     ++changes_;

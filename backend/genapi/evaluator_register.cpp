@@ -102,9 +102,10 @@ void Evaluator::remember(std::int32_t cell, const Place& place)
     Cell& kept = cells_[static_cast<std::size_t>(cell)];
     if (kept.place == place || place.length == 0 || place.overlay >= 0)
         return;
-    kept.place = place;
     if (cellsAt_.size() > kMaxBlocks) {
         cellsAt_.clear();
+        for (Cell& each : cells_)
+            each.place = Place();
         forget();
     }
     const std::uint64_t last = place.address + std::min(place.length, kMaxText) - 1;
@@ -113,6 +114,7 @@ void Evaluator::remember(std::int32_t cell, const Place& place)
         if (std::find(cells.begin(), cells.end(), cell) == cells.end())
             cells.push_back(cell);
     }
+    kept.place = place;
 }
 
 void Evaluator::makeOldAround(const Place& place)
