@@ -24,7 +24,7 @@ bool isOverlay(const Node& node) { return node.kind == NodeKind::kPort && node.o
 
 Dependents::Dependents(const Description& description)
     : description_(description), fleeting_(description.nodes.size() * 2),
-      fleetingBytes_(description.nodes.size()), known_(description.nodes.size())
+      fleetingBytes_(description.nodes.size())
 {
     connect();
     markFleeting();
@@ -172,11 +172,11 @@ const std::vector<Dependents::Place>* Dependents::of(std::int32_t node)
 {
     if (!namesInvalidators_)
         return nullptr;
-    std::vector<Place>& known = known_[index(node)];
-    if (!known.empty())
-        return known.size() <= kMaxPlaces ? &known : nullptr;
+    const auto found = known_.find(node);
+    if (found != known_.end())
+        return found->second.size() <= kMaxPlaces ? &found->second : nullptr;
     std::vector<bool> seen(fleeting_.size());
-    std::vector<bool> fresh(known_.size());
+    std::vector<bool> fresh(description_.nodes.size());
     std::vector<Place> reached;
     reach(placeOf(node, Part::kValue), &seen, &reached);
     for (std::size_t i = 0; i < reached.size() && reached.size() <= kMaxPlaces; ++i) {
@@ -191,10 +191,10 @@ const std::vector<Dependents::Place>* Dependents::of(std::int32_t node)
     reached.shrink_to_fit();
     kept_ += reached.size();
     if (kept_ > kMaxKept) {
-        known_.assign(known_.size(), {});
+        known_.clear();
         kept_ = reached.size();
     }
-    known = std::move(reached);
+    const std::vector<Place>& known = known_[node] = std::move(reached);
     return known.size() <= kMaxPlaces ? &known : nullptr;
 }
 

@@ -4,6 +4,7 @@
 #include "genapi/description.h"
 
 #include <cstdint>
+#include <unordered_map>
 #include <vector>
 
 namespace genapi
@@ -62,8 +63,8 @@ private:
     std::vector<bool> fleeting_; ///< By place.
     std::vector<bool> fleetingBytes_;
     bool namesInvalidators_ = false;
-    std::vector<std::vector<Place>> known_; ///< By node, once asked.
-    std::size_t kept_ = 0;                  ///< Places in them.
+    std::unordered_map<std::int32_t, std::vector<Place>> known_; ///< By node, once asked.
+    std::size_t kept_ = 0;                                       ///< Places in them.
 };
 
 } // namespace genapi
