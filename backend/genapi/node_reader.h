@@ -48,6 +48,8 @@ private:
     bool readReference(Link* link, const pugi::xml_node& child);
     bool readVariable(Link* link, std::string_view name);
     bool readProperty(Node* node, Property property, std::string_view text);
+    /// Properties of values, ports and registers.
+    bool readShape(Node* node, Property property, std::string_view text);
     bool readPortId(Node* node, bool isEvent, std::string_view text);
     bool readValidValues(Node* node, std::string_view text);
     bool findNode(std::string_view name, std::int32_t* index) const;

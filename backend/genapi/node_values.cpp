@@ -146,8 +146,6 @@ bool NodeReader::readVariable(Link* link, std::string_view name)
 bool NodeReader::readProperty(Node* node, Property property, std::string_view text)
 {
     switch (property) {
-    case Property::kNone:
-        break;
     case Property::kToolTip:
         node->toolTip = text;
         break;
@@ -195,6 +193,15 @@ bool NodeReader::readProperty(Node* node, Property property, std::string_view te
     case Property::kSymbolic:
         node->name = node->kind == NodeKind::kEnumEntry ? text : node->name;
         break;
+    default:
+        return readShape(node, property, text);
+    }
+    return true;
+}
+
+bool NodeReader::readShape(Node* node, Property property, std::string_view text)
+{
+    switch (property) {
     case Property::kValidValues:
         return readValidValues(node, text);
     case Property::kPortId:
@@ -205,7 +212,7 @@ bool NodeReader::readProperty(Node* node, Property property, std::string_view te
         return node->length > 0;
     case Property::kLsb:
     case Property::kMsb:
-    case Property::kBit:
+    case Property::kBit: {
         const std::int64_t bit = base::parseInteger(text).value_or(-1);
         if (property != Property::kMsb)
             node->lowBit = static_cast<std::uint8_t>(bit);
@@ -213,7 +220,9 @@ bool NodeReader::readProperty(Node* node, Property property, std::string_view te
             node->highBit = static_cast<std::uint8_t>(bit);
         return bit >= 0 && bit <= 63;
     }
-    return true;
+    default:
+        return true;
+    }
 }
 
 bool NodeReader::readPortId(Node* node, bool isEvent, std::string_view text)
