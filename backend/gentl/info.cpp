@@ -91,12 +91,15 @@ std::optional<std::uint64_t> askNumber(const InfoQuestion& question)
                                                          : std::nullopt;
 }
 
-std::optional<std::uint64_t> decodeNumber(std::int32_t type, const unsigned char* data,
+std::optional<std::uint64_t> decodeNumber(std::int32_t type, const unsigned char* bytes,
                                           std::size_t size)
 {
-    if (size == 0 || size > sizeof(std::uint64_t)) {
+    // A producer may write fewer bytes than the type that it names has.
+    unsigned char data[sizeof(std::uint64_t)] = {};
+    if (size == 0 || size > sizeof data) {
         return std::nullopt;
     }
+    std::memcpy(data, bytes, size);
     switch (type) {
     case kTypeInt16:
         return decode<std::int16_t>(data);
