@@ -21,3 +21,38 @@ packages_fuzz="clang libclang-rt-dev"
 
 packages_bench="libaravis-dev python3-numpy python3-pil python3-opencv ffmpeg gir1.2-aravis-0.8 python3-gi aravis-tools chromium
     fonts-dejavu-core"
+
+# missing_packages NAMES: those that are not installed.
+missing_packages() {
+    for package in "$@"; do
+        state=$(dpkg-query -W -f='${db:Status-Abbrev}' "$package" 2>/dev/null || true)
+        case "$state" in
+            ii*) ;;
+            *) printf '%s ' "$package" ;;
+        esac
+    done
+}
+
+# need_packages NAMES: installs what is missing, as root or with sudo, or says what to install.
+need_packages() {
+    missing=$(missing_packages "$@")
+    [ -n "$missing" ] || return 0
+    say "installing: $missing"
+    if [ "$(id -u)" = 0 ]; then
+        as_root=""
+    elif command -v sudo >/dev/null 2>&1; then
+        as_root="sudo"
+    else
+        fail "please install these packages as root, then run this again:
+  apt-get update && apt-get install --no-install-recommends $missing"
+    fi
+    log=$(mktemp)
+    leftovers="$leftovers $log"
+    # shellcheck disable=SC2086  # both are lists of words
+    if ! { $as_root env DEBIAN_FRONTEND=noninteractive apt-get update >"$log" 2>&1 &&
+           watched "$log" show_apt $as_root env DEBIAN_FRONTEND=noninteractive \
+               apt-get install -y --no-install-recommends -o APT::Status-Fd=1 $missing; }; then
+        tail -n 20 "$log" >&2
+        fail "could not install: $missing"
+    fi
+}
