@@ -24,8 +24,8 @@ std::optional<std::string> askText(const InfoQuestion& question);
 /// The answer as an unsigned number; signed ones are extended, so a cast gives them back.
 std::optional<std::uint64_t> askNumber(const InfoQuestion& question);
 
-/// What an information function wrote, as askNumber() gives it: `size` bytes (at most 8) that should
-/// be of `type`; bytes that are missing count as zeros.
+/// What an information function wrote, as askNumber() gives it: `size` bytes (at most 8) that
+/// should be of `type`; bytes that are missing count as zeros.
 std::optional<std::uint64_t> decodeNumber(std::int32_t type, const unsigned char* bytes,
                                           std::size_t size);
 
