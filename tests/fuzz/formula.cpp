@@ -9,12 +9,12 @@ namespace
 {
 
 struct Values final : genapi::FormulaInput {
-    ZelCamErr integer(std::int32_t slot, std::int64_t* value) override
+    ZelCamErr value(std::int32_t slot, std::int64_t* value) override
     {
         *value = slot == 0 ? first : 3;
         return ZelErr::kOk;
     }
-    ZelCamErr real(std::int32_t slot, double* value) override
+    ZelCamErr value(std::int32_t slot, double* value) override
     {
         std::memcpy(value, &first, sizeof *value);
         *value = slot == 0 ? *value : 0.5;
@@ -47,8 +47,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         if (formula.compile(text, isInteger, names)) {
             std::int64_t whole = 0;
             double real = 0.0;
-            static_cast<void>(formula.integer(values, &whole));
-            static_cast<void>(formula.real(values, &real));
+            static_cast<void>(formula.evaluate(values, &whole));
+            static_cast<void>(formula.evaluate(values, &real));
         }
     }
     return 0;
