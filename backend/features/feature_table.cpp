@@ -357,4 +357,11 @@ std::int32_t FeatureTable::write(std::uint64_t address, const void* data, std::s
     return gentl::err::kSuccess;
 }
 
+bool FeatureTable::isReadOnly(std::uint64_t address) const
+{
+    const Register* const reg = at(address);
+    return reg != nullptr &&
+           (reg->slot != Slot::Value || reg->feature->access_ == Access::ReadOnly);
+}
+
 } // namespace features

@@ -70,6 +70,9 @@ public:
     /// register's start or outside; -1005: read only, locked or unavailable; -1019: value refused.
     std::int32_t write(std::uint64_t address, const void* data, std::size_t size);
 
+    /// Whether a register lies there that is never written.
+    bool isReadOnly(std::uint64_t address) const;
+
     /// Null when there is none of this name.
     Feature* find(const std::string& name);
     const Feature* find(const std::string& name) const;

@@ -122,7 +122,7 @@ void AcquisitionSection::declareExposure()
              .range(10.0, 10000000.0)
              .value(10000.0)
              .onChange(context_.changesPicture());
-    addAutoMode(table, "ExposureAuto", "Automatic exposure.");
+    exposure_->lockedIf(whileAutomatic(addAutoMode(table, "ExposureAuto", "Automatic exposure.")));
 }
 
 void AcquisitionSection::declareStatus()

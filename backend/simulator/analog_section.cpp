@@ -33,7 +33,7 @@ void AnalogSection::declareGain(CameraContext& context)
              .selectedBy("GainSelector", 2)
              .range(0.0, 24.0)
              .onChange(context.changesPicture());
-    addAutoMode(table, "GainAuto", "Automatic gain.").expert();
+    gain_->lockedIf(whileAutomatic(addAutoMode(table, "GainAuto", "Automatic gain.").expert()));
 }
 
 void AnalogSection::declareResponse(CameraContext& context)
@@ -79,7 +79,8 @@ void AnalogSection::declareBalance(CameraContext& context)
     for (std::size_t channel = 0; channel < 3; ++channel) {
         balance_->set(1.0, channel);
     }
-    addAutoMode(table, "BalanceWhiteAuto", "Automatic white balance.").expert();
+    balance_->lockedIf(whileAutomatic(
+        addAutoMode(table, "BalanceWhiteAuto", "Automatic white balance.").expert()));
 }
 
 void AnalogSection::declareNoise(CameraContext& context)

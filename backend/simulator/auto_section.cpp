@@ -27,6 +27,11 @@ Feature& addAutoMode(FeatureTable& table, const char* name, const char* toolTip)
         .entry("Continuous", kAutoContinuous, "Adjusts with every frame.");
 }
 
+std::function<bool()> whileAutomatic(const Feature& mode)
+{
+    return [&mode] { return mode.integer() != kAutoOff; };
+}
+
 AutoSection::AutoSection(CameraContext& context)
     : context_(context), exposureMode_(context.table.find("ExposureAuto")),
       gainMode_(context.table.find("GainAuto")),

@@ -4,6 +4,8 @@
 #include "simulator/camera_context.h"
 #include "simulator/picture_renderer.h"
 
+#include <functional>
+
 namespace simulator
 {
 
@@ -12,6 +14,9 @@ enum AutoMode : std::int64_t { kAutoOff, kAutoOnce, kAutoContinuous };
 
 /// Adds such a feature to the category that is being filled.
 Feature& addAutoMode(FeatureTable& table, const char* name, const char* toolTip);
+
+/// For Feature::lockedIf() of what such a feature (of an earlier call) sets while it is not off.
+std::function<bool()> whileAutomatic(const Feature& mode);
 
 /// Used under the camera's lock.
 class AutoSection

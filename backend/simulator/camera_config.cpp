@@ -75,6 +75,27 @@ InterfaceConfig interface(const char* id, const char* name, const char* tlType)
 
 } // namespace
 
+std::uint64_t macNumber(const std::string& text)
+{
+    std::string digits;
+    for (const char c : text) {
+        if (c != ':' && c != '-') {
+            digits += c;
+        }
+    }
+    return std::strtoull(digits.c_str(), nullptr, 16) & 0xFFFFFFFFFFFF;
+}
+
+std::string identifierOf(std::string text)
+{
+    for (char& c : text) {
+        const bool isPlain =
+            (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
+        c = isPlain ? c : '_';
+    }
+    return text;
+}
+
 std::vector<std::string> defaultPixelFormats(SensorKind sensor)
 {
     switch (sensor) {

@@ -59,6 +59,12 @@ struct InterfaceConfig {
     std::vector<CameraConfig> cameras;
 };
 
+/// "02:5a:43:00:00:01" as a number; wrong text gives the digits before the mistake.
+std::uint64_t macNumber(const std::string& text);
+
+/// A text as a C identifier: other characters become '_'.
+std::string identifierOf(std::string text);
+
 /// All formats that a camera with this sensor can have, the plainest first.
 std::vector<std::string> defaultPixelFormats(SensorKind sensor);
 

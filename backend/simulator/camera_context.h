@@ -23,6 +23,7 @@ using features::ModuleIdentity;
 
 /// Used under the camera's lock, except `config` and now().
 struct CameraContext {
+    static constexpr std::uint64_t kFlashMs = 250;
     using Message = std::function<void(CameraObserver&)>;
 
     CameraContext(const CameraConfig& cameraConfig, FeatureTable& features)
@@ -49,6 +50,8 @@ struct CameraContext {
     {
         return [this] { return isLocked(); };
     }
+    /// What was written takes a while: it goes into memory that survives a restart.
+    void writesFlash() { workMs = kFlashMs; }
     /// To be told to the observer as soon as the camera's lock is free.
     void post(Message message) { messages.push_back(std::move(message)); }
     /// Settings of the picture changed: frames planned from now on look different.
@@ -63,6 +66,7 @@ struct CameraContext {
     FeatureTable& table;
     std::chrono::steady_clock::time_point powerOn;
     std::int64_t clockOffsetNs = 0;
+    std::uint64_t workMs = 0; ///< How long the last write keeps the camera busy.
     bool acquiring = false;
     bool transportLocked = false;
     bool pictureIsStale = true;

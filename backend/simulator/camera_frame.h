@@ -60,6 +60,8 @@ struct FrameLayout {
     std::uint64_t chunkLayoutId = 0; ///< 0: no chunks; see CameraModel::chunks().
     /// Bytes of the chunks with what stands between them; where the image is one, it counts too.
     std::uint64_t chunkBytes = 0;
+    /// Where the data of the first chunk behind the image begin; 0: no chunks.
+    std::uint64_t chunkOffset = 0;
 };
 
 /// One chunk of a rendered frame; the offset counts from the start of the memory.

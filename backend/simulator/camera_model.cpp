@@ -2,11 +2,9 @@
 #include "simulator/camera_model.h"
 
 #include "gentl_abi/gentl_abi.h"
-#include "gige/wire/xml_url.h"
-#include "simulator/description_archive.h"
 
 #include <algorithm>
-#include <cstring>
+#include <array>
 #include <type_traits>
 #include <utility>
 
@@ -16,40 +14,10 @@ namespace simulator
 namespace
 {
 
-constexpr std::uint64_t kNever = ~std::uint64_t{0};
-
-/// Plans that a host forgot to end; more than any host has in flight.
-constexpr std::size_t kMostLatched = 256;
-
-/// A C identifier, as the head of the description wants it.
-std::string identifier(std::string text)
-{
-    for (char& c : text) {
-        const bool isPlain =
-            (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
-        c = isPlain ? c : '_';
-    }
-    return text;
-}
-
-/// Reads from a text in the camera's memory, which is padded with zeros to whole words.
-bool readText(std::uint64_t address, void* data, std::size_t size, std::uint64_t base,
-              const std::string& text)
-{
-    if (text.empty() || !liesIn(address, size, base, (text.size() + 3) / 4 * 4)) {
-        return false;
-    }
-    const std::size_t offset = address - base;
-    const std::size_t count = std::min(size, text.size() - std::min(text.size(), offset));
-    std::memcpy(data, text.data() + std::min(text.size(), offset), count);
-    std::memset(static_cast<char*>(data) + count, 0, size - count);
-    return true;
-}
-
 ModuleIdentity identityOf(const CameraConfig& config)
 {
-    return {identifier(config.vendor),
-            identifier(config.model),
+    return {identifierOf(config.vendor),
+            identifierOf(config.model),
             "Simulated camera " + config.model,
             config.hasNetwork ? "GEV" : "None",
             "6D1E7A52-8C0B-4D3F-9A61-3B52E0C7F410",
@@ -75,25 +43,21 @@ CameraModel::CameraModel(const CameraConfig& config)
                     sequencer_.restart();
                     context_.pictureChanged();
                 }),
-      transport_(context_, [this] { return payload(); }), ptp_(context_), memory_(context_),
-      files_(context_), faults_(context_, events_, [this] { powerLoss(); }),
-      clock_([this] { tick(); })
+      transport_(context_, [this] { return payload(); }),
+      ptp_(context_,
+           transport_.network() == nullptr ? nullptr : &transport_.network()->registers()),
+      memory_(context_, transport_.network(), lut_, files_), files_(context_),
+      faults_(context_, events_, [this] { powerLoss(); }),
+      frames_(context_, {image_, analog_, lut_, chunks_, autos_}), clock_([this] { tick(); })
 {
     context_.linkChanged = [this] { image_.fitFormat(); };
     if (config.isServed) {
         networkFaults_ = std::make_unique<NetworkFaultSection>(context_);
     }
     table_.finish();
-    publishDescription();
+    memory_.publishDescription();
     acquisition_.setFaults(&faults_);
     userSets_.keepFactorySettings();
-    if (!config.imageSource.empty()) {
-        std::string error;
-        scenes_ = loadScenes(config.imageSource, &error);
-    }
-    if (scenes_.empty()) {
-        scenes_.push_back(Scene::generated());
-    }
 }
 
 template <typename Action> auto CameraModel::run(Action action)
@@ -131,12 +95,19 @@ void CameraModel::tick()
     run([] {});
 }
 
-/// What lines and timers did since the last call, in its order.
+/// What lines, timers and actions did since the last call, in its order.
 void CameraModel::catchUp()
 {
     ptp_.follow();
     constexpr int kMostSteps = 100000; // More is a program that was stopped.
-    if (lines_.nextNs() == kNever && counters_.nextNs() == kNever) {
+    const std::array<TimedSection*, 3> sections = {&counters_, &actions_, &lines_};
+    const auto isEarlier = [](const TimedSection* one, const TimedSection* other) {
+        return one->nextNs() < other->nextNs();
+    };
+    const auto earliest = [&] {
+        return *std::min_element(sections.begin(), sections.end(), isEarlier);
+    };
+    if (earliest()->nextNs() == kNever) {
         return;
     }
     const std::uint64_t now = context_.now();
@@ -144,17 +115,13 @@ void CameraModel::catchUp()
         lines_.skipTo(now);
     }
     for (int step = 0; step < kMostSteps; ++step) {
-        const std::uint64_t timer = counters_.nextNs();
-        const std::uint64_t edge = lines_.nextNs();
-        if (std::min(timer, edge) > now) {
+        TimedSection* const next = earliest();
+        const std::uint64_t at = next->nextNs();
+        if (at > now) {
             return;
         }
-        if (timer <= edge) {
-            counters_.step();
-            lines_.refresh(timer);
-        } else {
-            lines_.step();
-        }
+        next->step();
+        lines_.refresh(at);
     }
     lines_.skipTo(now);
 }
@@ -165,9 +132,10 @@ void CameraModel::settle()
     if (lines_.showsInside()) {
         lines_.refresh(context_.now());
     }
-    const std::uint64_t edge = lines_.nextNs();
-    const std::uint64_t timer = counters_.nextNs();
-    const std::uint64_t next = edge != kNever && listensToLines() ? std::min(edge, timer) : timer;
+    std::uint64_t next = std::min(counters_.nextNs(), actions_.nextNs());
+    if (listensToLines()) {
+        next = std::min(next, lines_.nextNs());
+    }
     if (next != armedNs_) {
         armedNs_ = next;
         clock_.wakeAt(next == kNever ? WakeThread::kNever
@@ -218,83 +186,25 @@ void CameraModel::setObserver(CameraObserver* observer)
     }
 }
 
-void CameraModel::publishDescription()
-{
-    NetworkSection* const network = transport_.network();
-    if (network == nullptr) {
-        return;
-    }
-    const std::string name = identifier(context_.config.model);
-    const auto length = [](const std::string& text) {
-        return static_cast<std::uint32_t>(text.size());
-    };
-    archive_ = zipped(name + ".xml", table_.xml());
-    network->setUrls(archive_.empty()
-                         ? std::string()
-                         : ::gige::wire::makeXmlUrl(name + ".zip", kArchiveBase, length(archive_)),
-                     ::gige::wire::makeXmlUrl(name + ".xml", kXmlBase, length(table_.xml())));
-}
-
-std::int32_t CameraModel::readMemory(std::uint64_t address, void* data, std::size_t size)
-{
-    if (liesIn(address, size, table_.base(), table_.end() - table_.base())) {
-        return table_.read(address, data, size);
-    }
-    if (transport_.network() != nullptr && address < kBootstrapEnd) {
-        return transport_.network()->registers().read(address, data, size);
-    }
-    if (liesIn(address, size, kLutBase, sizeof(LookUpTable))) {
-        return lut_.read(address - kLutBase, data, size);
-    }
-    if (liesIn(address, size, kFileBufferBase, kFileBufferSize)) {
-        files_.read(address - kFileBufferBase, data, size);
-        return gentl::err::kSuccess;
-    }
-    return memory_.read(address, data, size);
-}
-
-std::int32_t CameraModel::writeMemory(std::uint64_t address, const void* data, std::size_t size)
-{
-    if (liesIn(address, size, table_.base(), table_.end() - table_.base())) {
-        return table_.write(address, data, size);
-    }
-    if (transport_.network() != nullptr && address < kBootstrapEnd) {
-        return transport_.network()->registers().write(address, data, size);
-    }
-    if (liesIn(address, size, kLutBase, sizeof(LookUpTable))) {
-        return lut_.write(address - kLutBase, data, size);
-    }
-    if (liesIn(address, size, kFileBufferBase, kFileBufferSize)) {
-        files_.write(address - kFileBufferBase, data, size);
-        return gentl::err::kSuccess;
-    }
-    return memory_.write(address, data, size);
-}
-
 std::int32_t CameraModel::read(std::uint64_t address, void* data, std::size_t size)
 {
-    for (const auto& [base, text] :
-         {std::pair<std::uint64_t, const std::string&>{kXmlBase, table_.xml()},
-          std::pair<std::uint64_t, const std::string&>{kArchiveBase, archive_}}) {
-        if (readText(address, data, size, base, text)) {
-            return gentl::err::kSuccess;
-        }
+    if (memory_.readDescription(address, data, size)) {
+        return gentl::err::kSuccess;
     }
     return run([&] {
         const std::int32_t refused = faults_.nextAccess();
-        return refused != 0 ? refused : readMemory(address, data, size);
+        return refused != 0 ? refused : memory_.read(address, data, size);
     });
 }
 
 std::int32_t CameraModel::write(std::uint64_t address, const void* data, std::size_t size)
 {
-    if (liesIn(address, size, kXmlBase, table_.xml().size()) ||
-        liesIn(address, size, kArchiveBase, archive_.size())) {
+    if (memory_.isDescription(address)) {
         return gentl::err::kAccessDenied;
     }
     return run([&] {
         const std::int32_t refused = faults_.nextAccess();
-        return refused != 0 ? refused : writeMemory(address, data, size);
+        return refused != 0 ? refused : memory_.write(address, data, size);
     });
 }
 
@@ -326,13 +236,7 @@ std::int32_t CameraModel::readBootstrap(std::uint64_t address, void* data, std::
 
 bool CameraModel::isReadOnly(std::uint64_t address)
 {
-    return run([&] {
-        NetworkSection* const network = transport_.network();
-        const bool isRegister = network != nullptr && network->registers().isReadOnly(address);
-        return isRegister || liesIn(address, 1, kXmlBase, table_.xml().size()) ||
-               liesIn(address, 1, kArchiveBase, archive_.size()) ||
-               liesIn(address, 1, kFactoryMemoryBase, kFactoryMemorySize);
-    });
+    return run([&] { return memory_.isReadOnly(address); });
 }
 
 NetworkFaults CameraModel::networkFaults()
@@ -349,6 +253,11 @@ AnswerLie CameraModel::takeAnswerLie()
 {
     return run(
         [this] { return networkFaults_ ? networkFaults_->takeAnswerLie() : AnswerLie::Off; });
+}
+
+std::uint64_t CameraModel::takeWork()
+{
+    return run([this] { return std::exchange(context_.workMs, 0); });
 }
 
 std::uint64_t CameraModel::payload() const
@@ -375,41 +284,11 @@ void CameraModel::powerLoss()
     events_.disableAll();
     counters_.restart();
     sequencer_.restart();
+    actions_.restart();
     ptp_.restart();
     files_.closeAll();
     transport_.restart();
     userSets_.loadDefault();
-}
-
-void CameraModel::latch(FramePlan& plan)
-{
-    const double exposureUs = acquisition_.plannedUs();
-    if (context_.pictureIsStale || renderer_ == nullptr ||
-        renderer_->settings().exposureUs != exposureUs) {
-        PictureSettings settings;
-        image_.fill(settings);
-        analog_.fill(settings);
-        lut_.fill(settings);
-        settings.exposureUs = exposureUs;
-        settings.seed = context_.config.seed;
-        renderer_ = std::make_shared<PictureRenderer>(settings, scenes_);
-        context_.pictureIsStale = false;
-    }
-    const PictureSettings& settings = renderer_->settings();
-    LatchedFrame frame;
-    frame.renderer = renderer_;
-    frame.chunks = chunks_.enabled();
-    frame.values = {plan.frameId,         context_.stamp(plan.startNs),
-                    settings.exposureUs,  settings.gainDb,
-                    settings.width,       settings.height,
-                    settings.offsetX,     settings.offsetY,
-                    settings.format->code};
-    autos_.adjust(*renderer_, plan.frameId); // What it changes is for the next frame.
-    plan.settings = nextHandle_++;
-    latched_.emplace(plan.settings, std::move(frame));
-    if (latched_.size() > kMostLatched) {
-        latched_.erase(latched_.begin());
-    }
 }
 
 FramePlan CameraModel::nextFrame()
@@ -417,7 +296,7 @@ FramePlan CameraModel::nextFrame()
     return run([this] {
         FramePlan plan = acquisition_.next();
         if (plan.expose) {
-            latch(plan);
+            frames_.latch(plan, acquisition_.plannedUs());
         }
         return plan;
     });
@@ -426,9 +305,7 @@ FramePlan CameraModel::nextFrame()
 void CameraModel::frameStarted(const FramePlan& plan)
 {
     run([&] {
-        const auto it = latched_.find(plan.settings);
-        if (it != latched_.end() && !it->second.isExposing) {
-            it->second.isExposing = true;
+        if (frames_.begin(plan)) {
             acquisition_.started(plan);
         }
     });
@@ -436,9 +313,7 @@ void CameraModel::frameStarted(const FramePlan& plan)
 
 void CameraModel::endExposure(const FramePlan& plan)
 {
-    const auto it = latched_.find(plan.settings);
-    if (it != latched_.end() && it->second.isExposing) {
-        it->second.isExposing = false;
+    if (frames_.end(plan)) {
         acquisition_.exposed(plan);
     }
 }
@@ -451,43 +326,10 @@ void CameraModel::exposureEnded(const FramePlan& plan)
 std::int32_t CameraModel::render(const FramePlan& plan, void* memory, std::size_t capacity,
                                  FrameLayout* layout)
 {
-    LatchedFrame frame;
-    const bool known = run([&] {
-        const auto it = latched_.find(plan.settings);
-        if (it == latched_.end()) {
-            return false;
-        }
-        frame = it->second;
-        return true;
-    });
-    if (!known) {
-        return gentl::err::kInvalidParameter;
-    }
-    const PictureSettings& settings = frame.renderer->settings();
-    *layout = {};
-    layout->imageSize = frame.renderer->imageBytes();
-    layout->chunkLayoutId = frame.chunks;
-    layout->size = chunks_.payload(layout->imageSize, frame.chunks);
-    layout->chunkBytes = chunks_.chunkBytes(layout->imageSize, frame.chunks);
-    layout->pixelFormat = settings.format->code;
-    layout->width = settings.width;
-    layout->height = settings.height;
-    layout->offsetX = settings.offsetX;
-    layout->offsetY = settings.offsetY;
-    layout->timestampNs = frame.values.timestampNs;
-
-    const auto draw = [&](unsigned char* target) {
-        frame.renderer->render(plan.frameId, target);
-        chunks_.write(frame.values, layout->imageSize, frame.chunks, target);
-    };
-    if (capacity >= layout->size) {
-        draw(static_cast<unsigned char*>(memory));
-        return gentl::err::kSuccess;
-    }
-    std::vector<unsigned char> aside(layout->size);
-    draw(aside.data());
-    std::memcpy(memory, aside.data(), capacity);
-    return gentl::err::kBufferTooSmall;
+    const LatchedFrames::Frame frame = run([&] { return frames_.find(plan); });
+    return frame.renderer == nullptr
+               ? gentl::err::kInvalidParameter
+               : frames_.render(frame, plan.frameId, memory, capacity, layout);
 }
 
 std::size_t CameraModel::chunks(const FrameLayout& layout, ChunkPlace* places, std::size_t capacity)
@@ -499,7 +341,7 @@ void CameraModel::endFrame(const FramePlan& plan, bool dropped)
 {
     run([&] {
         endExposure(plan);
-        if (latched_.erase(plan.settings) == 0) {
+        if (!frames_.forget(plan)) {
             return;
         }
         if (dropped) {
@@ -519,10 +361,9 @@ std::uint64_t CameraModel::timestamp()
     return run([this] { return context_.stamp(context_.now()); });
 }
 
-std::size_t CameraModel::actionCommand(std::uint32_t deviceKey, std::uint32_t groupKey,
-                                       std::uint32_t groupMask)
+ActionFate CameraModel::actionCommand(const ActionCommand& command)
 {
-    return run([=] { return actions_.command(deviceKey, groupKey, groupMask); });
+    return run([&] { return actions_.command(command, ptp_.followsMaster()); });
 }
 
 IpConfig CameraModel::ip()

@@ -3,21 +3,14 @@
 
 #include "simulator/acquisition_section.h"
 #include "simulator/action_section.h"
-#include "simulator/analog_section.h"
-#include "simulator/auto_section.h"
 #include "simulator/camera_config.h"
-#include "simulator/camera_context.h"
-#include "simulator/camera_frame.h"
-#include "simulator/chunk_section.h"
+#include "simulator/camera_memory.h"
 #include "simulator/counter_section.h"
-#include "simulator/device_memory.h"
 #include "simulator/device_section.h"
 #include "simulator/event_section.h"
 #include "simulator/fault_section.h"
-#include "simulator/file_section.h"
-#include "simulator/image_section.h"
+#include "simulator/latched_frames.h"
 #include "simulator/line_section.h"
-#include "simulator/lut_section.h"
 #include "simulator/network_faults.h"
 #include "simulator/ptp_section.h"
 #include "simulator/sequencer_section.h"
@@ -28,7 +21,6 @@
 #include <condition_variable>
 #include <cstddef>
 #include <cstdint>
-#include <map>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -76,6 +68,8 @@ public:
     NetworkFaults networkFaults();
     SendingMode sendingMode();
     AnswerLie takeAnswerLie();
+    /// How many ms the writes since the last call keep a real camera busy.
+    std::uint64_t takeWork();
 
     /// Nanoseconds since the camera was made: the time that plans count in.
     std::uint64_t now() const { return context_.now(); }
@@ -83,9 +77,8 @@ public:
     /// frames, events and TimestampLatch show.
     std::uint64_t timestamp();
     /// An action command of the network: fires Action0 and Action1 (see ActionControl) when the
-    /// keys are equal and the masks have a common bit; returns how many were fired.
-    std::size_t actionCommand(std::uint32_t deviceKey, std::uint32_t groupKey,
-                              std::uint32_t groupMask);
+    /// keys are equal and the masks have a common bit, at once or at the time it tells.
+    ActionFate actionCommand(const ActionCommand& command);
     std::uint64_t payloadSize();
     /// The host locks and unlocks what must not change during an acquisition (TLParamsLocked).
     void setTransportLocked(bool locked);
@@ -115,14 +108,6 @@ public:
     void frameDone(const FramePlan& plan) { endFrame(plan, false); }
 
 private:
-    /// Settings of a planned frame, as they were at the start of its exposure.
-    struct LatchedFrame {
-        std::shared_ptr<const PictureRenderer> renderer;
-        ChunkValues values;
-        std::uint64_t chunks = 0;
-        bool isExposing = false; ///< Started, and its exposure-end event is still to come.
-    };
-
     /// Calls `action` under the lock; then the observer, without it.
     template <typename Action> auto run(Action action);
     void deliver(const std::vector<CameraContext::Message>& messages);
@@ -131,13 +116,9 @@ private:
     void settle();
     bool listensToLines() const;
     bool isActive(LineSource source, std::uint64_t atNs) const;
-    void latch(FramePlan& plan);
     void endFrame(const FramePlan& plan, bool dropped);
     void endExposure(const FramePlan& plan);
     void powerLoss();
-    void publishDescription();
-    std::int32_t readMemory(std::uint64_t address, void* data, std::size_t size);
-    std::int32_t writeMemory(std::uint64_t address, const void* data, std::size_t size);
     std::uint64_t payload() const;
     std::uint64_t readoutNs() const;
     std::uint64_t transferNs() const;
@@ -161,24 +142,19 @@ private:
     UserSetSection userSets_;
     TransportSection transport_;
     PtpSection ptp_;
-    DeviceMemory memory_;
+    CameraMemory memory_;
     FileSection files_;
     FaultSection faults_;
     std::unique_ptr<NetworkFaultSection> networkFaults_; ///< Served cameras only.
-    std::string archive_; ///< The zipped description; cameras with a network only.
-
-    std::vector<std::shared_ptr<const Scene>> scenes_;
-    std::shared_ptr<const PictureRenderer> renderer_;
-    std::map<std::uint64_t, LatchedFrame> latched_;
-    std::uint64_t nextHandle_ = 1;
+    LatchedFrames frames_;
 
     std::mutex observerMutex_;
     std::condition_variable observerFree_;
     CameraObserver* observer_ = nullptr;
     std::size_t callsUnderWay_ = 0;
 
-    std::uint64_t armedNs_ = ~std::uint64_t{0}; ///< When clock_ calls.
-    WakeThread clock_;                          ///< Last: its thread uses everything else.
+    std::uint64_t armedNs_ = kNever; ///< When clock_ calls.
+    WakeThread clock_;               ///< Last: its thread uses everything else.
 };
 
 } // namespace simulator

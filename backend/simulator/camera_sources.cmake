@@ -2,8 +2,10 @@
 find_package(PNG REQUIRED)
 find_package(ZLIB REQUIRED)
 foreach(source
-        acquisition_section action_section analog_section auto_section camera_config camera_config_json camera_model
-        bootstrap_registers description_archive network_faults network_section
+        acquisition_section action_section analog_section auto_section camera_config camera_config_json
+        camera_memory camera_model latched_frames
+        bootstrap_registers description_archive network_channels network_control network_faults
+        network_section register_features
         chunk_section color_writer counter_section device_memory device_section event_section
         fault_section file_section image_section line_section lut_section picture_renderer
         pixel_format pixel_packer ptp_section scene scene_files sequencer_section signal_source transport_section

@@ -11,7 +11,6 @@ namespace simulator
 namespace
 {
 
-constexpr std::uint64_t kNever = ~std::uint64_t{0};
 constexpr std::int64_t kLargestCount = 0xFFFFFFFF;
 constexpr double kLongestUs = 60e6;
 
@@ -22,8 +21,6 @@ CameraEvent nth(CameraEvent first, std::size_t index)
 {
     return static_cast<CameraEvent>(static_cast<std::size_t>(first) + index);
 }
-
-std::uint64_t nanoseconds(double us) { return static_cast<std::uint64_t>(us * 1000.0); }
 
 bool isLineSource(const Feature& source, std::size_t index)
 {
@@ -209,8 +206,8 @@ void CounterSection::startTimer(std::size_t timer, std::uint64_t atNs)
     if (one.isStarted) {
         return;
     }
-    one.fromNs = atNs + nanoseconds(timerDelay_->real(timer));
-    one.toNs = one.fromNs + nanoseconds(timerDuration_->real(timer));
+    one.fromNs = atNs + nanosecondsOf(timerDelay_->real(timer));
+    one.toNs = one.fromNs + nanosecondsOf(timerDuration_->real(timer));
     one.isStarted = true;
     one.hasBegun = one.isCompleted = false;
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "simulator/signal_source.h"
+#include "simulator/timed_section.h"
 
 #include <array>
 #include <cstdint>
@@ -10,7 +11,7 @@ namespace simulator
 {
 
 /// Used under the camera's lock.
-class CounterSection
+class CounterSection final : public TimedSection
 {
 public:
     static constexpr std::size_t kCount = 2; ///< Counters, and timers.
@@ -18,9 +19,8 @@ public:
     CounterSection(CameraContext& context, EventSection& events);
 
     /// When the next timer begins or ends; all ones: none does.
-    std::uint64_t nextNs() const;
-    /// What happens at nextNs().
-    void step();
+    std::uint64_t nextNs() const override;
+    void step() override;
     bool isTimerActive(std::size_t timer, std::uint64_t atNs) const;
     /// Whether anything here waits for lines.
     bool listensToLines() const;

@@ -109,6 +109,9 @@ bool FileSection::execute(std::int64_t* result)
         return open(file);
     case kClose: {
         const bool wasOpen = file.mode != Mode::Closed;
+        if (file.mode == Mode::Write || file.mode == Mode::ReadWrite) {
+            context_.writesFlash();
+        }
         file.mode = Mode::Closed;
         return wasOpen;
     }
@@ -121,6 +124,7 @@ bool FileSection::execute(std::int64_t* result)
             return false;
         }
         file.bytes.clear();
+        context_.writesFlash();
         return true;
     }
 }

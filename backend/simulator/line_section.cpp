@@ -11,12 +11,9 @@ namespace simulator
 namespace
 {
 
-constexpr std::uint64_t kNever = ~std::uint64_t{0};
 constexpr double kShortestPeriodUs = 200.0;
 constexpr double kLongestUs = 60e6;
 constexpr double kShortestPulseUs = 10.0;
-
-std::uint64_t nanoseconds(double us) { return static_cast<std::uint64_t>(us * 1000.0); }
 
 CameraEvent edgeOf(std::size_t line, bool isRising)
 {
@@ -199,10 +196,10 @@ void LineSection::restartTrain(std::size_t line)
     const std::uint64_t now = context_.now();
     Train& train = trains_.at(line);
     train.isOn = trainOn_->integer(line) != 0;
-    train.firstNs = now + nanoseconds(trainDelay_->real(line));
-    train.periodNs = nanoseconds(trainPeriod_->real(line));
-    const std::uint64_t room = train.periodNs - nanoseconds(kShortestPulseUs);
-    train.widthNs = std::min(nanoseconds(trainWidth_->real(line)), room);
+    train.firstNs = now + nanosecondsOf(trainDelay_->real(line));
+    train.periodNs = nanosecondsOf(trainPeriod_->real(line));
+    const std::uint64_t room = train.periodNs - nanosecondsOf(kShortestPulseUs);
+    train.widthNs = std::min(nanosecondsOf(trainWidth_->real(line)), room);
     train.pulses = static_cast<std::uint64_t>(trainPulses_->integer(line));
     train.edgeNs = train.edgeFrom(now);
     if (train.edgeNs > now) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "simulator/event_section.h"
+#include "simulator/timed_section.h"
 
 #include <array>
 #include <cstdint>
@@ -23,7 +24,7 @@ enum class LineSource : std::int64_t {
 };
 
 /// Line0 is an input, Line1 an input or an output, Line2 an output. Used under the camera's lock.
-class LineSection
+class LineSection final : public TimedSection
 {
 public:
     static constexpr std::size_t kLines = 3;
@@ -36,9 +37,8 @@ public:
     /// Level of a line as the camera sees it, behind its inverter.
     bool level(std::size_t line, std::uint64_t atNs) const;
     /// The next edge of the signals from outside; all ones: none comes.
-    std::uint64_t nextNs() const;
-    /// What happens at nextNs().
-    void step();
+    std::uint64_t nextNs() const override;
+    void step() override;
     /// Edges before `atNs` are not told any more.
     void skipTo(std::uint64_t atNs);
     /// Tells the edges that what happened inside the camera caused.

@@ -2,10 +2,11 @@
 #include "simulator/ptp_section.h"
 
 #include "gentl_abi/gentl_abi.h"
+#include "gige/wire/bootstrap.h"
 
+#include <array>
 #include <chrono>
 #include <cmath>
-#include <cstdlib>
 
 namespace simulator
 {
@@ -20,30 +21,25 @@ constexpr double kFollowsAfter = 1.0;
 constexpr std::int64_t kMasterId = 0x025A43FFFE000000;
 
 /// An EUI-64 from a hardware address.
-std::int64_t clockId(const std::string& mac)
+std::int64_t clockId(std::uint64_t mac)
 {
-    std::string digits;
-    for (const char c : mac) {
-        if (c != ':' && c != '-') {
-            digits += c;
-        }
-    }
-    const std::uint64_t number = std::strtoull(digits.c_str(), nullptr, 16) & 0xFFFFFFFFFFFF;
-    return static_cast<std::int64_t>((number >> 24) << 40 | std::uint64_t{0xFFFE} << 24 |
-                                     (number & 0xFFFFFF));
+    return static_cast<std::int64_t>((mac >> 24) << 40 | std::uint64_t{0xFFFE} << 24 |
+                                     (mac & 0xFFFFFF));
 }
 
 } // namespace
 
-PtpSection::PtpSection(CameraContext& context)
-    : context_(context), clockId_(clockId(context.config.macAddress))
+PtpSection::PtpSection(CameraContext& context, BootstrapRegisters* registers)
+    : context_(context), clockId_(clockId(macNumber(context.config.macAddress)))
 {
-    if (!context.config.hasNetwork) {
+    if (registers == nullptr) {
         return;
     }
     context.table.category("PtpControl", "Clocks of one network that agree.");
     declareState();
     declareClocks();
+    registers->number(::gige::wire::reg::kPtpStatus,
+                      [this] { return portState(present().status); });
 }
 
 void PtpSection::declareState()
@@ -94,6 +90,12 @@ void PtpSection::declareClocks()
                 return FeatureValue(latched_.status == kSlave ? kMasterId : clockId_);
             });
     }
+}
+
+std::uint32_t PtpSection::portState(std::int64_t status)
+{
+    constexpr std::array<std::uint32_t, kSlave + 1> kStates = {1, 3, 4, 8, 9};
+    return kStates.at(static_cast<std::size_t>(status));
 }
 
 PtpSection::Data PtpSection::present() const

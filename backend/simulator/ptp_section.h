@@ -1,6 +1,7 @@
 // PtpControl of cameras on a network: their clock follows that of a master, this host's.
 #pragma once
 
+#include "simulator/bootstrap_registers.h"
 #include "simulator/camera_context.h"
 
 #include <cstdint>
@@ -12,11 +13,14 @@ namespace simulator
 class PtpSection
 {
 public:
-    explicit PtpSection(CameraContext& context);
+    /// `registers`: of a camera on a network; null: there is no PTP.
+    PtpSection(CameraContext& context, BootstrapRegisters* registers);
 
     /// Lets the clock follow what time it is by now.
     void follow();
     void restart();
+    /// Whether clocks outside and this one agree.
+    bool followsMaster() const { return isSet_; }
 
 private:
     /// Values of PtpStatus.
@@ -29,6 +33,8 @@ private:
     void declareState();
     void declareClocks();
     Data present() const;
+    /// The number that the standard of PTP has for a state.
+    static std::uint32_t portState(std::int64_t status);
 
     CameraContext& context_;
     std::int64_t clockId_;

@@ -30,6 +30,7 @@ UserSetSection::UserSetSection(CameraContext& context, std::function<void()> loa
         .lockedIf([this] { return selector_->integer() == 0 || context_.isLocked(); })
         .onExecute([this](std::size_t) {
             sets_.at(static_cast<std::size_t>(selector_->integer())) = present();
+            context_.writesFlash();
             return gentl::err::kSuccess;
         });
     default_ = &withSets(table.enumeration("UserSetDefault", "Set that a restart loads.").expert());

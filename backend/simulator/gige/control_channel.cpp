@@ -150,12 +150,32 @@ Datagram ControlChannel::action(const CommandPacket& packet)
     if (privilege_.isFree() && !always) {
         return {};
     }
+    ActionCommand command{action.deviceKey, action.groupKey, action.groupMask, {}};
     if (action.scheduled) {
-        return bareAck(packet, status::kNotImplemented);
+        command.time = action.time;
     }
-    const std::size_t fired =
-        camera_.actionCommand(action.deviceKey, action.groupKey, action.groupMask);
-    return fired == 0 ? Datagram{} : bareAck(packet, status::kSuccess);
+    switch (camera_.actionCommand(command)) {
+    case ActionFate::NotMeant:
+        return {};
+    case ActionFate::Done:
+        return bareAck(packet, status::kSuccess);
+    case ActionFate::Late:
+        return bareAck(packet, laterCode(status::kActionLate));
+    case ActionFate::Full:
+        return bareAck(packet, laterCode(status::kOverflow));
+    case ActionFate::NoClock:
+        return bareAck(packet, laterCode(status::kNoReferenceTime));
+    default:
+        return bareAck(packet, status::kInvalidParameter);
+    }
+}
+
+/// A status code of version 2 of the standard, for hosts that want to hear of them.
+std::uint16_t ControlChannel::laterCode(std::uint16_t code)
+{
+    const bool isKnown =
+        (camera_.bootstrap(reg::kControlConfiguration) & wire::configuration::kStatusCodes20) != 0;
+    return isKnown ? code : status::kError;
 }
 
 std::uint16_t ControlChannel::refusal(std::int32_t code, std::uint32_t address, bool writing)
@@ -320,6 +340,11 @@ bool ControlChannel::hasHeartbeat() const
 
 void ControlChannel::expire(Clock::time_point now)
 {
+    if (std::any_of(deferred_.begin(), deferred_.end(), [this](const Deferred& each) {
+            return privilege_.isController(each.answer.to);
+        })) {
+        privilege_.heard(privilege_.controller(), now); // it waits for us
+    }
     const std::chrono::milliseconds timeout(camera_.bootstrap(reg::kHeartbeatTimeout));
     if (hasHeartbeat() && privilege_.isExpired(timeout, now)) {
         endSession();
@@ -368,8 +393,8 @@ void ControlChannel::remember(wire::Bytes datagram, const Endpoint& from, Clock:
     place.answer = answer;
 }
 
-/// Work that takes its time is announced, and discoveries are answered within the time that the
-/// host allows.
+/// Work that takes its time (or is told to) is announced, and discoveries are answered within the
+/// time that the host allows.
 ControlChannel::Answer ControlChannel::defer(const CommandPacket& packet, Answer answer,
                                              Clock::time_point now)
 {
@@ -378,7 +403,7 @@ ControlChannel::Answer ControlChannel::defer(const CommandPacket& packet, Answer
         const std::uint32_t most = camera_.bootstrap(reg::kDiscoveryDelay);
         delayMs = most == 0 ? 0 : dice_() % most;
     } else if (isWrite(packet)) {
-        delayMs = camera_.networkFaults().answerDelayMs;
+        delayMs = std::max(camera_.networkFaults().answerDelayMs, camera_.takeWork());
     }
     if (delayMs == 0 || answer.datagram.size == 0) {
         return answer;

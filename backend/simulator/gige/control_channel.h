@@ -81,6 +81,7 @@ private:
     std::uint16_t write(std::uint32_t address, wire::Bytes data, const Endpoint& from,
                         Clock::time_point now);
     std::uint16_t writePrivilege(std::uint32_t value, const Endpoint& from, Clock::time_point now);
+    std::uint16_t laterCode(std::uint16_t code);
     std::uint16_t refusal(std::int32_t code, std::uint32_t address, bool writing);
     bool hasHeartbeat() const;
     void publishPrivilege();

@@ -3,6 +3,7 @@
 #include "base/thread.h"
 #include "gentl_abi/gentl_abi.h"
 #include "gige/wire/bootstrap.h"
+#include "simulator/gige/test_packet.h"
 
 #include <sys/prctl.h>
 
@@ -54,6 +55,9 @@ StreamTarget StreamTarget::of(CameraModel& camera)
     target.to.address = camera.bootstrap(kDestination);
     target.form.packetSize = camera.bootstrap(kPacketSize) & wire::kPacketSizeMask;
     target.form.extended = (camera.bootstrap(reg::kStreamConfiguration) & wire::kExtendedIds) != 0;
+    const std::uint32_t switches = camera.bootstrap(kSwitches);
+    target.form.allIn = (switches & wire::kChannelAllIn) != 0;
+    target.form.multiPart = (switches & wire::kChannelMultiPart) != 0;
     target.packetDelayNs = camera.bootstrap(kPacketDelay);
     return target;
 }
@@ -339,12 +343,8 @@ void StreamChannel::fireTestPacket()
     if (!target.isOpen() || target.form.packetSize <= wire::kDatagramOverhead) {
         return;
     }
-    std::vector<std::uint8_t> datagram(target.form.packetSize - wire::kDatagramOverhead);
-    const PacketView view = emptyPacket(0, 0, 0, target.form.extended);
-    std::copy_n(view.header.begin(), view.headerSize, datagram.begin());
-    for (std::size_t i = view.headerSize; i < datagram.size(); ++i) {
-        datagram[i] = static_cast<std::uint8_t>(i * 31);
-    }
+    const auto datagram =
+        testPacket(target.form.packetSize - wire::kDatagramOverhead, target.form.extended);
     socket_.setDoNotFragment((camera_.bootstrap(kPacketSize) & wire::kDoNotFragment) != 0);
     socket_.send(target.to, {datagram.data(), datagram.size()});
 }

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <random>
+#include <thread>
 
 namespace simulator::gige
 {
@@ -164,6 +165,32 @@ TEST_F(ControlTest, AnswersHaveTheStatusOfTheStandard)
     EXPECT_EQ(ask(wire::makeWriteMemory(++id, reg::kControlPrivilege, {bytes, 8})),
               status::kAccessDenied);
     EXPECT_EQ(ask(wire::makeWriteMemory(++id, 0x01000000, {bytes, 6})), status::kInvalidParameter);
+    const auto feature = [this](const char* name) {
+        return static_cast<std::uint32_t>(camera.find(name).address);
+    };
+    EXPECT_EQ(write(3, 1), status::kBadAlignment);
+    EXPECT_EQ(write(0x0700, 1), status::kInvalidAddress);
+    EXPECT_EQ(write(kSize, 1400, kSecond), status::kAccessDenied);
+    EXPECT_EQ(ask(wire::makeWriteMemory(++id, feature("PayloadSizeReg"), {bytes, 8})),
+              status::kWriteProtect)
+        << "never to be written";
+    EXPECT_EQ(write(0x02000000, 1), status::kWriteProtect) << "the factory's memory";
+    EXPECT_EQ(write(0x03000000, 1), status::kAccessDenied) << "protected";
+    EXPECT_EQ(readMemory(0x03000000, 4), status::kAccessDenied);
+    EXPECT_EQ(readMemory(reg::kManufacturer, 4), status::kInvalidAddress);
+    EXPECT_EQ(ask(wire::makeWriteMemory(++id, feature("WidthReg") + 4, {bytes, 4})),
+              status::kInvalidAddress)
+        << "half a register";
+    EXPECT_EQ(ask(wire::makeWriteMemory(++id, feature("WidthReg"), {bytes, 8})),
+              status::kInvalidParameter)
+        << "a width of 1";
+    EXPECT_EQ(ask(wire::makeCommand(Command::ReadRegister, 1, ++id)), status::kInvalidHeader);
+    EXPECT_EQ(ask(wire::makeCommand(Command::WriteRegister, 1, ++id, {bytes, 4})),
+              status::kInvalidHeader);
+    EXPECT_EQ(ask(wire::makeCommand(Command::ReadMemory, 1, ++id, {bytes, 4})),
+              status::kInvalidHeader);
+    EXPECT_EQ(ask(wire::makeCommand(Command::WriteMemory, 1, ++id, {bytes, 4})),
+              status::kInvalidHeader);
     // What was read before the wrong address, and the index of the refused write.
     const std::uint32_t addresses[3] = {reg::kVersion, reg::kStreamChannelCount, 0x0700};
     EXPECT_EQ(ask(wire::makeReadRegisters(++id, addresses, 3)), status::kInvalidAddress);
@@ -254,6 +281,83 @@ TEST_F(ControlTest, ActionsNeedKeysAndAController)
     ASSERT_EQ(write(reg::kControlConfiguration, wire::configuration::kUnconditionalAction), 0);
     ASSERT_EQ(write(reg::kControlPrivilege, 0), 0);
     EXPECT_EQ(act(0x1234, 2), 0) << "wanted without a controller";
+}
+
+TEST_F(ControlTest, ScheduledActionsNeedAMastersClock)
+{
+    const auto act = [this](std::uint64_t time) {
+        return ask(wire::makeAction(++id, {0, 0, 1, true, time}, 1), kSecond);
+    };
+    const auto count = [this] { return camera.get("CounterValue"); };
+    constexpr std::uint64_t kMs = 1000000;
+    ASSERT_EQ(write(reg::kControlPrivilege, 2), 0);
+    ASSERT_EQ(write(reg::kActionGroups + 4, 1), 0);
+    ASSERT_EQ(camera.set("CounterEventSource", 15), 0) << "Action0";
+    EXPECT_EQ(act(~0ULL), status::kError) << "codes of version 2 were not asked for";
+    ASSERT_EQ(write(reg::kControlConfiguration, wire::configuration::kStatusCodes20), 0);
+    EXPECT_EQ(act(~0ULL), status::kNoReferenceTime);
+
+    // The clock's switch and state are registers, too.
+    const auto state = [this] {
+        EXPECT_EQ(read(reg::kPtpStatus), 0);
+        return ack.payload.u32(0);
+    };
+    EXPECT_EQ(state(), 3U) << "disabled";
+    const std::uint32_t switches = wire::configuration::kStatusCodes20 | wire::configuration::kPtp;
+    ASSERT_EQ(write(reg::kControlConfiguration, switches), 0);
+    EXPECT_EQ(camera.get("PtpEnable"), 1);
+    EXPECT_EQ(read(reg::kControlConfiguration), 0);
+    EXPECT_EQ(ack.payload.u32(0), switches);
+    for (int i = 0; state() != 9 && i < 100; ++i) { // follows
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    }
+    ASSERT_EQ(state(), 9U);
+
+    EXPECT_EQ(act(camera.model.timestamp() - kMs), status::kActionLate);
+    EXPECT_EQ(count(), 1) << "at once";
+    EXPECT_EQ(act(~0ULL), status::kInvalidParameter) << "in centuries";
+    const std::uint64_t soon = camera.model.timestamp() + 150 * kMs;
+    EXPECT_EQ(act(soon), 0);
+    EXPECT_EQ(count(), 1) << "not yet";
+    while (camera.model.timestamp() <= soon) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    EXPECT_EQ(count(), 2);
+    EXPECT_EQ(read(reg::kScheduledActionQueue), 0);
+    const std::uint32_t room = ack.payload.u32(0);
+    for (std::uint32_t i = 0; i < room; ++i) {
+        EXPECT_EQ(act(camera.model.timestamp() + 3600000 * kMs), 0);
+    }
+    EXPECT_EQ(act(camera.model.timestamp() + 3600000 * kMs), status::kOverflow);
+    ASSERT_EQ(write(reg::kControlConfiguration, wire::configuration::kStatusCodes20), 0);
+    EXPECT_EQ(state(), 3U);
+    EXPECT_EQ(camera.get("PtpEnable"), 0);
+}
+
+TEST_F(ControlTest, SavingTakesItsTimeAndTheSessionWaits)
+{
+    ASSERT_EQ(write(reg::kControlPrivilege, 2), 0);
+    ASSERT_EQ(write(reg::kHeartbeatTimeout, 500), 0);
+    ASSERT_EQ(write(reg::kControlConfiguration, wire::configuration::kPendingAck), 0);
+    ASSERT_EQ(camera.set("UserSetSelector", 1), 0);
+    const auto place = camera.find("UserSetSaveReg");
+    std::uint8_t one[8] = {0, 0, 0, 0, 0, 0, 0, 1};
+    const Datagram command = wire::makeWriteMemory(++id, static_cast<std::uint32_t>(place.address),
+                                                   {one + 8 - place.length, place.length});
+    ASSERT_EQ(ask(command), 0);
+    EXPECT_EQ(ack.code, wire::kPendingAckCode);
+    const std::chrono::milliseconds most(wire::readPendingAck(ack));
+    EXPECT_GE(most.count(), 100);
+    EXPECT_EQ(ask(command), 1) << "asked again meanwhile: once is enough";
+    ControlChannel::Answer due;
+    EXPECT_FALSE(channel.takeDue(now + std::chrono::milliseconds(50), &due));
+    channel.expire(now + std::chrono::milliseconds(600)); // the camera itself was busy
+    EXPECT_EQ(host.ended, 0);
+    ASSERT_TRUE(channel.takeDue(now + most, &due));
+    ASSERT_TRUE(wire::parseAck(due.datagram.bytes(), &ack));
+    EXPECT_TRUE(ack.answers(Command::WriteMemory, id));
+    EXPECT_EQ(write(kSize, 1400), 0);
+    EXPECT_EQ(ack.code, 0x83) << "a plain write is not announced";
 }
 
 TEST_F(ControlTest, RandomCommandsDoNoHarm)

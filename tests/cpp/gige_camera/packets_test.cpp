@@ -1,6 +1,8 @@
 // Frames as packets, and what a bad network makes of them.
+#include "gige/wire/leader.h"
 #include "simulator/gige/frame_store.h"
 #include "simulator/gige/packet_faults.h"
+#include "simulator/gige/test_packet.h"
 
 #include <gtest/gtest.h>
 
@@ -58,6 +60,84 @@ TEST(SentFrame, CarriesEachByteOnceInPacketsOfTheSize)
             }
         }
     }
+}
+
+TEST(SentFrame, PartsCarryTheImageAndItsChunks)
+{
+    const auto memory = memoryOf(30100);
+    FrameLayout layout = layoutOf(30100);
+    layout.imageSize = 30000;
+    layout.chunkOffset = 30008;
+    for (const bool extended : {false, true}) {
+        const SentFrame frame(memory, layout, {}, {1500, extended, false, true}, {});
+        PacketView view;
+        frame.packet(0, false, &view);
+        wire::StreamHeader header;
+        ASSERT_TRUE(wire::parseStreamHeader({view.header.data(), view.headerSize}, &header));
+        wire::Leader leader;
+        ASSERT_TRUE(wire::readLeader(header, view.body, &leader));
+        ASSERT_EQ(leader.partCount, 2);
+        EXPECT_EQ(wire::partEntry(leader, 0).image.height, 10U);
+        EXPECT_EQ(wire::partEntry(leader, 1).dataType, 10);
+        std::vector<std::uint8_t> joined;
+        std::vector<std::size_t> ends;
+        for (std::uint32_t id = 1; id < frame.trailerId(); ++id) {
+            frame.packet(id, false, &view);
+            EXPECT_LE(view.size() + 28, 1500U);
+            wire::PartPrefix prefix;
+            ASSERT_TRUE(wire::readPartPrefix(
+                {view.header.data() + view.headerSize - wire::kPartPrefix, wire::kPartPrefix},
+                &prefix));
+            EXPECT_EQ(prefix.offset, joined.size());
+            EXPECT_EQ(prefix.part, ends.size());
+            joined.insert(joined.end(), view.body.data, view.body.data + view.body.size);
+            if (prefix.zone == 0x40) {
+                ends.push_back(joined.size());
+            }
+        }
+        ASSERT_EQ(ends, (std::vector<std::size_t>{30000, 30092}));
+        EXPECT_TRUE(std::equal(memory->begin(), memory->begin() + 30000, joined.begin()));
+        EXPECT_TRUE(
+            std::equal(memory->begin() + 30008, memory->begin() + 30100, joined.begin() + 30000));
+    }
+}
+
+TEST(SentFrame, WhatFitsIsASinglePacketWhereThatIsWanted)
+{
+    const auto memory = memoryOf(1400);
+    for (const std::size_t size : {1000U, 1399U, 1400U}) { // 44 bytes of leader and trailer
+        const SentFrame frame(memory, layoutOf(size), {}, {28 + 8 + 44 + 1399, false, true}, {});
+        PacketView view;
+        frame.packet(0, false, &view);
+        wire::StreamHeader header;
+        ASSERT_TRUE(wire::parseStreamHeader({view.header.data(), view.headerSize}, &header));
+        ASSERT_EQ(header.format, size <= 1399 ? wire::Format::AllIn : wire::Format::Leader);
+        if (size <= 1399) {
+            EXPECT_EQ(frame.trailerId(), 0U);
+            wire::Leader leader;
+            wire::Trailer trailer;
+            wire::Bytes data;
+            ASSERT_TRUE(wire::readAllIn(header, view.body, &leader, &trailer, &data));
+            EXPECT_EQ(trailer.height, 10U);
+            ASSERT_EQ(data.size, size);
+            EXPECT_TRUE(std::equal(data.data, data.data + size, memory->begin()));
+        }
+    }
+}
+
+TEST(TestPacket, RunsThroughAllStatesOfItsRegister)
+{
+    TestBytes bytes;
+    std::size_t period = 0;
+    do {
+        bytes.next();
+        ++period;
+    } while (bytes.state() != 0xFFFF && period < 100000);
+    EXPECT_EQ(period, 65535U);
+    const auto packet = testPacket(1472, false);
+    ASSERT_EQ(packet.size(), 1472U);
+    EXPECT_EQ(packet[8], 0xFF);
+    EXPECT_EQ(packet[9], 0xE9) << "0xFFFF / 2, with the feedback";
 }
 
 TEST(SentFrame, OfAnIncompleteFrameTheEndIsMissing)

@@ -180,7 +180,7 @@ TEST(Sequencer, FollowsItsPath)
     EXPECT_EQ(camera.get("SequencerSetActive"), 0);
     exposure();
     EXPECT_EQ(camera.get("SequencerSetActive"), 1);
-    EXPECT_EQ(camera.model.actionCommand(0, 0, 1), 1u);
+    EXPECT_EQ(camera.model.actionCommand({0, 0, 1, {}}), ActionFate::Done);
     EXPECT_EQ(camera.get("SequencerSetActive"), 0);
     EXPECT_EQ(exposure(), 1000u);
 }
@@ -194,11 +194,11 @@ TEST(Actions, TriggerWhoIsMeant)
     ASSERT_EQ(camera.set("TriggerMode", 1, 1), 0);
     ASSERT_EQ(camera.set("TriggerSource", 8, 1), 0) << "Action1";
     ASSERT_EQ(camera.run("AcquisitionStart"), 0);
-    EXPECT_EQ(camera.model.actionCommand(0x11223345, 5, 0xFF), 0u);
-    EXPECT_EQ(camera.model.actionCommand(0x11223344, 4, 0xFF), 0u);
-    EXPECT_EQ(camera.model.actionCommand(0x11223344, 5, 0xF9), 0u);
+    EXPECT_EQ(camera.model.actionCommand({0x11223345, 5, 0xFF, {}}), ActionFate::NotMeant);
+    EXPECT_EQ(camera.model.actionCommand({0x11223344, 4, 0xFF, {}}), ActionFate::NotMeant);
+    EXPECT_EQ(camera.model.actionCommand({0x11223344, 5, 0xF9, {}}), ActionFate::NotMeant);
     EXPECT_TRUE(camera.frame().empty());
-    EXPECT_EQ(camera.model.actionCommand(0x11223344, 5, 0x4), 1u);
+    EXPECT_EQ(camera.model.actionCommand({0x11223344, 5, 0x4, {}}), ActionFate::Done);
     EXPECT_FALSE(camera.frame().empty());
     EXPECT_TRUE(camera.frame().empty());
 }
