@@ -147,7 +147,7 @@ void NetworkChannels::declareStreamSwitches()
     declareSwitch("GevSCCFGAllInTransmission", "Frames that fit go into a single packet.",
                   wire::kChannelAllIn);
     declareSwitch("GevSCCFGMultiPart",
-                  "Image and chunks are sent as parts of a multi-part payload.",
+                  "With GevGVSPExtendedIDMode, image and chunks are parts of a payload.",
                   wire::kChannelMultiPart);
 }
 

@@ -57,7 +57,8 @@ StreamTarget StreamTarget::of(CameraModel& camera)
     target.form.extended = (camera.bootstrap(reg::kStreamConfiguration) & wire::kExtendedIds) != 0;
     const std::uint32_t switches = camera.bootstrap(kSwitches);
     target.form.allIn = (switches & wire::kChannelAllIn) != 0;
-    target.form.multiPart = (switches & wire::kChannelMultiPart) != 0;
+    // The short header of a leader has no room for the number of parts beside its packet id.
+    target.form.multiPart = target.form.extended && (switches & wire::kChannelMultiPart) != 0;
     target.packetDelayNs = camera.bootstrap(kPacketDelay);
     return target;
 }
@@ -288,8 +289,9 @@ void StreamChannel::transmit(SentFrame& frame, const FramePlan& plan, const Stre
         if (due > now) {
             sleepUntil(due);
         }
-        sendBurst(frame, id, end, target.to, faulty);
+        // First: who misses one of them may ask before this thread runs again.
         frame.setSentPackets(end);
+        sendBurst(frame, id, end, target.to, faulty);
         due += interval * (end - id);
         id = end;
     }
@@ -301,6 +303,9 @@ void StreamChannel::refuse(const wire::ResendRequest& request, const Endpoint& t
     constexpr std::uint32_t kExtendedCodes =
         wire::configuration::kStatusCodes11 | wire::configuration::kStatusCodes20;
     if ((camera_.bootstrap(reg::kControlConfiguration) & kExtendedCodes) == 0) {
+        if (reason == wire::status::kPacketNotYetAvailable) {
+            return; // the only code that is left would say that it never comes
+        }
         reason = wire::status::kPacketUnavailable;
     }
     const PacketView view = emptyPacket(reason, request.blockId, request.first, request.extended);

@@ -68,38 +68,36 @@ TEST(SentFrame, PartsCarryTheImageAndItsChunks)
     FrameLayout layout = layoutOf(30100);
     layout.imageSize = 30000;
     layout.chunkOffset = 30008;
-    for (const bool extended : {false, true}) {
-        const SentFrame frame(memory, layout, {}, {1500, extended, false, true}, {});
-        PacketView view;
-        frame.packet(0, false, &view);
-        wire::StreamHeader header;
-        ASSERT_TRUE(wire::parseStreamHeader({view.header.data(), view.headerSize}, &header));
-        wire::Leader leader;
-        ASSERT_TRUE(wire::readLeader(header, view.body, &leader));
-        ASSERT_EQ(leader.partCount, 2);
-        EXPECT_EQ(wire::partEntry(leader, 0).image.height, 10U);
-        EXPECT_EQ(wire::partEntry(leader, 1).dataType, 10);
-        std::vector<std::uint8_t> joined;
-        std::vector<std::size_t> ends;
-        for (std::uint32_t id = 1; id < frame.trailerId(); ++id) {
-            frame.packet(id, false, &view);
-            EXPECT_LE(view.size() + 28, 1500U);
-            wire::PartPrefix prefix;
-            ASSERT_TRUE(wire::readPartPrefix(
-                {view.header.data() + view.headerSize - wire::kPartPrefix, wire::kPartPrefix},
-                &prefix));
-            EXPECT_EQ(prefix.offset, joined.size());
-            EXPECT_EQ(prefix.part, ends.size());
-            joined.insert(joined.end(), view.body.data, view.body.data + view.body.size);
-            if (prefix.zone == 0x40) {
-                ends.push_back(joined.size());
-            }
+    const SentFrame frame(memory, layout, {}, {1500, true, false, true}, {});
+    PacketView view;
+    frame.packet(0, false, &view);
+    wire::StreamHeader header;
+    ASSERT_TRUE(wire::parseStreamHeader({view.header.data(), view.headerSize}, &header));
+    wire::Leader leader;
+    ASSERT_TRUE(wire::readLeader(header, view.body, &leader));
+    ASSERT_EQ(leader.partCount, 2);
+    EXPECT_EQ(wire::partEntry(leader, 0).image.height, 10U);
+    EXPECT_EQ(wire::partEntry(leader, 1).dataType, 10);
+    std::vector<std::uint8_t> joined;
+    std::vector<std::size_t> ends;
+    for (std::uint32_t id = 1; id < frame.trailerId(); ++id) {
+        frame.packet(id, false, &view);
+        EXPECT_LE(view.size() + 28, 1500U);
+        wire::PartPrefix prefix;
+        ASSERT_TRUE(wire::readPartPrefix(
+            {view.header.data() + view.headerSize - wire::kPartPrefix, wire::kPartPrefix},
+            &prefix));
+        EXPECT_EQ(prefix.offset, joined.size());
+        EXPECT_EQ(prefix.part, ends.size());
+        joined.insert(joined.end(), view.body.data, view.body.data + view.body.size);
+        if (prefix.zone == 0x40) {
+            ends.push_back(joined.size());
         }
-        ASSERT_EQ(ends, (std::vector<std::size_t>{30000, 30092}));
-        EXPECT_TRUE(std::equal(memory->begin(), memory->begin() + 30000, joined.begin()));
-        EXPECT_TRUE(
-            std::equal(memory->begin() + 30008, memory->begin() + 30100, joined.begin() + 30000));
     }
+    ASSERT_EQ(ends, (std::vector<std::size_t>{30000, 30092}));
+    EXPECT_TRUE(std::equal(memory->begin(), memory->begin() + 30000, joined.begin()));
+    EXPECT_TRUE(
+        std::equal(memory->begin() + 30008, memory->begin() + 30100, joined.begin() + 30000));
 }
 
 TEST(SentFrame, WhatFitsIsASinglePacketWhereThatIsWanted)
