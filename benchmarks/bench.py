@@ -8,7 +8,7 @@ import sys
 
 from table import Table
 
-SECTIONS = ("frames", "gige", "layer", "parameters", "producers", "usb3", "view", "vision")
+SECTIONS = ("frames", "gige_sender", "gige", "layer", "parameters", "producers", "usb3", "view", "vision")
 
 
 def machine():

@@ -17,7 +17,7 @@ namespace simulator::gige
 class FrameStore
 {
 public:
-    static constexpr std::size_t kMostFrames = 16;
+    static constexpr std::size_t kMostFrames = 128;
     static constexpr std::size_t kMostBytes = std::size_t{64} << 20U;
 
     void add(std::shared_ptr<SentFrame> frame) ZEL_EXCLUDES(mutex_);

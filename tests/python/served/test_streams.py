@@ -2,6 +2,7 @@
 
 import socket
 import struct
+import time
 
 import pytest
 
@@ -126,6 +127,81 @@ def test_the_same_seed_meets_the_same_faults(serve, small, client):
     assert run(camera, stream, 2) == {}
 
 
+def test_each_fault_does_what_its_name_says(serve, small, client):
+    serve("127.0.0.2", config=small)
+    camera = client("127.0.0.2")
+    stream = camera.open_stream()
+    camera.set("SimulatorNoise", 0)
+    clean = run(camera, stream, 1, TestPattern=3)[1].by_id
+    last = max(clean)
+
+    def faulty(name, value=10.0, off=0.0):
+        """Packets of one frame, as they come."""
+        camera.set("AcquisitionFrameCount", 1)
+        camera.set(name, value)
+        camera.set("AcquisitionStart", 1)
+        came = packets(stream, 0.5)
+        camera.set(name, off)
+        return came
+
+    twice = [p.id for p in faulty("SimulatorPacketTwice")]
+    assert last + 10 < len(twice) < 1.3 * last and set(twice) == set(clean)
+    swapped = [p.id for p in faulty("SimulatorPacketReorder")]
+    assert sorted(swapped) == sorted(clean) and swapped != sorted(swapped)
+    assert max(abs(place - i) for place, i in enumerate(swapped)) < 9, "next to where it belongs"
+    camera.set("SimulatorPacketDelayTime", 200000)
+    late = [p.id for p in faulty("SimulatorPacketDelay")]
+    behind = late[late.index(last) + 1:] if late[-1] != last else late[:0]
+    assert sorted(late) == sorted(clean) and (behind or late != sorted(late))
+    cut = faulty("SimulatorPacketCut")
+    shorter = [p for p in cut if p.id in clean and len(p.body) < len(clean[p.id].body)]
+    assert len(cut) <= last + 1 and len(shorter) > 5
+    wrong = faulty("SimulatorPacketCorrupt")
+    bits = [sum(bin(a ^ b).count("1") for a, b in zip(p.body, clean[p.id].body))
+            for p in wrong if p.id in clean and 0 < p.id < last and len(p.body) == len(clean[p.id].body)]
+    assert len([n for n in bits if n == 1]) > 5 and set(bits) <= {0, 1}
+
+    def leader_and_trailer(name, value):
+        came = {p.format: p for p in faulty(name, value, 0)}
+        return came[1].body, came[2].body, came[2].id
+
+    sizes = [struct.unpack("!II", leader_and_trailer("SimulatorLeaderLie", lie)[0][16:24])
+             for lie in (1, 2)]
+    assert sizes == [(0xFFFFFFFF,) * 2, (0, 0)]
+    assert leader_and_trailer("SimulatorLeaderLie", 3)[0][12:16] == b"\x0b\xad\xf0\x0d"
+    assert leader_and_trailer("SimulatorLeaderLie", 4)[0][2] == 0x3F
+    assert len(leader_and_trailer("SimulatorLeaderLie", 5)[0]) == 6
+    assert leader_and_trailer("SimulatorTrailerLie", 1)[1][4:8] == b"\xff" * 4
+    assert leader_and_trailer("SimulatorTrailerLie", 2)[1][2] == 0x3F
+    assert leader_and_trailer("SimulatorTrailerLie", 3)[2] == 0xFFFFF0
+    assert len(leader_and_trailer("SimulatorTrailerLie", 4)[1]) == 3
+
+
+def test_two_cameras_take_a_frame_at_the_time_they_are_told(serve, small, client):
+    """A scheduled action to both, whose clocks follow the same master."""
+    serve("127.0.0.2", "127.0.0.3", config=small)
+    cameras = [client(address) for address in ("127.0.0.2", "127.0.0.3")]
+    streams = [camera.open_stream() for camera in cameras]
+    for camera in cameras:
+        camera.write(0x954, 0x80000 | 0x40000)  # PTP, status codes of version 2
+        camera.write(0x9804, 1)
+        for name, value in (("TriggerMode", 1), ("TriggerSource", 7)):  # Action0
+            camera.set(name, value, 1)
+        camera.set("AcquisitionStart", 1)
+    end = time.monotonic() + 20
+    while any(camera.read(0x96C) != 9 for camera in cameras) and time.monotonic() < end:
+        time.sleep(0.05)
+    when = time.time_ns() + 300000000
+    for camera in cameras:
+        camera.ask(0x100, struct.pack("!IIIQ", 0, 0, 1, when), flags=0x81)
+    for stream in streams:
+        frame, = frames(packets(stream, 1.0)).values()
+        assert frame.is_whole and struct.unpack("!Q", frame.leader[4:12])[0] == when
+    with pytest.raises(Refused) as refused:
+        cameras[0].ask(0x100, struct.pack("!IIIQ", 0, 0, 1, when), flags=0x81)
+    assert refused.value.args == (0x8016,), "late"
+
+
 def test_test_packets_have_the_size_that_was_written(serve, small, client):
     serve("127.0.0.2", config=small)
     camera = client("127.0.0.2")
@@ -135,6 +211,7 @@ def test_test_packets_have_the_size_that_was_written(serve, small, client):
         assert camera.read(SCPS) == NO_FRAGMENTS | size
         data = stream.recv(65536)
         assert len(data) == size - 28 and gige_client.Packet(data).block == 0
+        assert data[8:12] == b"\xff\xe9\xe2\xf1", "the shift register of the standard"
     with pytest.raises(socket.timeout):
         stream.settimeout(0.2)
         stream.recv(65536)
