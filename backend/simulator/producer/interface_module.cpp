@@ -240,8 +240,10 @@ void InterfaceModule::addActions()
         };
         for (const auto& camera : plugs_->cameras) {
             if (camera->isPresent()) {
-                camera->model().actionCommand(wanted("ActionDeviceKey"), wanted("ActionGroupKey"),
-                                              wanted("ActionGroupMask"));
+                camera->model().actionCommand({wanted("ActionDeviceKey"),
+                                               wanted("ActionGroupKey"),
+                                               wanted("ActionGroupMask"),
+                                               {}});
             }
         }
         return std::int32_t{gentl::err::kSuccess};
