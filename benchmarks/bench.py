@@ -8,7 +8,8 @@ import sys
 
 from table import Table
 
-SECTIONS = ("frames", "gige_sender", "gige", "layer", "parameters", "producers", "usb3", "view", "vision")
+SECTIONS = ("frames", "gige", "gige_sender", "layer", "parameters", "producers", "usb3", "view",
+            "vision")
 
 
 def machine():
