@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <functional>
 
 namespace gige
 {
@@ -17,7 +18,7 @@ struct ReceiverOptions {
 
     ResendRules resendRules() const;
 
-    std::atomic<bool> packetResend{true};
+    std::atomic<std::int64_t> packetResend{1}; ///< 0 or 1.
     std::atomic<std::int64_t> resendTimeoutUs{300};
     std::atomic<std::int64_t> resendTries{6};
     std::atomic<std::int64_t> retentionUs{300000};
@@ -27,6 +28,15 @@ struct ReceiverOptions {
     std::atomic<std::int64_t> method{static_cast<std::int64_t>(ReceiveMethod::Automatic)};
     std::atomic<std::int64_t> multicast{0}; ///< Group that the camera sends to; 0: to us alone.
     std::atomic<bool> changed{true};        ///< Of what the sockets are made from.
+
+private:
+    using NumberHook = std::function<std::int32_t(std::size_t, const features::FeatureValue&)>;
+
+    /// Stores what is written to a feature here.
+    NumberHook keep(std::atomic<std::int64_t>* option);
+    void declareResending(features::FeatureTable& table);
+    void declareSocket(features::FeatureTable& table);
+    void declareMulticast(features::FeatureTable& table);
 };
 
 } // namespace gige

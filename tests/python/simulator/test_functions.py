@@ -23,8 +23,11 @@ def configure(camera):
             else:
                 done = camera.SetEnumValueStr(name, value)
             assert done, (name, value, camera.GetLastError())
-    set_all(Width=256, Height=128, SimulatorNoise=0)
-    return set_all
+    # No user set holds what the world outside does.
+    set_all(Width=256, Height=128, SimulatorNoise=0, SimulatorSignalSelector="Line0",
+            SimulatorSignalEnable=False)
+    yield set_all
+    set_all(SimulatorSignalEnable=False)
 
 
 def starts(stream, most, timeout=400):
