@@ -45,11 +45,12 @@ def reset(camera):
 
 
 def stored_values(camera):
-    """Values of the features that belong into a file of settings, selectors and all."""
+    """Values of the features that belong into a file of settings, selectors and all; what the
+    camera sets by itself (a gain while it is automatic) is locked and does not."""
     kept = {}
     marked = any(parameter.IsStreamable() for _, parameter in features(camera))
     for name, parameter in features(camera):
-        wanted = parameter.IsStreamable() if marked else parameter.IsWritable()
+        wanted = parameter.IsWritable() and (parameter.IsStreamable() or not marked)
         if wanted and parameter.GetType() in READERS and parameter.IsReadable():
             kept[name] = getattr(camera, READERS[parameter.GetType()])(name)[1]
     return kept
