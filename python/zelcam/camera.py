@@ -4,6 +4,7 @@ from __future__ import annotations
 import atexit
 import logging
 import os
+import threading
 import weakref
 from typing import Any, Dict, Iterator, List, Optional
 
@@ -109,6 +110,8 @@ class Camera:
         self._buffer: Any = None
         self._read: Questions = ()
         self._started = False
+        # stop() of another thread ends before start() of this one begins.
+        self._switching = threading.RLock()
         self._number = 0
         self._handling: Optional[Value] = None
         self._chunk_features: Optional[List[str]] = None
@@ -142,22 +145,23 @@ class Camera:
 
     def start(self, *, newest: bool = False, buffers: int = 8) -> None:
         """Starts a stream for fetch(); nothing happens when one runs already."""
-        if self._started:
-            return
-        if self._stream is None:
-            self._stream = self._opened().GetStreamByIndex(0)
+        with self._switching:
+            if self._started:
+                return
             if self._stream is None:
-                raise ZelError("%s has no stream" % self.info.display_name)
-        stream = self._stream
-        self._handle("NewestOnly" if newest else None)
-        if not stream.AllocBufferQueue(max(buffers, stream.GetMinNumBuffers())):
-            raise ZelError("no memory for %d frames of %d bytes" % (
-                buffers, stream.GetBufferSize()), -1021)
-        if not stream.StartAcquisition():
-            stream.ReleaseBufferQueue()
-            raise ZelError("%s does not start" % self.info.display_name)
-        self._started = True
-        log.debug("started %s", self.info)
+                self._stream = self._opened().GetStreamByIndex(0)
+                if self._stream is None:
+                    raise ZelError("%s has no stream" % self.info.display_name)
+            stream = self._stream
+            self._handle("NewestOnly" if newest else None)
+            if not stream.AllocBufferQueue(max(buffers, stream.GetMinNumBuffers())):
+                raise ZelError("no memory for %d frames of %d bytes" % (
+                    buffers, stream.GetBufferSize()), -1021)
+            if not stream.StartAcquisition():
+                stream.ReleaseBufferQueue()
+                raise ZelError("%s does not start" % self.info.display_name)
+            self._started = True
+            log.debug("started %s", self.info)
 
     def fetch(self, timeout: Optional[float] = 2.0) -> Frame:
         """The next frame of a started stream. FrameTimeout, CameraLost, Aborted (stop() in another
@@ -177,12 +181,13 @@ class Camera:
 
     def stop(self) -> None:
         """Ends the stream; nothing happens when none runs."""
-        stream, started, self._started = self._stream, self._started, False
-        if stream is not None and started:
-            stream.StopAcquisition(0)
-            stream.ReleaseBufferQueue()
-            self._handle(None)
-            log.debug("stopped %s", self.info)
+        with self._switching:
+            stream, started, self._started = self._stream, self._started, False
+            if stream is not None and started:
+                stream.StopAcquisition(0)
+                stream.ReleaseBufferQueue()
+                self._handle(None)
+                log.debug("stopped %s", self.info)
 
     def trigger(self, source: str = "FrameStart") -> None:
         """Sends a software trigger. The trigger has to be on (TriggerMode) and its TriggerSource
