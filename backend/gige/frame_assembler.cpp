@@ -88,10 +88,11 @@ Block* FrameAssembler::find(const wire::StreamHeader& header, Bytes data, Clock:
         forget();
         number = header.blockId;
     }
-    if (joined_ && !begun_ && header.blockId == joinedId_) {
+    const bool leads = header.format == Format::Leader || header.format == Format::AllIn;
+    // A leader after its packets is that of a new acquisition, whose ids begin again.
+    if (joined_ && !begun_ && !leads && header.blockId == joinedId_) {
         return nullptr;
     }
-    const bool leads = header.format == Format::Leader || header.format == Format::AllIn;
     if (!begun_ && !leads && header.packetId > kJoinSlack) {
         joined_ = true;
         joinedId_ = header.blockId;

@@ -31,6 +31,10 @@ constexpr int kLastTurn = 4096;
 constexpr std::chrono::microseconds kShortestNap{60};
 constexpr std::uint32_t kNapPackets = 64;
 constexpr std::chrono::milliseconds kHousekeeping{50};
+// A frame of an earlier acquisition is over when nothing came for so long; it is not waited for
+// longer than the other.
+constexpr std::chrono::milliseconds kQuiet{2};
+constexpr std::chrono::milliseconds kLongestOldFrame{100};
 constexpr std::chrono::seconds kTraversal{15};
 constexpr std::uint32_t kDefaultPacketSize = 1500;
 
@@ -280,6 +284,18 @@ ZelCamErr GigeStream::makeSource(std::size_t packetSize)
     return code;
 }
 
+/// A camera that was stopped ends the frame under way, whose id the first one of the next
+/// acquisition may have again; one that was started earlier has sent to nobody until now.
+void GigeStream::discardOldFrames()
+{
+    source_.reset(); // It may have the packets sent elsewhere.
+    const Clock::time_point last = Clock::now() + kLongestOldFrame;
+    do {
+        socket_.discard();
+    } while (!where_.listening && Clock::now() < last &&
+             waitReadable(socket_.descriptor(), wake_.get(), Clock::now() + kQuiet));
+}
+
 ZelCamErr GigeStream::readSettings(FrameAssembler::Settings* settings)
 {
     std::uint32_t size = 0;
@@ -313,20 +329,19 @@ ZelCamErr GigeStream::start(std::uint64_t frames)
         code = readSettings(&settings);
     }
     if (code == ZelErr::kOk) {
+        eventfd_t count = 0;
+        ::eventfd_read(wake_.get(), &count);
+        discardOldFrames();
         code = makeSource(settings.packetSize);
     }
     if (code != ZelErr::kOk) {
         return code;
     }
-    // A camera that was started earlier has sent to nobody until now.
-    socket_.discard();
     static_cast<void>(socket_.takeStrangers());
     remaining_ = frames;
     numbers_.reset();
     assembler_.start(settings);
     stopping_ = false;
-    eventfd_t count = 0;
-    ::eventfd_read(wake_.get(), &count);
     nextHousekeeping_ = nextTraversal_ = lastEmpty_ = Clock::now();
     thread_ = base::startThread("zel-gige-stream", [this] {
         base::contained("the receiver of a stream", [this] { receive(); });

@@ -69,6 +69,7 @@ private:
     ZelCamErr openSockets();
     ZelCamErr listenAlong(StreamSocket::Ends* ends);
     ZelCamErr makeSource(std::size_t packetSize);
+    void discardOldFrames();
     void closeChannel();
     ZelCamErr readSettings(FrameAssembler::Settings* settings);
     void receive();

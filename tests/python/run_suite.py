@@ -4,7 +4,8 @@ Every folder here with tests is a suite. "double" runs over scripted libraries, 
 of the real ones; the others, such as "simulator", run over the real ones. Some folders run again as
 another suite, in another environment: "producer" is "simulator" with the cameras of a producer
 that is loaded from a file instead of the compiled-in ones. "cameras" holds what is true of any
-camera; it runs over the simulated ones, those of the producer, and GigE Vision cameras on loopback.
+camera; it runs over the simulated ones, those of the producer, and GigE Vision cameras on loopback:
+the simulated ones served there, and two of somebody else as second judges.
 Every suite sets its own environment: no ZELCAM_ or GENICAM_ variable of the caller reaches a test.
 Further arguments go to pytest. The exit code is 0 only if every suite ran and passed; with --name 5
 when no suite has such a test.
@@ -27,7 +28,7 @@ PYTEST_PARTS = ["pytest", "_pytest", "pluggy", "iniconfig", "packaging", "attr",
 USUAL = {"ZELCAM_VISION": "off"}
 # Suites that run a folder again: name -> folder, environment; {python} is the folder of the build.
 PRODUCER = {"ZELCAM_SIMULATOR": "off", "GENICAM_GENTL64_PATH": "{python}/zelcam_simulator.cti"}
-GIGE = {"ZELCAM_SIMULATOR": "off", "ZELCAM_VISION": "lo", "ZELCAM_TEST_CAMERAS": "own"}
+GIGE = {"ZELCAM_SIMULATOR": "off", "ZELCAM_VISION": "lo", "ZELCAM_TEST_CAMERAS": "served"}
 # USB3 Vision cameras behind a libusb that has no bus.
 USB3 = {"ZELCAM_SIMULATOR": "off", "ZELCAM_VISION": "usb", "LD_LIBRARY_PATH": "{python}/../usb3",
         "ZEL_USB3_CAMERAS": "2"}
@@ -35,6 +36,8 @@ AGAIN = {
     "producer": ("simulator", PRODUCER),
     "cameras-producer": ("cameras", PRODUCER),
     "cameras-gige": ("cameras", GIGE),
+    # A second judge: the camera inside Aravis.
+    "cameras-gige-library": ("cameras", dict(GIGE, ZELCAM_TEST_CAMERAS="library")),
     "cameras-usb3": ("cameras", USB3),
     "usb3": ("usb3", USB3),
 }
@@ -44,7 +47,7 @@ if shutil.which(STRANGE_CAMERA):
     AGAIN["cameras-gige-program"] = ("cameras", dict(GIGE, ZELCAM_TEST_CAMERAS=STRANGE_CAMERA))
 # Suites whose cameras answer on loopback, at a port that only one process has: where that is
 # permitted they run in a network of their own, in which nothing else is heard.
-ON_LOOPBACK = {"gige", "cameras-gige", "cameras-gige-program", "served", "tools"}
+ON_LOOPBACK = {"gige", "cameras-gige", "cameras-gige-library", "cameras-gige-program", "served", "tools"}
 OWN_NETWORK = ["unshare", "-n", "sh", "-c", 'ip link set lo up && exec "$@"', "sh"]
 
 # pytest's answer when a name was given that no test has.

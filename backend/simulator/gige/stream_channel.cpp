@@ -119,13 +119,11 @@ void StreamChannel::waitForFrame()
     }
 }
 
-bool StreamChannel::waitForStart(const FramePlan& plan)
+bool StreamChannel::waitWhileRunning(Clock::time_point time)
 {
-    const auto start = hostTime(plan.startNs);
     base::Lock lock(mutex_);
-    cameraStopped_ = false;
     while (!cameraStopped_ && !ending_) {
-        if (changed_.wait_until(lock.native(), start) == std::cv_status::timeout) {
+        if (changed_.wait_until(lock.native(), time) == std::cv_status::timeout) {
             return true;
         }
     }
@@ -153,6 +151,7 @@ void StreamChannel::run()
                 return;
             }
             due_ = false;
+            cameraStopped_ = false;
         }
         FramePlan plan;
         try {
@@ -174,7 +173,7 @@ void StreamChannel::run()
 
 void StreamChannel::carry(const FramePlan& plan)
 {
-    if (!waitForStart(plan)) {
+    if (!waitWhileRunning(hostTime(plan.startNs))) {
         return;
     }
     if (plan.frameId == 0) {
@@ -189,10 +188,14 @@ void StreamChannel::carry(const FramePlan& plan)
     if (target.isOpen() && !plan.lost && !faults.silentStream) {
         frame = render(plan, target.form, faults);
     }
-    if (!waitUntil(hostTime(plan.exposureEndNs))) {
+    // A camera that is stopped sends what it has begun to send, and nothing else.
+    if (!waitWhileRunning(hostTime(plan.exposureEndNs))) {
         return;
     }
     camera_.exposureEnded(plan);
+    if (!waitWhileRunning(hostTime(plan.readyNs - plan.transferNs))) {
+        return;
+    }
     faults_.set(faults, plan.frameId == 0);
     heldFor_ = target.to;
     if (frame) {

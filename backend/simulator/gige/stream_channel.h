@@ -72,7 +72,8 @@ private:
                    bool faulty);
     /// False when the thread has to end.
     bool waitUntil(Clock::time_point time);
-    bool waitForStart(const FramePlan& plan);
+    /// The same, and when the camera was stopped since the frame was planned.
+    bool waitWhileRunning(Clock::time_point time);
     void waitForFrame();
     /// Gives on what the faults hold back: what is due, or all of it in time.
     void flushHeld(bool everything);

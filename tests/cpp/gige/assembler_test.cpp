@@ -225,6 +225,16 @@ TEST_F(Assembler, NumbersGoOnBeyondSixteenBitsAndGapsAreCounted)
     EXPECT_EQ(road.frames.back().frameId, 1U);
 }
 
+TEST_F(Assembler, TheEndOfAnOldFrameDoesNotHideTheNewOneWithItsId)
+{
+    take(maker.packet(1, 40, wire::Format::Payload, Packet(540)));
+    take(maker.packet(1, 41, wire::Format::Payload, Packet(540)));
+    EXPECT_EQ(road.free(), 6U);
+    takeAll(maker.frame(1));
+    ASSERT_EQ(road.frames.size(), 1U);
+    EXPECT_TRUE(road.lastIs(1));
+}
+
 TEST_F(Assembler, WithoutBuffersFramesAreCountedExactly)
 {
     Road empty(0);

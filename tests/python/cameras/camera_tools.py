@@ -57,8 +57,9 @@ def stored_values(camera):
 
 
 def shake(camera, dice, steps=25):
-    """Brings the camera into a random reachable state."""
-    usable = list(stored_values(camera))
+    """Brings the camera into a random reachable state. Nothing becomes automatic: what the camera
+    sets by itself is in no file, and may stand in the way of what is."""
+    usable = [name for name in stored_values(camera) if not name.endswith("Auto")]
     for name in dice.choices(usable, k=steps):
         kind = camera.GetParam(name).GetType()
         if kind == 1:

@@ -1,5 +1,6 @@
 """Cameras of any family, opened and given back. ZELCAM_TEST_CAMERAS says which ones: "simulated"
-(also those of a loaded producer), or the program of a GigE Vision camera, "own" for ours."""
+(also those of a loaded producer), "served" for the same on the network, "library" for the camera
+inside Aravis in a program of ours, or the program of a GigE Vision camera."""
 
 import os
 import pathlib
@@ -15,20 +16,23 @@ import camera_tools
 BUILD = pathlib.Path(os.environ.get("ZELCAM_TEST_BUILD", "build"))
 CHOICE = os.environ.get("ZELCAM_TEST_CAMERAS", "simulated")
 IS_GIGE = CHOICE != "simulated"
+# Of somebody else; it has fewer features than the simulated cameras.
+IS_FOREIGN = IS_GIGE and CHOICE != "served"
 ADDRESS, SERIAL = "127.0.0.1", "ANY1"
-
-
-OWN = BUILD / "bin" / "zel_test_gige_camera"
+# The built-in GigE cameras, as fast as loopback takes them.
+PROGRAMS = {"served": [str(BUILD / "bin" / "zel_test_serve"), "127.0.0.2", "127.0.0.3"],
+            "library": [str(BUILD / "bin" / "zel_test_gige_camera"), ADDRESS, SERIAL]}
+PROGRAM = PROGRAMS.get(CHOICE, [CHOICE, "-i", ADDRESS, "-s", SERIAL])
 
 
 def pytest_collection_modifyitems(items):
-    if CHOICE == "own" and not OWN.exists():
+    if CHOICE in PROGRAMS and not os.path.exists(PROGRAM[0]):
         for item in items:
-            item.add_marker(pytest.mark.skip(reason="the test camera was not built"))
+            item.add_marker(pytest.mark.skip(reason="the program of the cameras was not built"))
 
 
 class GigeCamera:
-    """The camera program; it starts again when it ended."""
+    """The program of the cameras; it starts again when it ended."""
 
     def __init__(self):
         self.process = None
@@ -36,11 +40,9 @@ class GigeCamera:
     def ensure(self):
         if self.process is not None and self.process.poll() is None:
             return
-        command = [str(OWN), ADDRESS, SERIAL] if CHOICE == "own" else [
-            CHOICE, "-i", ADDRESS, "-s", SERIAL]
-        self.process = subprocess.Popen(command, stdin=subprocess.PIPE, stdout=subprocess.DEVNULL)
+        self.process = subprocess.Popen(PROGRAM, stdin=subprocess.PIPE, stdout=subprocess.DEVNULL)
         time.sleep(0.2)
-        assert self.process.poll() is None, command
+        assert self.process.poll() is None, PROGRAM
 
     def end(self):
         if self.process is not None:
@@ -107,9 +109,9 @@ def infos(all_infos, gige_camera):
 
 @pytest.fixture
 def lacks():
-    """lacks(reason) skips the test where the camera is the GigE Vision test camera."""
+    """lacks(reason) skips the test where the camera is a foreign GigE Vision camera."""
     def skip(reason):
-        if IS_GIGE:
+        if IS_FOREIGN:
             pytest.skip("the GigE Vision test camera " + reason)
     return skip
 

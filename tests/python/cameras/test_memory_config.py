@@ -6,11 +6,11 @@ import random
 import pytest
 
 from camera_tools import reset, shake, stored_values
-from conftest import IS_GIGE
+from conftest import IS_FOREIGN
 
 # Memory that may be written, with room behind it: (first address, bytes).
-MEMORY = (0x8000, 0x4000) if IS_GIGE else (0x01000000, 1 << 20)
-EXPOSURE = "ExposureTimeAbs" if IS_GIGE else "ExposureTime"
+MEMORY = (0x8000, 0x4000) if IS_FOREIGN else (0x01000000, 1 << 20)
+EXPOSURE = "ExposureTimeAbs" if IS_FOREIGN else "ExposureTime"
 
 
 def test_memory_at_any_address_and_length(device):
@@ -40,7 +40,7 @@ def test_memory_in_large_pieces(device):
 def test_memory_outside_the_address_space(device):
     base, _ = MEMORY
     beyond = [(-1, 4), (1 << 62, 8), ((1 << 63) - 1, 4)]
-    beyond += [(1 << 32, 4), ((1 << 32) - 2, 4)] if IS_GIGE else []
+    beyond += [(1 << 32, 4), ((1 << 32) - 2, 4)] if IS_FOREIGN else []
     for address, length in beyond:
         code, data = device.ReadMem(address, length)
         assert code < 0 and len(data) == length and device.GetLastError() == code
@@ -59,7 +59,7 @@ def test_addresses_without_memory_are_refused(device, lacks):
 
 
 def test_memory_is_what_the_features_show(device, camera, lacks):
-    if not IS_GIGE:
+    if not IS_FOREIGN:
         pytest.skip("the registers of simulated cameras lie where their description says")
     assert camera.SetIntegerValue("TestRegister", 0x61626364)
     assert device.ReadMem(0x1F0, 4) == (0, b"abcd")
@@ -102,7 +102,7 @@ def test_file_is_the_persistence_text(device, camera, tmp_path):
     assert any(line.startswith("#") and device.GetInfo().GetSerialNumber() in line for line in lines)
     assert "Width\t%d" % camera.GetIntegerValue("Width")[1] in lines
     # No selector of the GigE Vision test camera says what it selects.
-    assert any("\t{" in line for line in lines) != IS_GIGE, "selected features"
+    assert any("\t{" in line for line in lines) != IS_FOREIGN, "selected features"
     foreign = [lines[0], "# GenApi persistence file (version 2.4.0)", "# somebody else's camera",
                "Height\t64", "", "Width\t320"]
     path.write_text("\r\n".join(foreign) + "\r\n")
