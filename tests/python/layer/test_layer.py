@@ -146,6 +146,9 @@ def test_streams_start_and_stop_by_themselves(camera, messages):
     with pytest.raises(zelcam.CameraLost):
         for _ in range(20):
             camera.fetch(5)
+    end = time.monotonic() + 20
+    while not any(info.model == MONO for info in zelcam.cameras()) and time.monotonic() < end:
+        time.sleep(0.02)  # the next test finds it again
     messages()
 
 
