@@ -64,14 +64,14 @@ void Block::open(std::uint64_t number, std::uint64_t rawId, bool extended, const
     extended_ = extended;
     place_ = place;
     packetData_ = std::max(packetData, kSmallestPacket);
-    hasLeader_ = hasTrailer_ = unusable_ = tooLarge_ = ended_ = allIn_ = false;
+    hasLeader_ = hasTrailer_ = unusable_ = tooLarge_ = ended_ = allIn_ = tailAsked_ = false;
     leader_ = {};
     trailer_ = {};
     told_ = partCount_ = imagePart_ = bytes_ = end_ = 0;
     last_ = next_ = count_ = asked_ = 0;
     askedAt_ = {};
     answered_ = false;
-    lastPacket_ = now;
+    opened_ = lastPacket_ = now;
     plan_.clear();
     bits_.clear();
     dimension();

@@ -58,7 +58,11 @@ public:
     /// Everything that can still come is there.
     bool isDone() const { return isWhole() || (ended_ && plan_.empty()); }
     bool isEnded() const { return ended_; }
+    Clock::time_point opened() const { return opened_; }
     Clock::time_point lastPacket() const { return lastPacket_; }
+    /// Whether its end was asked for without a sign that it was sent.
+    bool tailAsked() const { return tailAsked_; }
+    void setTailAsked() { tailAsked_ = true; }
     ResendPlan& plan() { return plan_; }
     const ResendPlan& plan() const { return plan_; }
     /// Index behind the highest one that came.
@@ -132,6 +136,7 @@ private:
     bool tooLarge_ = false; ///< For its memory: it cannot become whole.
     bool ended_ = false;
     bool allIn_ = false;
+    bool tailAsked_ = false;
     wire::Leader leader_; ///< Its views are empty: they borrowed from the packet.
     wire::Trailer trailer_;
     std::size_t told_ = 0; ///< Bytes of the payload as the leader tells; 0: it does not.
@@ -150,6 +155,7 @@ private:
     std::uint32_t asked_ = 0;
     Clock::time_point askedAt_{}; ///< First request; none: not yet.
     bool answered_ = false;       ///< The first of them came.
+    Clock::time_point opened_{};
     Clock::time_point lastPacket_{};
     ResendPlan plan_;
 };

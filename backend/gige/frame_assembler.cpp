@@ -21,8 +21,11 @@ constexpr std::uint32_t kJoinSlack = 32;
 constexpr std::uint64_t kPlausibleJump = 1000;
 // A leader this far back is no late packet: the device counts from the beginning again.
 constexpr std::uint64_t kLateness = 64;
-// A frame at its end that nothing follows is asked for after this time.
-constexpr std::chrono::milliseconds kTailSilence{20};
+// A frame at its end that nothing follows is asked for after the time of so many packets, within
+// these bounds.
+constexpr int kTailPackets = 128;
+constexpr std::chrono::milliseconds kShortestTailSilence{1};
+constexpr std::chrono::milliseconds kLongestTailSilence{20};
 // Unless so much is missing that the sender rather pauses.
 constexpr std::uint32_t kLongestTail = 64;
 
@@ -36,7 +39,7 @@ void FrameAssembler::start(const Settings& settings)
     forget();
     joined_ = false;
     usualPackets_ = 0;
-    roundTrip_ = {};
+    roundTrip_ = roundTripSpread_ = {};
 }
 
 void FrameAssembler::forget()
@@ -231,10 +234,15 @@ void FrameAssembler::learnRoundTrip(Clock::duration trip)
         return;
     }
     const auto now = std::chrono::duration_cast<std::chrono::microseconds>(trip);
-    // Slower ones count at once, faster ones bit by bit.
-    roundTrip_ = now > roundTrip_ ? now : (roundTrip_ * 7 + now) / 8;
-    settings_.resend.again =
-        std::clamp(2 * roundTrip_, ResendRules::kShortestAgain, ResendRules::kLongestAgain);
+    if (roundTrip_.count() == 0) {
+        roundTrip_ = now;
+        roundTripSpread_ = now / 2;
+    } else {
+        roundTripSpread_ += (std::chrono::abs(now - roundTrip_) - roundTripSpread_) / 4;
+        roundTrip_ += (now - roundTrip_) / 8;
+    }
+    settings_.resend.again = std::clamp(roundTrip_ + 2 * roundTripSpread_,
+                                        ResendRules::kShortestAgain, ResendRules::kLongestAgain);
 }
 
 void FrameAssembler::closeDone()
@@ -275,8 +283,14 @@ bool FrameAssembler::mayWait(const Block& block) const
 bool FrameAssembler::mayAskForTail(const Block& block) const
 {
     return settings_.resend.enabled && !mayWait(block) && !block.isEnded() &&
-           block.remaining() > 0 && block.remaining() <= kLongestTail && block.plan().empty() &&
-           block.asked() == 0;
+           block.remaining() > 0 && block.remaining() <= kLongestTail && !block.tailAsked();
+}
+
+Clock::duration FrameAssembler::tailSilence(const Block& block) const
+{
+    const Clock::duration packets =
+        (block.lastPacket() - block.opened()) / std::max(block.nextIndex(), 1U) * kTailPackets;
+    return std::clamp<Clock::duration>(packets, kShortestTailSilence, kLongestTailSilence);
 }
 
 std::uint32_t FrameAssembler::remaining() const
@@ -302,8 +316,9 @@ void FrameAssembler::runTimers(Clock::time_point now)
             block->plan().clear();
             continue;
         }
-        if (silence > kTailSilence && mayAskForTail(*block)) {
+        if (mayAskForTail(*block) && silence > tailSilence(*block)) {
             // A sender that only pauses refuses, and that does no harm.
+            block->setTailAsked();
             block->plan().add(block->nextIndex(), block->nextIndex() + block->remaining() - 1,
                               settings_.resend, now);
         }
@@ -340,7 +355,7 @@ Clock::time_point FrameAssembler::due() const
             due = std::min(due, block->lastPacket() + settings_.retention);
         }
         if (mayAskForTail(*block)) {
-            due = std::min(due, block->lastPacket() + kTailSilence);
+            due = std::min(due, block->lastPacket() + tailSilence(*block));
         }
     }
     return due;

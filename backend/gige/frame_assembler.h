@@ -74,6 +74,7 @@ private:
     void endOlder(std::uint64_t number, Clock::time_point now);
     bool mayWait(const Block& block) const;
     bool mayAskForTail(const Block& block) const;
+    Clock::duration tailSilence(const Block& block) const;
     void learnRoundTrip(Clock::duration trip);
     void closeDone();
     void close(std::size_t index);
@@ -86,10 +87,11 @@ private:
     Settings settings_;
     std::vector<std::unique_ptr<Block>> open_; ///< By number.
     std::vector<std::unique_ptr<Block>> spare_;
-    std::size_t packetData_[2] = {};        ///< Of standard and of extended packets.
-    std::chrono::microseconds roundTrip_{}; ///< From a request to its packet; 0: not known.
-    bool begun_ = false;                    ///< A block was seen.
-    bool joined_ = false;                   ///< joinedId_ began before us and is left out.
+    std::size_t packetData_[2] = {};              ///< Of standard and of extended packets.
+    std::chrono::microseconds roundTrip_{};       ///< From a request to its packet; 0: not known.
+    std::chrono::microseconds roundTripSpread_{}; ///< How much that swings.
+    bool begun_ = false;                          ///< A block was seen.
+    bool joined_ = false;                         ///< joinedId_ began before us and is left out.
     std::uint64_t joinedId_ = 0;
     std::uint32_t usualPackets_ = 0; ///< Of the last whole frame.
     std::uint64_t newest_ = 0;

@@ -417,7 +417,7 @@ void GigeStream::receive()
 }
 
 /// While a frame comes: about as long as so many packets take as are worth a turn, never beyond the
-/// frame's end, and never longer than the socket has room.
+/// frame's end or what the assembler has to do, and never longer than the socket has room.
 std::chrono::microseconds GigeStream::nap(Clock::time_point now, std::uint64_t packetsBefore)
 {
     const std::uint64_t came = numbers_.packets - packetsBefore;
@@ -429,7 +429,8 @@ std::chrono::microseconds GigeStream::nap(Clock::time_point now, std::uint64_t p
     const auto packets = std::min<std::size_t>({kNapPackets, expected_, room});
     const auto pause = std::chrono::duration_cast<std::chrono::microseconds>(
         perPacket * static_cast<Clock::rep>(packets) * 9 / 10);
-    return std::min(pause, std::chrono::microseconds(options_.napUs));
+    const auto work = std::chrono::duration_cast<std::chrono::microseconds>(due_ - now);
+    return std::min({pause, std::chrono::microseconds(options_.napUs), work});
 }
 
 void GigeStream::await(Clock::time_point due)

@@ -20,7 +20,7 @@ struct ReceiverOptions {
 
     std::atomic<std::int64_t> packetResend{1}; ///< 0 or 1.
     std::atomic<std::int64_t> resendTimeoutUs{300};
-    std::atomic<std::int64_t> resendTries{6};
+    std::atomic<std::int64_t> resendTries{8};
     std::atomic<std::int64_t> retentionUs{300000};
     std::atomic<std::int64_t> napUs{1000};
     /// Bytes. Frames wait here while the receiver gets no processor.

@@ -14,9 +14,9 @@ struct ResendRules {
     bool enabled = true;
     std::chrono::microseconds first{300}; ///< After a gap was seen: packets may come out of order.
     std::chrono::microseconds again{kShortestAgain}; ///< After a request; doubled each time.
-    int tries = 6;
+    int tries = 8;
     /// Bounds for `again`, which follows the time that answers take.
-    static constexpr std::chrono::microseconds kShortestAgain{3000};
+    static constexpr std::chrono::microseconds kShortestAgain{1000};
     static constexpr std::chrono::microseconds kLongestAgain{25000};
     /// Without requests: how long packets out of order are waited for.
     static constexpr std::chrono::microseconds kDisorder{2000};

@@ -38,6 +38,17 @@ bool beginsFrame(wire::Bytes packet)
            wire::leaderSize(leader.payloadType) != 0;
 }
 
+/// Nothing that is sent from this address to the group reaches the socket, nor counts as an error.
+bool block(const UdpSocket& socket, const StreamSocket::Ends& ends)
+{
+    ip_mreq_source source{};
+    source.imr_multiaddr.s_addr = htonl(ends.group);
+    source.imr_interface.s_addr = htonl(ends.local);
+    source.imr_sourceaddr.s_addr = htonl(ends.camera);
+    return ::setsockopt(socket.descriptor(), IPPROTO_IP, IP_BLOCK_SOURCE, &source, sizeof source) ==
+           0;
+}
+
 } // namespace
 
 ZelCamErr StreamSocket::open(const Ends& ends, int bufferSize)
@@ -111,18 +122,17 @@ bool StreamSocket::setJoining(bool on)
 }
 
 /// The system gives a packet to the socket that is connected to its sender, and only what others
-/// send to the one that is not. Packets to a group go to all.
+/// send to the one that is not. Packets to a group go to all of its sockets.
 void StreamSocket::watchStrangers()
 {
-    if (ends_.group != 0) {
-        return;
-    }
     const std::uint16_t port = socket_.localPort();
-    UdpSocket others = UdpSocket::beside(socket_, ends_.local, port);
-    if (others.isOpen()) {
+    UdpSocket others = ends_.group != 0 ? UdpSocket::inGroup(ends_.local, ends_.group, port)
+                                        : UdpSocket::beside(socket_, ends_.local, port);
+    if (others.isOpen() && (ends_.group == 0 || block(others, ends_))) {
         setOption(others.descriptor(), SOL_SOCKET, SO_RCVBUF, kOthersBuffer);
         setOption(others.descriptor(), SOL_SOCKET, SO_RXQ_OVFL, 1);
         others_ = std::move(others);
+        static_cast<void>(takeStrangers()); // Of the group, until now.
     }
 }
 

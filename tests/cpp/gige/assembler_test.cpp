@@ -168,7 +168,7 @@ TEST_F(Assembler, WhatIsMissingIsAskedForAndEndsAsZeros)
             EXPECT_EQ(road.requests.back().first, 4U) << "the other one came";
         }
     }
-    ASSERT_EQ(pauses.size(), 5U) << "six requests in all";
+    ASSERT_EQ(pauses.size(), 7U) << "eight requests in all";
     EXPECT_GE(pauses[4], 15 * pauses[0]) << "each time after twice the time";
     EXPECT_TRUE(road.lastIs(1, {4}));
     EXPECT_EQ(numbers.missing, 1U);

@@ -9,6 +9,7 @@
 #include "recorder.h"
 
 #include <gtest/gtest.h>
+#include <netinet/in.h>
 #include <sys/resource.h>
 
 #include <cstdlib>
@@ -277,6 +278,18 @@ TEST_F(Played, OneControlsAndOthersListen)
             EXPECT_EQ(wrong, 0U);
         }
     }
+    const UdpSocket stranger(kStranger);
+    in_addr adapter{htonl(kStranger)};
+    ::setsockopt(stranger.descriptor(), IPPROTO_IP, IP_MULTICAST_IF, &adapter, sizeof adapter);
+    for (int i = 0; i < 50; ++i) {
+        const Packet lie = maker.payload(block, 1);
+        stranger.sendTo({lie.data(), lie.size()}, kGroup, camera.port());
+    }
+    const auto end = Clock::now() + 5s;
+    while (controller.get("StreamForeignPacketCount") < 50 && Clock::now() < end) {
+        std::this_thread::sleep_for(10ms);
+    }
+    EXPECT_EQ(controller.get("StreamForeignPacketCount"), 50U) << "none of the camera's is among";
     EXPECT_EQ(camera.writes, opened);
     EXPECT_NE(camera.port(), 0) << "a listener that goes takes nothing with it";
 }
