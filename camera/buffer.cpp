@@ -81,7 +81,13 @@ ZelCamErr PyBuffer::fetch(ZelCam::Stream* stream, std::int64_t timeoutMs)
         stream->QueueBuffer(filled);
         return ZelErr::kUnknown;
     }
-    data_ = binding::byteArray(base + offset, size);
+    try {
+        data_ = binding::byteArray(base + offset, size);
+    } catch (...) {
+        buffer_ = nullptr;
+        stream->QueueBuffer(filled); // Nobody else has it.
+        throw;
+    }
     return ZelErr::kOk;
 }
 

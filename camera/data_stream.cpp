@@ -45,12 +45,6 @@ void PyDataStream::init_type()
 
 binding::ConstantList PyDataStream::constants() { return binding::listOf(kFlushModes); }
 
-Py::Object PyDataStream::getattr(const char* name)
-{
-    const binding::Constant* constant = binding::findConstant(constants(), name);
-    return constant != nullptr ? Py::Long(constant->value) : getattr_methods(name);
-}
-
 template <class... Parameters, class... Arguments>
 Py::Object PyDataStream::succeeded(ZelCamErr (ZelCam::Stream::*operation)(Parameters...),
                                    Arguments... arguments)
@@ -176,10 +170,14 @@ Py::Object PyDataStream::AllocBufferQueue(const Py::Tuple& args)
         return Py::False();
     }
     const auto count = static_cast<std::uint64_t>(binding::toInt64(args[0]));
-    if (stream_ == nullptr || stream_->AllocBufferQueue(nullptr, count) != ZelErr::kOk) {
+    if (stream_ == nullptr) {
         return Py::False();
     }
-    current_ = binding::make<PyBuffer>();
+    const Py::Object fresh = binding::make<PyBuffer>(); // First: a queue cannot be without.
+    if (stream_->AllocBufferQueue(nullptr, count) != ZelErr::kOk) {
+        return Py::False();
+    }
+    current_ = fresh;
     return Py::True();
 }
 

@@ -18,7 +18,6 @@ public:
     explicit PyDataStream(ZelCam::Stream* stream) : stream_(stream), queue_(stream) {}
 
     static binding::ConstantList constants();
-    Py::Object getattr(const char* name) override;
 
 private:
     Py::Object GetBufferSize();

@@ -33,6 +33,18 @@ void PyDevice::init_type()
     noargs<&PyDevice::GetLastError>("GetLastError");
 }
 
+Py::Object PyDevice::over(ZelCam::Device* device)
+{
+    try {
+        return binding::make<PyDevice>(device);
+    } catch (...) {
+        if (device != nullptr) {
+            device->Release();
+        }
+        throw;
+    }
+}
+
 PyDevice::PyDevice(ZelCam::Device* device) : device_(device)
 {
     if (device_ != nullptr) {

@@ -17,6 +17,10 @@ class PyDevice : public binding::Wrapper<PyDevice>
 public:
     static void init_type();
 
+    /// A new wrapper over a device that was just opened, or null; gives the device back when there
+    /// is no memory for the wrapper.
+    static Py::Object over(ZelCam::Device* device);
+
     /// `device` is null when opening failed: a device in the released state. Reports parameter
     /// arrays that cannot be had on standard error and goes on.
     explicit PyDevice(ZelCam::Device* device);

@@ -52,12 +52,6 @@ PyDeviceInterface::PyDeviceInterface(ZelCam::Interface* interface) : interface_(
 
 binding::ConstantList PyDeviceInterface::constants() { return binding::listOf(kInterfaceTypes); }
 
-Py::Object PyDeviceInterface::getattr(const char* name)
-{
-    const binding::Constant* constant = binding::findConstant(constants(), name);
-    return constant != nullptr ? Py::Long(constant->value) : getattr_methods(name);
-}
-
 Py::Object PyDeviceInterface::GetDescription()
 {
     return interface_ != nullptr ? binding::toPython(interface_->GetDescription()) : Py::None();

@@ -17,7 +17,6 @@ public:
     explicit PyDeviceInterface(ZelCam::Interface* interface);
 
     static binding::ConstantList constants();
-    Py::Object getattr(const char* name) override;
 
 private:
     Py::Object GetDescription();

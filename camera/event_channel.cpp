@@ -8,6 +8,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <map>
+#include <memory>
 #include <mutex>
 
 namespace ZelCamPy
@@ -36,9 +37,11 @@ struct EventChannel::Channels {
 
 EventChannel::Channels* EventChannel::Channels::make()
 {
+    // First what may fail: what is registered for forks stays so.
+    auto made = std::make_unique<Channels>();
     pthread_atfork([] { channels().mutex.lock(); }, [] { channels().mutex.unlock(); },
                    [] { channels().continueInChild(); });
-    return new Channels;
+    return made.release();
 }
 
 void EventChannel::Channels::continueInChild()

@@ -68,7 +68,7 @@ Py::Object PyZelSystem::CreateDeviceFromConfig(const Py::Tuple& args)
         binding::reportFailure("Create device from config error", lastError_);
         return Py::None();
     }
-    return binding::make<PyDevice>(device);
+    return PyDevice::over(device);
 }
 
 Py::Object PyZelSystem::RegisterGenTLProvider(const Py::Tuple& args)

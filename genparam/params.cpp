@@ -63,12 +63,6 @@ void PyGenParams::init_type()
 
 binding::ConstantList PyGenParams::constants() { return binding::listOf(kCodes); }
 
-Py::Object PyGenParams::getattr(const char* name)
-{
-    const binding::Constant* constant = binding::findConstant(constants(), name);
-    return constant != nullptr ? Py::Long(constant->value) : getattr_default(name);
-}
-
 template <class Value>
 Py::Object PyGenParams::setByName(const Py::Tuple& args, const char* message,
                                   ZelCamErr (Array::*setter)(const char*, Value))

@@ -20,7 +20,7 @@ public:
     explicit PyGenParams(ZelGenParam::Array* array) : array_(array) {}
 
     static binding::ConstantList constants();
-    Py::Object getattr(const char* name) override;
+    Py::Object attribute(const char* name) { return getattr_default(name); }
 
 private:
     using Array = ZelGenParam::Array;

@@ -117,7 +117,7 @@ Py::Object ZelCameraApiPy::PyZelCreateDevice(const Py::Tuple& args)
         }
         info = wrapper->cxx_getDevInfo();
     }
-    return binding::make<ZelCamPy::PyDevice>(ZelCam_CreateDevice(info, kControl, &lastError_));
+    return ZelCamPy::PyDevice::over(ZelCam_CreateDevice(info, kControl, &lastError_));
 }
 
 Py::Object ZelCameraApiPy::GetLastError() { return binding::toPython(lastError_); }

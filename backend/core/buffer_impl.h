@@ -72,7 +72,8 @@ private:
 
     // Guarded by the pool's lock.
     State state_ = State::Free;
-    bool ofQueue_ = false; ///< Made by AllocBufferQueue.
+    bool ofQueue_ = false;   ///< Made by AllocBufferQueue.
+    bool wasQueued_ = false; ///< Until idleAll().
     BufferToken token_ = 0;
     FrameInfo delivered_;
 

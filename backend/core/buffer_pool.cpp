@@ -41,20 +41,33 @@ BufferImpl* BufferPool::create(BufferMemory memory, bool ofQueue)
     }
     const Lock lock(mutex_);
     if (free_.empty()) {
-        shells_.push_back(std::make_unique<BufferImpl>());
-        BufferImpl* const shell = shells_.back().get();
-        known_.emplace(shell, shell);
-        free_.push_back(shell);
-        ++inState_[static_cast<std::size_t>(State::Free)];
+        addShell();
     }
+    kept_.reserve(kept_.size() + shells_.size());
     BufferImpl* const buffer = free_.back();
+    byToken_.emplace(nextToken_, buffer);
     free_.pop_back();
     buffer->setMemory(std::move(memory));
     buffer->ofQueue_ = ofQueue;
     buffer->token_ = nextToken_++;
-    byToken_.emplace(buffer->token_, buffer);
     move(*buffer, State::Idle);
     return buffer;
+}
+
+// With the room for it in every list, so that moving it between them cannot fail.
+void BufferPool::addShell()
+{
+    const std::size_t count = shells_.size() + 1;
+    if (shells_.capacity() < count) {
+        shells_.reserve(2 * count);
+    }
+    free_.reserve(shells_.capacity());
+    ready_.reserve(shells_.capacity());
+    auto shell = std::make_unique<BufferImpl>();
+    known_.emplace(shell.get(), shell.get());
+    free_.push_back(shell.get());
+    shells_.push_back(std::move(shell));
+    ++inState_[static_cast<std::size_t>(State::Free)];
 }
 
 void BufferPool::release(BufferImpl* buffer, bool stillInUse)
@@ -86,28 +99,22 @@ BufferImpl* BufferPool::find(const ZelCam::Buffer* buffer)
     return found != known_.end() && found->second->state_ != State::Free ? found->second : nullptr;
 }
 
-std::vector<BufferImpl*> BufferPool::inState(std::initializer_list<State> states)
+BufferImpl* BufferPool::at(std::size_t place)
 {
     const Lock lock(mutex_);
-    std::vector<BufferImpl*> result;
-    for (const auto& shell : shells_) {
-        if (std::find(states.begin(), states.end(), shell->state_) != states.end()) {
-            result.push_back(shell.get());
-        }
-    }
-    return result;
+    return place < shells_.size() ? shells_[place].get() : nullptr;
 }
 
-std::vector<BufferImpl*> BufferPool::announced(bool ofQueue)
+bool BufferPool::isAnnounced(const BufferImpl* buffer, bool ofQueue)
 {
     const Lock lock(mutex_);
-    std::vector<BufferImpl*> result;
-    for (const auto& shell : shells_) {
-        if (shell->state_ != State::Free && shell->ofQueue_ == ofQueue) {
-            result.push_back(shell.get());
-        }
-    }
-    return result;
+    return buffer->state_ != State::Free && buffer->ofQueue_ == ofQueue;
+}
+
+bool BufferPool::wasQueued(const BufferImpl* buffer)
+{
+    const Lock lock(mutex_);
+    return buffer->wasQueued_;
 }
 
 BufferPool::State BufferPool::state(const BufferImpl* buffer)
@@ -135,7 +142,14 @@ std::size_t BufferPool::smallest()
     return smallest;
 }
 
-std::uint64_t BufferPool::queueSize() { return announced(true).size(); }
+std::uint64_t BufferPool::queueSize()
+{
+    const Lock lock(mutex_);
+    return static_cast<std::uint64_t>(
+        std::count_if(shells_.begin(), shells_.end(), [](const auto& shell) {
+            return shell->state_ != State::Free && shell->ofQueue_;
+        }));
+}
 
 BufferCounters BufferPool::counters()
 {
@@ -181,8 +195,8 @@ void BufferPool::idleAll(bool readyToo)
     const Lock lock(mutex_);
     for (const auto& shell : shells_) {
         const State state = shell->state_;
-        if (state == State::Queued || state == State::Spare ||
-            (readyToo && state == State::Ready)) {
+        shell->wasQueued_ = state == State::Queued || state == State::Spare;
+        if (shell->wasQueued_ || (readyToo && state == State::Ready)) {
             move(*shell, State::Idle);
         }
     }
@@ -371,7 +385,7 @@ std::uint64_t BufferPool::count(State state) const
 void BufferPool::skipOldest()
 {
     move(*ready_.front(), State::Spare);
-    ready_.pop_front();
+    ready_.erase(ready_.begin());
     ++skipped_;
 }
 
@@ -403,7 +417,7 @@ bool BufferPool::takeReady(FetchedFrame* frame)
     frame->chunks = copyChunks(buffer.delivered_, buffer.memory());
     frame->order = ++fetches;
     frame->buffer = &buffer;
-    ready_.pop_front();
+    ready_.erase(ready_.begin());
     move(buffer, State::Idle);
     buffer.show(std::move(buffer.delivered_));
     return true;

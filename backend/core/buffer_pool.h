@@ -8,7 +8,6 @@
 #include "genapi/param_array.h"
 
 #include <array>
-#include <deque>
 #include <memory>
 #include <unordered_map>
 #include <vector>
@@ -45,13 +44,15 @@ struct FetchedFrame {
 };
 
 /// Buffer states and the ready queue of a stream. Thread safe; one lock, held for moments only and
-/// never while the transport is called. Shells are kept and used again.
+/// never while the transport is called. Shells are kept and used again. Only create() and fetch()
+/// need memory: what gives buffers back works without.
 class BufferPool
 {
 public:
     using State = BufferImpl::State;
 
-    /// A new idle buffer over `memory`; null when that is empty.
+    /// A new idle buffer over `memory`; null when that is empty. Throws bad_alloc, and has changed
+    /// nothing then.
     BufferImpl* create(BufferMemory memory, bool ofQueue);
     /// Takes the memory away and forgets the buffer. `stillInUse`: the transport did not let go of
     /// the memory, which is then kept until freeKept().
@@ -60,11 +61,18 @@ public:
     void freeKept();
     /// The buffer behind a pointer from outside, or null when it is none of ours or not announced.
     BufferImpl* find(const ZelCam::Buffer* buffer);
-    /// All buffers in one of the states.
-    std::vector<BufferImpl*> inState(std::initializer_list<State> states);
-    /// All announced buffers of AllocBufferQueue, or all others.
-    std::vector<BufferImpl*> announced(bool ofQueue);
+    /// Calls `body` with every shell that is there, announced or not, and without the lock.
+    template <class Body> void forEach(Body&& body)
+    {
+        for (std::size_t place = 0; BufferImpl* const shell = at(place); ++place) {
+            body(shell);
+        }
+    }
     State state(const BufferImpl* buffer);
+    /// Announced by AllocBufferQueue, or by somebody else; false for a shell that is not announced.
+    bool isAnnounced(const BufferImpl* buffer, bool ofQueue);
+    /// The buffer was to be filled when idleAll() was called last.
+    bool wasQueued(const BufferImpl* buffer);
     BufferToken token(const BufferImpl* buffer);
     /// Size of the smallest announced buffer; 0 without one.
     std::size_t smallest();
@@ -104,6 +112,9 @@ public:
     ZelCamErr broken();
 
 private:
+    /// Null behind the last; shells keep their places.
+    BufferImpl* at(std::size_t place);
+    void addShell() ZEL_REQUIRES(mutex_);
     void complete(FrameInfo& frame, std::size_t memorySize) const ZEL_REQUIRES(mutex_);
     void move(BufferImpl& buffer, State state) ZEL_REQUIRES(mutex_);
     std::uint64_t count(State state) const ZEL_REQUIRES(mutex_);
@@ -119,7 +130,7 @@ private:
     std::vector<BufferMemory> kept_ ZEL_GUARDED_BY(mutex_);
     std::unordered_map<const ZelCam::Buffer*, BufferImpl*> known_ ZEL_GUARDED_BY(mutex_);
     std::unordered_map<BufferToken, BufferImpl*> byToken_ ZEL_GUARDED_BY(mutex_);
-    std::deque<BufferImpl*> ready_ ZEL_GUARDED_BY(mutex_);
+    std::vector<BufferImpl*> ready_ ZEL_GUARDED_BY(mutex_); ///< Oldest first; few.
     std::array<std::uint64_t, BufferImpl::kStates> inState_ ZEL_GUARDED_BY(mutex_){};
     FrameGeometry geometry_ ZEL_GUARDED_BY(mutex_);
     HandlingMode mode_ ZEL_GUARDED_BY(mutex_) = HandlingMode::OldestFirst;

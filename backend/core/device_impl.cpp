@@ -8,6 +8,7 @@
 #include "genapi/configuration_file.h"
 
 #include <algorithm>
+#include <new>
 
 namespace core
 {
@@ -25,6 +26,18 @@ constexpr std::int64_t kPiece = 65'536;
 DeviceImpl::DeviceImpl(DeviceInfoImpl& info) : info_(info), streamFeatures_(*this) {}
 
 const char* DeviceImpl::name() const { return info_.id().c_str(); }
+
+// The shells live as long as the device, so the pointers stay good without the lock.
+template <class Body> void DeviceImpl::forEachStream(Body&& body)
+{
+    const auto at = [this](std::size_t index) {
+        const Lock lock(shellsMutex_);
+        return index < streams_.size() ? streams_[index].get() : nullptr;
+    };
+    for (std::size_t index = 0; StreamImpl* const stream = at(index); ++index) {
+        body(*stream);
+    }
+}
 
 template <class Body> ZelCamErr DeviceImpl::whileOpen(Body&& body)
 {
@@ -66,10 +79,10 @@ void DeviceImpl::start()
 {
     lost_ = ZelErr::kOk;
     mode_ = HandlingMode::OldestFirst;
-    for (StreamImpl* const stream : shells()) {
-        stream->setHandlingMode(mode_);
-        stream->resetCounters();
-    }
+    forEachStream([this](StreamImpl& stream) {
+        stream.setHandlingMode(mode_);
+        stream.resetCounters();
+    });
     {
         const Lock lock(chunksMutex_);
         shownFetch_ = BufferPool::newestFetch();
@@ -84,7 +97,9 @@ void DeviceImpl::start()
             });
     }
     cameraCode_ = camera_.attach({transport_->camera()});
-    attachTransportParameters(*transport_);
+    if (!attachTransportParameters(*transport_)) {
+        throw std::bad_alloc();
+    }
     open_ = true;
     transport_->startEvents(this);
 }
@@ -94,9 +109,7 @@ void DeviceImpl::start()
 void DeviceImpl::shut()
 {
     transportParameters_.detach(ZelErr::kGenTLInvalidHandle);
-    for (StreamImpl* const stream : shells()) {
-        stream->close();
-    }
+    forEachStream([](StreamImpl& stream) { stream.close(); });
     if (transport_ != nullptr) {
         transport_->stopEvents();
     }
@@ -109,9 +122,7 @@ void DeviceImpl::Release()
 {
     static_cast<void>(base::guarded([&] {
         // Before the exclusive lock: slow operations and callbacks may hold the shared one.
-        for (StreamImpl* const stream : shells()) {
-            stream->endWaits();
-        }
+        forEachStream([](StreamImpl& stream) { stream.endWaits(); });
         if (const auto dispatcher = events()) {
             dispatcher->close();
         }
@@ -272,7 +283,11 @@ void DeviceImpl::releaseStream(StreamImpl& stream)
     }
     // The stream's modules leave the parameters before they go.
     stream.breakOff(ZelErr::kGenTLInvalidHandle);
-    attachTransportParameters(*transport_, &stream);
+    if (!attachTransportParameters(*transport_, &stream)) {
+        stream.close();
+        static_cast<void>(attachTransportParameters(*transport_));
+        return;
+    }
     stream.close();
 }
 
@@ -307,18 +322,14 @@ void DeviceImpl::deviceLost(ZelCamErr reason)
         return;
     }
     base::log(base::LogChannel::Backend, "%s: lost: %d", name(), reason);
-    for (StreamImpl* const stream : shells()) {
-        stream->breakOff(code);
-    }
+    forEachStream([code](StreamImpl& stream) { stream.breakOff(code); });
     event(static_cast<std::uint64_t>(ZelCam::kEventDeviceLost), &code, sizeof code);
 }
 
 void DeviceImpl::setHandlingMode(HandlingMode mode)
 {
     mode_ = mode;
-    for (StreamImpl* const stream : shells()) {
-        stream->setHandlingMode(mode);
-    }
+    forEachStream([mode](StreamImpl& stream) { stream.setHandlingMode(mode); });
 }
 
 ZelCam::Stream* DeviceImpl::openStream(TransportDevice& transport, std::uint32_t index)
@@ -346,26 +357,44 @@ ZelCam::Stream* DeviceImpl::openStream(TransportDevice& transport, std::uint32_t
     if (const ZelCamErr lost = lost_; lost != ZelErr::kOk) {
         stream->breakOff(lost); // The news may have come before the stream was there.
     }
-    attachTransportParameters(transport);
+    if (!attachTransportParameters(transport)) {
+        stream->close();
+        static_cast<void>(attachTransportParameters(transport));
+        return nullptr;
+    }
     return stream;
 }
 
 // What the streams have in common comes first and are the same everywhere, then the device's
-// modules, then those of the open streams.
-void DeviceImpl::attachTransportParameters(TransportDevice& transport, const StreamImpl* without)
+// modules, then those of the open streams. Without memory the array is left empty.
+bool DeviceImpl::attachTransportParameters(TransportDevice& transport, const StreamImpl* without)
+{
+    const ZelCamErr code = base::guarded([&] {
+        std::vector<genapi::FeatureSource*> sources = transportSources(transport, without);
+        return transportParameters_.attach(sources);
+    });
+    if (code != ZelErr::kGenTLOutOfMemory) {
+        return true;
+    }
+    transportParameters_.detach(code);
+    return false;
+}
+
+std::vector<genapi::FeatureSource*> DeviceImpl::transportSources(TransportDevice& transport,
+                                                                 const StreamImpl* without)
 {
     std::vector<genapi::FeatureSource*> sources = {&streamFeatures_};
     for (genapi::FeatureSource* const source : transport.transportFeatures()) {
         sources.push_back(source);
     }
-    for (StreamImpl* const stream : shells()) {
-        if (stream != without) {
-            for (genapi::FeatureSource* const source : stream->features()) {
+    forEachStream([&](StreamImpl& stream) {
+        if (&stream != without) {
+            for (genapi::FeatureSource* const source : stream.features()) {
                 sources.push_back(source);
             }
         }
-    }
-    static_cast<void>(transportParameters_.attach(sources));
+    });
+    return sources;
 }
 
 void DeviceImpl::publishEvent(std::uint64_t session, std::uint64_t id, const void* data,
@@ -394,22 +423,8 @@ std::shared_ptr<EventDispatcher> DeviceImpl::events()
 StreamStatistics DeviceImpl::statistics()
 {
     StreamStatistics statistics;
-    for (StreamImpl* const stream : shells()) {
-        stream->addTo(statistics);
-    }
+    forEachStream([&](StreamImpl& stream) { stream.addTo(statistics); });
     return statistics;
-}
-
-// The shells live as long as the device, so the pointers stay good without the lock.
-std::vector<StreamImpl*> DeviceImpl::shells()
-{
-    const Lock lock(shellsMutex_);
-    std::vector<StreamImpl*> result;
-    result.reserve(streams_.size());
-    for (const auto& stream : streams_) {
-        result.push_back(stream.get());
-    }
-    return result;
 }
 
 } // namespace core

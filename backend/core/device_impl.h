@@ -70,10 +70,14 @@ private:
     void start() ZEL_REQUIRES(lifetime_);
     void shut() ZEL_REQUIRES(lifetime_);
     ZelCam::Stream* openStream(TransportDevice& transport, std::uint32_t index);
-    void attachTransportParameters(TransportDevice& transport, const StreamImpl* without = nullptr);
+    /// False without memory: the array then answers -1021 to everything.
+    bool attachTransportParameters(TransportDevice& transport, const StreamImpl* without = nullptr);
+    std::vector<genapi::FeatureSource*> transportSources(TransportDevice& transport,
+                                                         const StreamImpl* without);
     void publishEvent(std::uint64_t session, std::uint64_t id, const void* data, std::size_t size);
     std::shared_ptr<EventDispatcher> events();
-    std::vector<StreamImpl*> shells();
+    /// Calls `body` with every stream's shell; needs no memory.
+    template <class Body> void forEachStream(Body&& body);
 
     DeviceInfoImpl& info_;
     genapi::ParamArray camera_;

@@ -90,7 +90,8 @@ void EventDispatcher::run()
         const Event event = std::move(queue_.front());
         queue_.pop_front();
         lock.unlock();
-        deliver(event);
+        // Without memory one event is lost, not all that follow.
+        base::contained("event", [&] { deliver(event); });
         lock.lock();
     }
 }

@@ -215,7 +215,7 @@ ZelCamErr StreamImpl::AllocBufferQueue(void* /*userPointer*/, std::uint64_t coun
         }
         ZelCamErr code = emptyQueue(transport);
         if (code == ZelErr::kOk) {
-            code = fillQueue(transport, count, size);
+            code = base::guarded([&] { return fillQueue(transport, count, size); });
         }
         if (code != ZelErr::kOk) {
             static_cast<void>(emptyQueue(transport));
@@ -284,14 +284,16 @@ void StreamImpl::close()
     if (transport_ == nullptr) {
         return;
     }
-    if (acquiring_) {
-        static_cast<void>(stop(*transport_, true));
-    }
-    static_cast<void>(transport_->discardAll());
+    // What fails here fails for good: the transport's end takes all back.
+    static_cast<void>(base::guarded([&]() ZEL_NO_THREAD_SAFETY_ANALYSIS {
+        if (acquiring_) {
+            static_cast<void>(stop(*transport_, true));
+        }
+        return transport_->discardAll();
+    }));
+    acquiring_ = false;
     pool_.idleAll(true);
-    for (BufferImpl* const buffer : pool_.inState({State::Idle})) {
-        revoke(*transport_, buffer);
-    }
+    revokeAll(*transport_);
     setTransport(nullptr);
     pool_.freeKept();
 }
@@ -398,7 +400,8 @@ BufferImpl* StreamImpl::announce(TransportStream& transport, std::uint64_t size,
         *code = ZelErr::kGenTLOutOfMemory;
         return nullptr;
     }
-    *code = transport.announce(pool_.token(buffer), buffer->GetBufferPtr(), size);
+    *code = base::guarded(
+        [&] { return transport.announce(pool_.token(buffer), buffer->GetBufferPtr(), size); });
     if (*code != ZelErr::kOk) {
         pool_.release(buffer, false);
         return nullptr;
@@ -411,7 +414,7 @@ ZelCamErr StreamImpl::queue(TransportStream& transport, BufferImpl* buffer)
     if (const ZelCamErr code = pool_.markQueued(buffer); code != ZelErr::kOk) {
         return code;
     }
-    const ZelCamErr code = transport.queue(pool_.token(buffer));
+    const ZelCamErr code = base::guarded([&] { return transport.queue(pool_.token(buffer)); });
     if (code != ZelErr::kOk) {
         pool_.markIdle(buffer);
     }
@@ -423,17 +426,28 @@ ZelCamErr StreamImpl::queue(TransportStream& transport, BufferImpl* buffer)
 ZelCamErr StreamImpl::queueIdle(TransportStream& transport)
 {
     ZelCamErr first = ZelErr::kOk;
-    for (BufferImpl* const buffer : pool_.inState({State::Idle})) {
-        const ZelCamErr code = queue(transport, buffer);
-        first = first == ZelErr::kOk ? code : first;
-    }
+    pool_.forEach([&](BufferImpl* buffer) {
+        if (pool_.state(buffer) == State::Idle) {
+            const ZelCamErr code = queue(transport, buffer);
+            first = first == ZelErr::kOk ? code : first;
+        }
+    });
     return first;
 }
 
 void StreamImpl::revoke(TransportStream& transport, BufferImpl* buffer)
 {
-    const ZelCamErr code = transport.revoke(pool_.token(buffer));
+    const ZelCamErr code = base::guarded([&] { return transport.revoke(pool_.token(buffer)); });
     pool_.release(buffer, code != ZelErr::kOk);
+}
+
+void StreamImpl::revokeAll(TransportStream& transport)
+{
+    pool_.forEach([&](BufferImpl* buffer) {
+        if (pool_.state(buffer) == State::Idle) {
+            revoke(transport, buffer);
+        }
+    });
 }
 
 ZelCamErr StreamImpl::fillQueue(TransportStream& transport, std::uint64_t count, std::uint64_t size)
@@ -452,27 +466,23 @@ ZelCamErr StreamImpl::fillQueue(TransportStream& transport, std::uint64_t count,
 // again.
 ZelCamErr StreamImpl::emptyQueue(TransportStream& transport)
 {
-    const std::vector<BufferImpl*> ours = pool_.announced(true);
-    if (ours.empty()) {
+    if (pool_.queueSize() == 0) {
         return ZelErr::kOk;
     }
     if (const ZelCamErr code = transport.discardAll(); code != ZelErr::kOk) {
         return code;
     }
-    std::vector<BufferImpl*> others;
-    for (BufferImpl* const buffer : pool_.announced(false)) {
-        const State state = pool_.state(buffer);
-        if (state == State::Queued || state == State::Spare) {
-            others.push_back(buffer);
-        }
-    }
     pool_.idleAll(false);
-    for (BufferImpl* const buffer : ours) {
-        revoke(transport, buffer);
-    }
-    for (BufferImpl* const buffer : others) {
-        static_cast<void>(queue(transport, buffer));
-    }
+    pool_.forEach([&](BufferImpl* buffer) {
+        if (pool_.isAnnounced(buffer, true)) {
+            revoke(transport, buffer);
+        }
+    });
+    pool_.forEach([&](BufferImpl* buffer) {
+        if (pool_.isAnnounced(buffer, false) && pool_.wasQueued(buffer)) {
+            static_cast<void>(queue(transport, buffer));
+        }
+    });
     return ZelErr::kOk;
 }
 
@@ -504,7 +514,7 @@ ZelCamErr StreamImpl::start(TransportStream& transport, std::uint64_t frames)
             return code;
         }
         acquiring_ = false;
-        static_cast<void>(transport.stop(true));
+        static_cast<void>(base::guarded([&] { return transport.stop(true); }));
     }
     camera_.lockTransport(false);
     base::log(base::LogChannel::Backend, "%s: stream %u does not start: %d", device_.name(), index_,

@@ -85,6 +85,7 @@ private:
     ZelCamErr queue(TransportStream& transport, BufferImpl* buffer);
     ZelCamErr queueIdle(TransportStream& transport);
     void revoke(TransportStream& transport, BufferImpl* buffer);
+    void revokeAll(TransportStream& transport);
     ZelCamErr fillQueue(TransportStream& transport, std::uint64_t count, std::uint64_t size);
     ZelCamErr emptyQueue(TransportStream& transport);
     ZelCamErr checkBuffers(TransportStream& transport);

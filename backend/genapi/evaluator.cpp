@@ -327,9 +327,12 @@ const Formula* Evaluator::formulaOf(const Node& node, bool isTo)
         description_.find(node, isTo ? LinkKind::kFormulaTo : LinkKind::kFormula);
     if (link == nullptr)
         return nullptr;
-    const auto [known, isNew] = formulas_.try_emplace(link);
-    if (isNew)
-        compile(node, *link, isTo, &known->second);
+    auto known = formulas_.find(link);
+    if (known == formulas_.end()) {
+        Formula formula; // Known once it is whole: memory may come back.
+        compile(node, *link, isTo, &formula);
+        known = formulas_.emplace(link, std::move(formula)).first;
+    }
     return known->second.height() > 0 ? &known->second : nullptr;
 }
 

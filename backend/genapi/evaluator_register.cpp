@@ -63,10 +63,12 @@ ZelCamErr Evaluator::findPlace(const Node& node, Place* place)
 
 ZelCamErr Evaluator::findPlaceToWrite(const Node& node, Place* place)
 {
-    isVerifying_ = true;
-    const ZelCamErr result = findPlace(node, place);
-    isVerifying_ = false;
-    return result;
+    struct Verifying { // Also when there is no memory.
+        bool& is;
+        ~Verifying() { is = false; }
+    };
+    const Verifying verifying{isVerifying_ = true};
+    return findPlace(node, place);
 }
 
 ZelCamErr Evaluator::readTextRegister(const Node& node, std::string* value)

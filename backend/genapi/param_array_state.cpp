@@ -30,6 +30,16 @@ ParamArrayState::~ParamArrayState() { forgetValueTexts(this); }
 ZelCamErr ParamArrayState::attach(const std::vector<FeatureSource*>& sources)
 {
     const Entry entry = Entry::atOnce(*this);
+    try {
+        return build(sources);
+    } catch (...) {
+        drop(ZelErr::kGenTLOutOfMemory); // A part of the names would pass for all.
+        throw;
+    }
+}
+
+ZelCamErr ParamArrayState::build(const std::vector<FeatureSource*>& sources)
+{
     drop(ZelErr::kInvalidState);
     ZelCamErr failure = ZelErr::kOk;
     for (FeatureSource* const source : sources) {

@@ -115,6 +115,7 @@ private:
         std::vector<Slot*> flat;
     };
 
+    ZelCamErr build(const std::vector<FeatureSource*>& sources);
     void drop(ZelCamErr reason);
     void addNames(FeatureMap& map);
     /// Objects that users kept come back to life.

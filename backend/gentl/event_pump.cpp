@@ -69,8 +69,15 @@ std::unique_ptr<EventPump> EventPump::start(const Api& api, Handle source, Event
         *code = *code != err::kSuccess ? *code : err::kError;
         return nullptr;
     }
-    state->data.resize(state->maxSize());
-    std::unique_ptr<EventPump> pump(new EventPump(state));
+    std::unique_ptr<EventPump> pump;
+    try {
+        state->data.resize(state->maxSize());
+        pump.reset(new EventPump(state));
+    } catch (...) {
+        api.call<&FunctionTable::GCUnregisterEvent>("GCUnregisterEvent", source,
+                                                    std::int32_t{type});
+        throw;
+    }
     try {
         base::startThread("zel-gentl", [state] { state->run(); }).detach();
     } catch (...) {
@@ -145,7 +152,8 @@ void EventPump::State::run()
             continue;
         }
         if (code == err::kBufferTooSmall && data.size() < kMaxEventSize) {
-            data.resize(std::min(kMaxEventSize, data.size() * 2));
+            base::contained("event",
+                            [&] { data.resize(std::min(kMaxEventSize, data.size() * 2)); });
             continue;
         }
         // One abort is the trace of our own kill; a producer that goes on failing must not keep
@@ -180,13 +188,21 @@ bool EventPump::State::stopRequested()
 bool EventPump::State::handle(std::size_t size)
 {
     const std::lock_guard<std::mutex> lock(callMutex);
-    return cutOff || handlers.event(event, data.data(), std::min(size, data.size()));
+    bool sensible = true;
+    // Without memory one event is lost, not all that follow.
+    base::contained("event", [&] {
+        sensible = cutOff || handlers.event(event, data.data(), std::min(size, data.size()));
+    });
+    return sensible;
 }
 
 bool EventPump::State::inTrouble(Error code)
 {
     const std::lock_guard<std::mutex> lock(callMutex);
-    return cutOff || (handlers.trouble && handlers.trouble(code));
+    bool gone = false;
+    base::contained("event",
+                    [&] { gone = cutOff || (handlers.trouble && handlers.trouble(code)); });
+    return gone;
 }
 
 std::size_t EventPump::State::maxSize()

@@ -187,9 +187,15 @@ Error GentlInterface::ensureOpen()
     if (code != err::kSuccess || handle == nullptr) {
         return code != err::kSuccess ? code : err::kError;
     }
+    try {
+        auto port = std::make_unique<ModulePort>(api_, handle);
+        ip_ = std::make_unique<IpFeatures>(*port);
+        port_ = std::move(port);
+    } catch (...) {
+        api_.call<&FunctionTable::IFClose>("IFClose", handle);
+        throw;
+    }
     handle_ = handle;
-    port_ = std::make_unique<ModulePort>(api_, handle);
-    ip_ = std::make_unique<IpFeatures>(*port_);
     return err::kSuccess;
 }
 

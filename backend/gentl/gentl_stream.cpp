@@ -5,6 +5,7 @@
 
 #include <chrono>
 #include <cstring>
+#include <new>
 #include <thread>
 
 namespace gentl
@@ -96,10 +97,19 @@ ZelCamErr GentlStream::announce(core::BufferToken token, void* memory, std::size
         return code;
     }
     const Guard guard(mutex_);
-    if (buffer == nullptr || !byHandle_.emplace(buffer, Announced{token, memory, size}).second) {
-        return err::kError; // A handle that tells nothing, or one that is somebody else's.
+    try {
+        if (buffer == nullptr || !byHandle_.emplace(buffer, Announced{0, memory, size}).second) {
+            return err::kError; // A handle that tells nothing, or one that is somebody else's.
+        }
+        byToken_.emplace(token, buffer);
+    } catch (const std::bad_alloc&) {
+        byHandle_.erase(buffer);
+        void* user = nullptr;
+        api_.call<&FunctionTable::DSRevokeBuffer>("DSRevokeBuffer", stream_, buffer, &memory,
+                                                  &user);
+        throw;
     }
-    byToken_.emplace(token, buffer);
+    byHandle_[buffer].token = token;
     return err::kSuccess;
 }
 
@@ -232,7 +242,12 @@ bool GentlStream::newBuffer(const void* data, std::size_t size)
         }
         buffer = found->second;
     }
-    core::FrameInfo frame = reader_.read(event.buffer, buffer.memory, buffer.size);
+    core::FrameInfo frame;
+    try {
+        frame = reader_.read(event.buffer, buffer.memory, buffer.size);
+    } catch (const std::bad_alloc&) {
+        frame.empty = true; // The frame is lost, its buffer is not.
+    }
     if (frame.empty && grabbing_ &&
         api_.call<&FunctionTable::DSQueueBuffer>("DSQueueBuffer", stream_, event.buffer) ==
             err::kSuccess) {

@@ -4,6 +4,7 @@
 #include "base/text.h"
 
 #include <cstring>
+#include <new>
 #include <vector>
 
 namespace gentl
@@ -36,6 +37,14 @@ std::uint64_t decodeBySize(const unsigned char* data, std::size_t size)
     }
 }
 
+// A device whose name cannot be held is there all the same: no list may be without it.
+void refuseOutOfMemory(Error code)
+{
+    if (code == err::kOutOfMemory) {
+        throw std::bad_alloc();
+    }
+}
+
 // Asks for the size, then for the bytes.
 std::optional<std::vector<char>> fetch(const IdQuestion& question)
 {
@@ -44,6 +53,7 @@ std::optional<std::vector<char>> fetch(const IdQuestion& question)
     if (sized == err::kNotImplemented || sized == err::kNotAvailable || sized == err::kNoData) {
         return std::nullopt;
     }
+    refuseOutOfMemory(sized);
     if (sized != err::kSuccess || size == 0) {
         size = kFirstGuess;
     }
@@ -52,7 +62,9 @@ std::optional<std::vector<char>> fetch(const IdQuestion& question)
     }
     std::vector<char> text(size + 1, '\0');
     std::size_t written = size;
-    if (question(text.data(), &written) != err::kSuccess) {
+    const Error code = question(text.data(), &written);
+    if (code != err::kSuccess) {
+        refuseOutOfMemory(code);
         return std::nullopt;
     }
     text.back() = '\0';

@@ -29,7 +29,8 @@ std::optional<std::uint64_t> askNumber(const InfoQuestion& question);
 std::optional<std::uint64_t> decodeNumber(std::int32_t type, const unsigned char* bytes,
                                           std::size_t size);
 
-/// The text of an id; nothing when it cannot be had. Not converted: ids go back as they came.
+/// The text of an id; nothing when it cannot be had. Not converted: ids go back as they came. Both
+/// kinds of text throw bad_alloc when the producer has no memory either.
 std::optional<std::string> askId(const IdQuestion& question);
 
 } // namespace gentl

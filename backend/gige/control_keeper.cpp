@@ -2,6 +2,7 @@
 
 #include "base/fork_guard.h"
 #include "base/log.h"
+#include "base/operation_guard.h"
 #include "gige/wire/bootstrap.h"
 
 #include <cstdlib>
@@ -13,6 +14,29 @@ ControlKeeper& ControlKeeper::instance()
 {
     static auto* const keeper = new ControlKeeper; // Threads may use it while the process ends.
     return *keeper;
+}
+
+HeldControl::HeldControl(ControlChannel& control) : control_(&control)
+{
+    ControlKeeper::instance().add(control_);
+}
+
+HeldControl::~HeldControl()
+{
+    ControlChannel* const control = control_;
+    drop();
+    if (control != nullptr && !control->isLost() && !base::inForkedChild()) {
+        static_cast<void>(
+            base::guarded([&] { return control->writeRegister(wire::reg::kControlPrivilege, 0); }));
+    }
+}
+
+void HeldControl::drop()
+{
+    if (control_ != nullptr && !base::inForkedChild()) {
+        ControlKeeper::instance().remove(control_);
+    }
+    control_ = nullptr;
 }
 
 ControlKeeper::ControlKeeper()

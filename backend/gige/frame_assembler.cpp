@@ -4,6 +4,7 @@
 #include "gige/wire/gvcp.h"
 
 #include <algorithm>
+#include <new>
 
 namespace gige
 {
@@ -34,6 +35,8 @@ constexpr std::uint32_t kLongestTail = 64;
 void FrameAssembler::start(const Settings& settings)
 {
     settings_ = settings;
+    open_.reserve(kMostOpen + 1); // What is begun has room, whatever becomes of the memory.
+    spare_.reserve(kMostOpen + 1);
     packetData_[0] = wire::packetData(settings.packetSize, false);
     packetData_[1] = wire::packetData(settings.packetSize, true);
     forget();
@@ -128,10 +131,6 @@ Block* FrameAssembler::open(std::uint64_t number, const wire::StreamHeader& head
             return nullptr;
         }
     }
-    const Place place = road_.takePlace();
-    if (place.memory == nullptr) {
-        ++numbers_.underruns;
-    }
     std::unique_ptr<Block> block;
     if (spare_.empty()) {
         block = std::make_unique<Block>();
@@ -139,8 +138,19 @@ Block* FrameAssembler::open(std::uint64_t number, const wire::StreamHeader& head
         block = std::move(spare_.back());
         spare_.pop_back();
     }
-    block->open(number, header.blockId, header.extended, place,
-                packetData_[header.extended ? 1 : 0], now);
+    const Place place = road_.takePlace();
+    if (place.memory == nullptr) {
+        ++numbers_.underruns;
+    }
+    try {
+        block->open(number, header.blockId, header.extended, place,
+                    packetData_[header.extended ? 1 : 0], now);
+    } catch (const std::bad_alloc&) {
+        if (place.memory != nullptr) {
+            road_.givePlace(place);
+        }
+        throw;
+    }
     const auto at = std::find_if(open_.begin(), open_.end(),
                                  [number](const auto& other) { return other->number() > number; });
     Block* const opened = block.get();
@@ -172,6 +182,15 @@ void FrameAssembler::take(Bytes packet, Clock::time_point now)
 void FrameAssembler::take(Bytes headerBytes, Bytes data, Clock::time_point now)
 {
     ++numbers_.packets;
+    try {
+        takeWhole(headerBytes, data, now);
+    } catch (const std::bad_alloc&) {
+        ++numbers_.dropped; // As if it had not come: it can be asked for.
+    }
+}
+
+void FrameAssembler::takeWhole(Bytes headerBytes, Bytes data, Clock::time_point now)
+{
     wire::StreamHeader header;
     if (!wire::parseStreamHeader(headerBytes, &header)) {
         ++numbers_.malformed;
@@ -265,12 +284,24 @@ void FrameAssembler::close(std::size_t index)
         } else {
             numbers_.missing += block->missingCount();
         }
-        core::FrameInfo info = block->finish(settings_.tickFrequency);
-        ++numbers_.delivered;
-        numbers_.incomplete += info.incomplete ? 1 : 0;
-        road_.deliver(block->takePlace().token, std::move(info));
+        hand(*block);
     }
     spare_.push_back(std::move(block));
+}
+
+void FrameAssembler::hand(Block& block)
+{
+    core::FrameInfo info;
+    try {
+        info = block.finish(settings_.tickFrequency);
+    } catch (const std::bad_alloc&) {
+        ++numbers_.lost;
+        road_.givePlace(block.takePlace());
+        return;
+    }
+    ++numbers_.delivered;
+    numbers_.incomplete += info.incomplete ? 1 : 0;
+    road_.deliver(block.takePlace().token, std::move(info));
 }
 
 /// A leader alone may be there long before its frame.

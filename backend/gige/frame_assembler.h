@@ -77,6 +77,8 @@ private:
     Clock::duration tailSilence(const Block& block) const;
     void learnRoundTrip(Clock::duration trip);
     void closeDone();
+    void takeWhole(wire::Bytes header, wire::Bytes data, Clock::time_point now);
+    void hand(Block& block);
     void close(std::size_t index);
     void forget();
 

@@ -52,6 +52,7 @@ ZelCamErr GigeDevice::open(const NetworkAdapter& adapter, std::uint32_t address,
     if (code == ZelErr::kGenTLResourceExhausted) {
         return code;
     }
+    HeldControl held = access == Access::Control ? HeldControl(*control) : HeldControl();
     std::uint32_t privilege = 0;
     if (code == ZelErr::kOk) {
         code = access == Access::Control
@@ -59,23 +60,24 @@ ZelCamErr GigeDevice::open(const NetworkAdapter& adapter, std::uint32_t address,
                    : control->readRegister(wire::reg::kControlPrivilege, &privilege);
     }
     if (code != ZelErr::kOk) {
+        if (code == ZelErr::kGenTLAccessDenied) {
+            held.drop(); // Somebody else has it.
+        }
         base::log(base::LogChannel::Gige, "open %s: %d", base::formatIpv4(address).c_str(), code);
         return control->isLost() || code == ZelErr::kGenTLIo ? ZelErr::kGenTLInvalidId : code;
     }
-    *device = std::make_unique<GigeDevice>(std::move(control), adapter, access);
+    *device = std::make_unique<GigeDevice>(std::move(control), std::move(held), adapter, access);
     return ZelErr::kOk;
 }
 
-GigeDevice::GigeDevice(std::unique_ptr<ControlChannel> control, const NetworkAdapter& adapter,
-                       Access access)
-    : control_(std::move(control)), adapter_(adapter), listening_(access == Access::Listen),
+GigeDevice::GigeDevice(std::unique_ptr<ControlChannel> control, HeldControl held,
+                       const NetworkAdapter& adapter, Access access)
+    : control_(std::move(control)), held_(std::move(held)), adapter_(adapter),
+      listening_(access == Access::Listen),
       largestPacket_(largestPacket(adapter, control_->device())),
       camera_(*control_, largestPacket_, listening_),
       features_("GigEDevice", "GigE Vision control channel")
 {
-    if (!listening_) {
-        ControlKeeper::instance().add(control_.get());
-    }
     control_->onSilence([this] {
         const std::lock_guard<std::mutex> lock(watchMutex_);
         silent_ = true;
@@ -100,10 +102,6 @@ GigeDevice::~GigeDevice()
     }
     watchWake_.notify_all();
     watcher_.join();
-    ControlKeeper::instance().remove(control_.get());
-    if (!listening_ && !control_->isLost()) {
-        static_cast<void>(control_->writeRegister(wire::reg::kControlPrivilege, 0));
-    }
 }
 
 /// What a camera can do and we want it to; none of it is needed.
@@ -289,13 +287,16 @@ ZelCamErr GigeDevice::openStream(std::uint32_t index, core::StreamSink* sink,
     }
     const int towards = adapterTowards(control_->device());
     const GigeStream::Where where{index, towards != 0 ? towards : adapter_.index, listening_};
-    *stream = std::make_unique<GigeStream>(*control_, where, sink, [this, sink] {
+    auto made = std::make_unique<GigeStream>(*control_, where, sink, [this, sink] {
         const std::lock_guard<std::mutex> lock(mutex_);
         streamSinks_.erase(std::remove(streamSinks_.begin(), streamSinks_.end(), sink),
                            streamSinks_.end());
     });
-    const std::lock_guard<std::mutex> lock(mutex_);
-    streamSinks_.push_back(sink);
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        streamSinks_.push_back(sink);
+    }
+    *stream = std::move(made);
     return ZelErr::kOk;
 }
 

@@ -5,6 +5,7 @@
 #include "features/table_source.h"
 #include "gige/camera_source.h"
 #include "gige/control_channel.h"
+#include "gige/control_keeper.h"
 #include "gige/message_channel.h"
 #include "gige/network_adapter.h"
 
@@ -31,8 +32,9 @@ public:
     static ZelCamErr open(const NetworkAdapter& adapter, std::uint32_t address, Access access,
                           std::unique_ptr<core::TransportDevice>* device);
 
-    GigeDevice(std::unique_ptr<ControlChannel> control, const NetworkAdapter& adapter,
-               Access access);
+    /// `held` is empty for a device that listens.
+    GigeDevice(std::unique_ptr<ControlChannel> control, HeldControl held,
+               const NetworkAdapter& adapter, Access access);
     ~GigeDevice() override;
     GigeDevice(const GigeDevice&) = delete;
     GigeDevice& operator=(const GigeDevice&) = delete;
@@ -61,6 +63,7 @@ private:
     void deliver(const wire::Event& event);
 
     const std::unique_ptr<ControlChannel> control_;
+    const HeldControl held_;
     const NetworkAdapter adapter_;
     const bool listening_;
     const std::uint32_t largestPacket_;

@@ -111,6 +111,7 @@ std::uint32_t GigeStream::streamRegister(std::uint32_t offset) const
 ZelCamErr GigeStream::announce(core::BufferToken token, void* memory, std::size_t size)
 {
     const base::Lock lock(queueMutex_);
+    queue_.reserve(announced_.size() + 1);
     announced_[token] = {static_cast<std::uint8_t*>(memory), size};
     return ZelErr::kOk;
 }
@@ -149,7 +150,7 @@ Place GigeStream::takePlace()
         return {};
     }
     const core::BufferToken token = queue_.front();
-    queue_.pop_front();
+    queue_.erase(queue_.begin());
     const auto entry = announced_.find(token);
     return entry != announced_.end() ? Place{token, entry->second.memory, entry->second.size}
                                      : Place{};
@@ -158,7 +159,7 @@ Place GigeStream::takePlace()
 void GigeStream::givePlace(const Place& place)
 {
     const base::Lock lock(queueMutex_);
-    queue_.push_front(place.token);
+    queue_.insert(queue_.begin(), place.token);
 }
 
 void GigeStream::deliver(core::BufferToken token, core::FrameInfo info)
@@ -377,7 +378,8 @@ bool GigeStream::drain(int most)
     const std::lock_guard<std::mutex> lock(dataMutex_);
     const bool emptied = source_->drain(assembler_, numbers_, most);
     if (emptied) {
-        assembler_.runTimers(Clock::now());
+        // Without memory what is missing is asked for later.
+        base::contained("a timer of a stream", [this] { assembler_.runTimers(Clock::now()); });
     }
     due_ = assembler_.due();
     expected_ = assembler_.remaining();

@@ -10,12 +10,12 @@
 #include "gige/stream_socket.h"
 
 #include <atomic>
-#include <deque>
 #include <functional>
 #include <memory>
 #include <mutex>
 #include <thread>
 #include <unordered_map>
+#include <vector>
 
 namespace gige
 {
@@ -88,7 +88,8 @@ private:
 
     base::Mutex queueMutex_; ///< Taken last, never held long.
     std::unordered_map<core::BufferToken, Announced> announced_ ZEL_GUARDED_BY(queueMutex_);
-    std::deque<core::BufferToken> queue_ ZEL_GUARDED_BY(queueMutex_);
+    /// With room for all that are announced: what comes back needs no memory.
+    std::vector<core::BufferToken> queue_ ZEL_GUARDED_BY(queueMutex_);
 
     /// Held while packets are taken: who holds it knows that nothing is written into frames.
     std::mutex dataMutex_;

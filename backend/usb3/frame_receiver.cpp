@@ -51,6 +51,7 @@ FrameReceiver::~FrameReceiver() = default;
 void FrameReceiver::announce(core::BufferToken token, void* memory, std::size_t size)
 {
     const Lock lock(mutex_);
+    queued_.reserve(announced_.size() + 1);
     announced_[token] = {static_cast<std::uint8_t*>(memory), size};
 }
 
@@ -161,7 +162,7 @@ void FrameReceiver::dropFrames()
 {
     for (auto frame = frames_.rbegin(); frame != frames_.rend(); ++frame) {
         if (frame->token != 0) {
-            queued_.push_front(frame->token);
+            queued_.insert(queued_.begin(), frame->token);
         }
     }
     frames_.clear();
@@ -257,7 +258,7 @@ void FrameReceiver::decide(Frame& frame, bool mayDiscard)
     }
     if (!queued_.empty() && remaining_ > 0) {
         frame.token = queued_.front();
-        queued_.pop_front();
+        queued_.erase(queued_.begin());
         frame.memory = announced_[frame.token];
         frame.decided = true;
     } else if (mayDiscard) {
@@ -292,18 +293,34 @@ bool FrameReceiver::submitNext()
             return last.submitted != index;
         }
     }
-    if (frames_.size() >= kMostFrames ||
-        !submit(Role::Leader, 0, std::max<std::size_t>(plan_.leader, kPacket))) {
+    if (frames_.size() >= kMostFrames) {
         return false;
     }
     frames_.emplace_back();
+    if (!submitLeader()) {
+        frames_.pop_back();
+        return false;
+    }
     decide(frames_.back(), false);
     return true;
 }
 
+bool FrameReceiver::submitLeader()
+{
+    try {
+        return submit(Role::Leader, 0, std::max<std::size_t>(plan_.leader, kPacket));
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
+}
+
 void FrameReceiver::fill()
 {
-    while (mode_ == Mode::Running && !gone_ && submitNext()) {
+    try {
+        while (mode_ == Mode::Running && !gone_ && submitNext()) {
+        }
+    } catch (const std::bad_alloc&) {
+        hooks_.wake(); // What is in flight has to do; the next completion tries again.
     }
 }
 
@@ -443,14 +460,21 @@ void FrameReceiver::finishFrame(const wire::Trailer* trailer)
     const Frame frame = frames_.front();
     frames_.pop_front();
     if (frame.token != 0 && remaining_ == 0) {
-        queued_.push_front(frame.token); // Nobody asked for one more.
+        queued_.insert(queued_.begin(), frame.token); // Nobody asked for one more.
         return;
     }
     if (frame.token == 0) {
         counters_.underruns += remaining_ > 0 ? 1 : 0;
         return;
     }
-    core::FrameInfo info = frame.builder.finish(trailer, frame.memory.bytes, frame.memory.size);
+    core::FrameInfo info;
+    try {
+        info = frame.builder.finish(trailer, frame.memory.bytes, frame.memory.size);
+    } catch (const std::bad_alloc&) {
+        ++counters_.lost;
+        queued_.insert(queued_.begin(), frame.token);
+        return;
+    }
     if (trailer != nullptr && !info.incomplete) {
         failures_ = 0;
     }

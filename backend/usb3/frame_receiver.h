@@ -115,6 +115,7 @@ private:
     void loseTrack(bool clearHalt) ZEL_REQUIRES(mutex_);
     void findTrack();
     void decide(Frame& frame, bool mayDiscard) ZEL_REQUIRES(mutex_);
+    bool submitLeader() ZEL_REQUIRES(mutex_);
     void fill() ZEL_REQUIRES(mutex_);
     bool submitNext() ZEL_REQUIRES(mutex_);
     bool submit(Role role, std::size_t offset, std::size_t length) ZEL_REQUIRES(mutex_);
@@ -134,7 +135,8 @@ private:
     std::condition_variable returned_; ///< The last transfer came back.
     Mode mode_ ZEL_GUARDED_BY(mutex_) = Mode::Idle;
     std::unordered_map<core::BufferToken, Memory> announced_ ZEL_GUARDED_BY(mutex_);
-    std::deque<core::BufferToken> queued_ ZEL_GUARDED_BY(mutex_);
+    /// With room for all that are announced: what comes back needs no memory.
+    std::vector<core::BufferToken> queued_ ZEL_GUARDED_BY(mutex_);
     std::deque<Frame> frames_ ZEL_GUARDED_BY(mutex_); ///< The one that is received first.
     std::vector<std::unique_ptr<Slot>> slots_ ZEL_GUARDED_BY(mutex_);
     std::vector<Slot*> free_ ZEL_GUARDED_BY(mutex_);

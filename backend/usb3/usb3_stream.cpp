@@ -1,6 +1,7 @@
 #include "usb3/usb3_stream.h"
 
 #include "base/log.h"
+#include "base/operation_guard.h"
 #include "usb3/device_memory.h"
 
 #include <libusb.h>
@@ -180,7 +181,7 @@ ZelCamErr Usb3Stream::start(std::uint64_t frames)
         return code;
     }
     plannedPayload_ = plan.payload;
-    code = registers_.enableStream();
+    code = base::guarded([this] { return registers_.enableStream(); });
     if (code != ZelErr::kOk) {
         static_cast<void>(receiver_->stop());
         return code;
@@ -195,7 +196,7 @@ ZelCamErr Usb3Stream::stop(bool)
         return ZelErr::kGenTLResourceInUse;
     }
     runs_ = false;
-    static_cast<void>(registers_.disableStream(kStopPatience));
+    static_cast<void>(base::guarded([this] { return registers_.disableStream(kStopPatience); }));
     return receiver_->stop();
 }
 

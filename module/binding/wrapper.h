@@ -17,8 +17,7 @@ namespace binding
 template <class Self> class Wrapper : public Py::PythonExtension<Self>
 {
 public:
-    /// Constants of the class. One that has some hides this with its own, and answers them in
-    /// getattr.
+    /// Constants of the class. One that has some hides this with its own.
     static ConstantList constants() { return {}; }
 
     /// Makes the type known to the interpreter under the name that it has by then.
@@ -33,6 +32,21 @@ public:
             throw Py::Exception();
         }
     }
+
+    /// What a name means: a constant of the class goes first. The object layer's own look-up makes
+    /// texts, and would let go what they throw without memory.
+    Py::Object getattr(const char* name) final
+    {
+        return guarded([this, name] {
+            const Constant* constant = findConstant(Self::constants(), name);
+            return constant != nullptr ? Py::Long(constant->value)
+                                       : static_cast<Self*>(this)->attribute(name);
+        });
+    }
+
+    /// What a name means that is no constant. One that also knows `__name__` and `__doc__` of its
+    /// class hides this with its own.
+    Py::Object attribute(const char* name) { return getattr_methods(name); }
 
     /// What a name means that is no constant: the method of that name, and for `__names__` that no
     /// method has what every object has, such as `__class__`; AttributeError for all others.

@@ -31,9 +31,20 @@ gentl::Handle BufferQueues::announce(const Buffer& buffer)
                           "buffers with memory of producer and consumer cannot be mixed");
         }
     }
+    makeRoom();
     buffer->setHandle(handles_.add(buffer));
     announced_.push_back(buffer);
     return buffer->handle();
+}
+
+void BufferQueues::makeRoom()
+{
+    const std::size_t count = announced_.size() + 1;
+    if (announced_.capacity() < count) {
+        announced_.reserve(2 * count);
+    }
+    input_.reserve(announced_.capacity());
+    output_.reserve(announced_.capacity());
 }
 
 void BufferQueues::requireOwn(const Buffer& buffer) const
@@ -101,11 +112,10 @@ void BufferQueues::flush(std::int32_t operation)
 
 void BufferQueues::inputToOutput()
 {
-    std::deque<Buffer> moved;
-    moved.swap(input_);
-    for (const Buffer& buffer : moved) {
+    for (const Buffer& buffer : input_) {
         toOutput(buffer);
     }
+    input_.clear();
 }
 
 void BufferQueues::discardOutput()
@@ -206,10 +216,10 @@ Filling BufferQueues::startFilling()
     }
     if (input_.empty()) {
         toInput(output_.front());
-        output_.pop_front();
+        output_.erase(output_.begin());
     }
     const Buffer buffer = input_.front();
-    input_.pop_front();
+    input_.erase(input_.begin());
     buffer->state = BufferState::Filling;
     buffer->filling = ++fillings_;
     return {buffer, buffer->filling};
@@ -257,14 +267,14 @@ void BufferQueues::giveBack(const Filling& filling)
     const std::lock_guard lock(waitPoint_->mutex);
     if (isCurrent(filling)) {
         filling.buffer->state = BufferState::Input;
-        input_.push_front(filling.buffer);
+        input_.insert(input_.begin(), filling.buffer);
     }
 }
 
 gentl::NewBufferData BufferQueues::takeOutput()
 {
     const Buffer buffer = output_.front();
-    output_.pop_front();
+    output_.erase(output_.begin());
     buffer->state = BufferState::Delivered;
     return {buffer->handle(), buffer->userPointer()};
 }

@@ -8,7 +8,6 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
-#include <deque>
 #include <memory>
 #include <vector>
 
@@ -94,6 +93,7 @@ public:
 private:
     using Buffer = std::shared_ptr<AnnouncedBuffer>;
 
+    void makeRoom();
     void requireOwn(const Buffer& buffer) const;
     bool isCurrent(const Filling& filling) const;
     void toInput(const Buffer& buffer);
@@ -107,8 +107,9 @@ private:
     std::condition_variable engineWake_;
     HandlingMode mode_ = HandlingMode::OldestFirst;
     std::vector<Buffer> announced_;
-    std::deque<Buffer> input_;
-    std::deque<Buffer> output_;
+    // With room for all that are announced: moving a buffer on needs no memory.
+    std::vector<Buffer> input_;
+    std::vector<Buffer> output_;
     std::uint64_t fillings_ = 0;
     bool writing_ = false;
     bool closed_ = false;

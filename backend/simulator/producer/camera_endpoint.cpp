@@ -101,7 +101,11 @@ void CameraEndpoint::attach(const std::shared_ptr<CameraSession>& session,
 
 void CameraEndpoint::detach()
 {
-    model().sessionClosed(); // before a next session can begin
+    try {
+        model().sessionClosed(); // before a next session can begin
+    } catch (const std::bad_alloc&) {
+        // what it would have told somebody is lost; the camera is free all the same
+    }
     const std::lock_guard lock(mutex_);
     session_.reset();
     openAccess_ = gentl::kDeviceAccessNone;

@@ -35,9 +35,14 @@ gentl::Handle EventSource::add(std::int32_t type)
     if (ended_) {
         event->end();
     }
-    const gentl::Handle handle = handles_.add(event);
-    registrations_[type] = {handle, std::move(event)};
-    return handle;
+    Registration& registration = registrations_[type];
+    try {
+        registration = {handles_.add(event), event};
+    } catch (...) {
+        registrations_.erase(type);
+        throw;
+    }
+    return registration.handle;
 }
 
 void EventSource::remove(std::int32_t type)

@@ -190,12 +190,24 @@ void FrameEngine::carry(const FramePlan& plan)
         try {
             record = fill(plan, *filling.buffer);
         } catch (const std::bad_alloc&) {
-            record.newData = true;
-            makeIncomplete(&record, 0);
+            queues_.endWriting();
+            giveUp(plan, filling);
+            throw; // counted by the caller
         }
         queues_.endWriting();
     }
-    finish(plan, filling, std::move(record));
+    try {
+        finish(plan, filling, std::move(record));
+    } catch (const std::bad_alloc&) {
+        giveUp(plan, filling);
+        throw;
+    }
+    camera_.frameDone(plan);
+}
+
+void FrameEngine::giveUp(const FramePlan& plan, const Filling& filling)
+{
+    queues_.giveBack(filling);
     camera_.frameDone(plan);
 }
 

@@ -55,6 +55,7 @@ private:
     enum class Stop { None, Finish, Kill, Abandon };
 
     void run();
+    void giveUp(const FramePlan& plan, const Filling& filling);
     void carry(const FramePlan& plan);
     FrameRecord fill(const FramePlan& plan, const AnnouncedBuffer& buffer);
     FrameRecord render(const FramePlan& plan, void* memory, std::size_t capacity);

@@ -324,7 +324,12 @@ gentl::Handle InterfaceModule::openDevice(const std::string& id, std::int32_t ac
     auto opened = DeviceModule::open(handles(), handle(), device(id),
                                      static_cast<gentl::DeviceAccess>(access));
     const gentl::Handle deviceHandle = opened->handle();
-    open_.emplace(deviceHandle, std::move(opened));
+    try {
+        open_.emplace(deviceHandle, opened);
+    } catch (...) {
+        opened->close(); // the camera must not stay held
+        throw;
+    }
     return deviceHandle;
 }
 

@@ -8,6 +8,7 @@
 #include "simulator/producer/new_buffer_event.h"
 #include "simulator/producer/transport_type.h"
 
+#include <new>
 #include <system_error>
 #include <utility>
 
@@ -230,10 +231,25 @@ void StreamModule::start(std::int32_t flags, std::uint64_t frames)
     } catch (const std::system_error& error) {
         camera_->model().setTransportLocked(false);
         throw Failure(gentl::err::kResourceExhausted, error.what());
+    } catch (const std::bad_alloc&) {
+        camera_->model().setTransportLocked(false);
+        throw;
     }
     grabbing_ = true;
-    if (const auto device = device_.lock()) {
-        device->events().post(gentl::kEventFeatureChange, featureMessage("TLParamsLocked", "1"));
+    tellLocked("1");
+}
+
+// What was done is done, even when there is no memory to tell it.
+void StreamModule::tellLocked(const char* value)
+{
+    const auto device = device_.lock();
+    try {
+        if (device) {
+            device->events().post(gentl::kEventFeatureChange,
+                                  featureMessage("TLParamsLocked", value));
+        }
+    } catch (const std::bad_alloc&) {
+        return;
     }
 }
 
@@ -258,9 +274,7 @@ void StreamModule::stopEngine(bool kill)
     engine_.stop(kill);
     camera_->model().setTransportLocked(false);
     grabbing_ = false;
-    if (const auto device = device_.lock()) {
-        device->events().post(gentl::kEventFeatureChange, featureMessage("TLParamsLocked", "0"));
-    }
+    tellLocked("0");
 }
 
 void StreamModule::halt()

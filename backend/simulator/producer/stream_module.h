@@ -63,6 +63,7 @@ private:
     void closeChildren() override;
     bool definesPayloadSize() const;
     void requireStartable();
+    void tellLocked(const char* value);
     void stopEngine(bool kill);
 
     const std::weak_ptr<DeviceModule> device_;
