@@ -248,7 +248,7 @@ def failing(run_program, infos, gige_camera):
 
 @pytest.mark.measured
 def test_memory_is_refused_anywhere(failing):
-    failing(PROGRAM % (0.5 if IS_GIGE else 0.1, 1), 120)
+    failing(PROGRAM % (0.25 if IS_GIGE else 0.1, 1), 120)
 
 
 @pytest.mark.long
