@@ -56,13 +56,17 @@ private:
 ZelCamErr ControlChannel::connect(std::uint32_t device)
 {
     device_ = device;
+    // Without a descriptor left no way is found either, and that is not the camera's fault.
+    wake_ = base::UniqueFd(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
+    if (!wake_ || !UdpSocket(0).isOpen()) {
+        return ZelErr::kGenTLResourceExhausted;
+    }
     local_ = localAddressTowards(device);
     if (local_ == 0) {
         return ZelErr::kGenTLIo;
     }
     socket_ = UdpSocket(local_);
-    wake_ = base::UniqueFd(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
-    if (!socket_.isOpen() || !wake_) {
+    if (!socket_.isOpen()) {
         return ZelErr::kGenTLResourceExhausted;
     }
     return socket_.connectTo(device, wire::kControlPort) ? ZelErr::kOk : ZelErr::kGenTLIo;
