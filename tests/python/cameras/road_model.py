@@ -124,8 +124,11 @@ class Road:
 
     def stop(self, flags):
         if self.stream is not None:
-            self.said(self.stream.StopAcquisition(flags), self.runs, "StopAcquisition")
-            self.runs, self.stopped = False, True
+            answer = self.stream.StopAcquisition(flags)
+            if self.runs or not self.stopped:  # the one before may still be under way
+                self.said(answer, self.runs, "StopAcquisition")
+            self.stopped = self.stopped or self.runs
+            self.runs = False
 
     def trigger(self):
         if not self.works() or not self.runs or not self.queued:

@@ -217,10 +217,12 @@ def test_stopping_gives_up_the_frame_under_way_and_counts_it(device, camera, str
     for name, value in slow.items():
         setter = camera.SetFloatValue if name == "ExposureTime" else camera.SetIntegerValue
         assert setter(name, value), name
-    took = []
+    took, begun = [], device.GetTransportParameters().GetInt("StreamStartedFrameCount")
     for _ in range(5):
+        before = begun.GetValue()[1]
         assert stream.StartAcquisition()
-        assert stream.GetBuffer(60) is None, "it is under way"
+        assert stream.GetBuffer(60) is None
+        assert wait_for(lambda: begun.GetValue()[1] > before), "it is under way"
         start = time.perf_counter()
         assert stream.StopAcquisition(0)
         took.append(time.perf_counter() - start)
