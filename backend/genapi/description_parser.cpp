@@ -16,6 +16,9 @@ namespace genapi
 namespace
 {
 
+// Thirty times what real descriptions have: the parser takes 64 bytes for each.
+constexpr std::ptrdiff_t kMaxTags = 1000000;
+
 // Text is kept with its element, which saves a node for each.
 constexpr unsigned kParse =
     pugi::parse_cdata | pugi::parse_escapes | pugi::parse_eol | pugi::parse_embed_pcdata;
@@ -87,6 +90,10 @@ ZelCamErr readText(const std::string& document, std::string* made, std::string_v
     if (!base::isValidUtf8(*text)) {
         *made = base::toUtf8(*text);
         *text = *made;
+    }
+    if (std::count(text->begin(), text->end(), '<') > kMaxTags) {
+        *why = "there are too many elements";
+        return ZelErr::kParamTree;
     }
     // Entities exist only to be abused; no camera's description has a document type.
     if (text->find("<!DOCTYPE") == std::string_view::npos && !text->empty())

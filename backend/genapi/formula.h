@@ -110,7 +110,8 @@ class Formula
 {
 public:
     /// False for what is no formula, uses an unknown name, nests deeper than 250 or would grow
-    /// above 20,000 operations. Names are found exactly, else without regard to case.
+    /// above 20,000 operations or a million characters. Names are found exactly, else without
+    /// regard to case.
     bool compile(std::string_view text, bool isInteger, const std::vector<FormulaName>& names);
 
     /// How deep an evaluation recurses.

@@ -19,6 +19,8 @@ using Code = FormulaOp::Code;
 constexpr int kMaxDepth = 250;
 constexpr std::size_t kMaxOps = 20000;
 constexpr std::uint32_t kMaxHeight = 1500;
+// Characters, those of expressions each time that they are used. Real cameras stay below 3,000.
+constexpr std::size_t kMaxText = std::size_t{1} << 20U;
 
 struct Operator {
     std::string_view text;
@@ -75,6 +77,9 @@ public:
     {
         const std::string_view outer = rest_;
         rest_ = text;
+        textSize_ += text.size();
+        if (textSize_ > kMaxText)
+            return -1;
         const std::int32_t op = choice();
         const bool isWhole = skipBlanks().empty();
         rest_ = outer;
@@ -303,6 +308,7 @@ private:
     const bool isInteger_;
     std::vector<bool> isOpen_;
     std::string_view rest_;
+    std::size_t textSize_ = 0;
     int depth_ = 0;
 };
 

@@ -10,9 +10,11 @@ namespace
 {
 
 constexpr int kMaxGroupDepth = 16;
-// Real descriptions have 40,000 with their entries.
-constexpr std::size_t kMaxNodes = 400000;
-constexpr std::size_t kMaxLinks = 1000000;
+// Real descriptions have a tenth of these.
+constexpr std::size_t kMaxNodes = 150000;
+constexpr std::size_t kMaxLinks = 500000;
+// So many names that are stored alike were made to be.
+constexpr std::size_t kMaxAlike = 64;
 constexpr const char* kTooMuch = "there are too many elements";
 
 std::int64_t versionOf(const pugi::xml_node& root, const char* name)
@@ -20,11 +22,10 @@ std::int64_t versionOf(const pugi::xml_node& root, const char* name)
     return base::parseInteger(attributeOf(root, name)).value_or(1);
 }
 
-/// Conditions of a StructEntry stand in place of those of its StructReg.
-bool isCondition(LinkKind kind)
+/// Place among those conditions of a StructReg that its entries replace; above 2: none of them.
+std::size_t conditionOf(LinkKind kind)
 {
-    return kind == LinkKind::kImplemented || kind == LinkKind::kAvailable ||
-           kind == LinkKind::kLocked;
+    return static_cast<std::size_t>(kind) - static_cast<std::size_t>(LinkKind::kImplemented);
 }
 
 } // namespace
@@ -102,6 +103,9 @@ bool NodeReader::addNode(const pugi::xml_node& element, const Element* known, st
                          description_.byName.emplace(node.name, index).second || isInline;
     if (!isKnown)
         return refuse("two nodes are named " + std::string(node.name));
+    if (description_.byName.bucket_count() != 0 &&
+        description_.byName.bucket_size(description_.byName.bucket(node.name)) > kMaxAlike)
+        return refuse("too many names are alike");
     description_.nodes.push_back(node);
     elements_.push_back(element);
     const bool mayOwn = node.isRegister || node.kind == NodeKind::kEnumeration ||
@@ -139,7 +143,7 @@ bool NodeReader::readNode(std::int32_t index)
     Node& node = description_.at(index);
     current_ = elements_[static_cast<std::size_t>(index)];
     node.firstLink = static_cast<std::uint32_t>(description_.links.size());
-    ownLinks_ = 0;
+    inherited_.fill(-1);
     if (node.cell != index && !takeStructure(&node))
         return false;
     if (!readChildren(index))
@@ -163,10 +167,14 @@ bool NodeReader::takeStructure(Node* node)
     entry.displayName = entry.toolTip = entry.text = std::string_view();
     entry.kind = node->kind;
     entry.firstLink = node->firstLink;
-    for (std::uint32_t i = 0; i < structure.linkCount; ++i)
-        description_.links.push_back(description_.links[structure.firstLink + i]);
+    for (std::uint32_t i = 0; i < structure.linkCount; ++i) {
+        const Link link = description_.links[structure.firstLink + i];
+        const std::size_t condition = conditionOf(link.kind);
+        if (condition < inherited_.size() && inherited_[condition] < 0)
+            inherited_[condition] = static_cast<std::int64_t>(description_.links.size());
+        description_.links.push_back(link);
+    }
     *node = entry;
-    ownLinks_ = description_.links.size();
     return true;
 }
 
@@ -250,13 +258,10 @@ bool NodeReader::add(Node* node, const Link& link)
         node->overlay = static_cast<std::int32_t>(description_.overlays.size());
         description_.overlays.push_back(overlay);
     }
-    if (isCondition(link.kind)) {
-        for (std::size_t i = node->firstLink; i < ownLinks_; ++i) {
-            if (description_.links[i].kind == link.kind) {
-                description_.links[i] = link;
-                return true;
-            }
-        }
+    const std::size_t condition = conditionOf(link.kind);
+    if (condition < inherited_.size() && inherited_[condition] >= 0) {
+        description_.links[static_cast<std::size_t>(inherited_[condition])] = link;
+        return true;
     }
     description_.links.push_back(link);
     node->linkCount = static_cast<std::uint32_t>(description_.links.size()) - node->firstLink;

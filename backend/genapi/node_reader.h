@@ -6,9 +6,13 @@
 
 #include <pugixml.hpp>
 
+#include <array>
 #include <cstddef>
+#include <cstdint>
+#include <map>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace genapi
@@ -47,6 +51,7 @@ private:
     bool readIndexed(Link* link, const pugi::xml_node& child);
     bool readReference(Link* link, const pugi::xml_node& child);
     bool readVariable(Link* link, std::string_view name);
+    std::int32_t entryOf(std::int32_t enumeration, std::string_view name);
     bool readProperty(Node* node, Property property, std::string_view text);
     /// Properties of values, ports and registers.
     bool readShape(Node* node, Property property, std::string_view text);
@@ -56,8 +61,10 @@ private:
     const char* faultOf(const Node& node) const;
 
     Description& description_;
-    std::vector<pugi::xml_node> elements_; ///< By node.
-    std::size_t ownLinks_ = 0; ///< Links of a StructEntry before this are its StructReg's.
+    std::vector<pugi::xml_node> elements_;    ///< By node.
+    std::array<std::int64_t, 3> inherited_{}; ///< Conditions that an entry has of its StructReg.
+    /// Entries by their enumeration and name, once asked for.
+    std::map<std::pair<std::int32_t, std::string_view>, std::int32_t> entries_;
     std::string why_;
     std::ptrdiff_t place_ = -1;
     pugi::xml_node current_;

@@ -128,19 +128,28 @@ bool NodeReader::readVariable(Link* link, std::string_view name)
         if (at == std::string_view::npos)
             continue;
         link->aspect = Aspect::kEntry;
-        const std::string_view symbol = name.substr(at + infix.size());
-        // Entries follow their enumeration; their own elements may not have been read yet.
-        const auto first = static_cast<std::size_t>(link->target) + 1;
-        for (std::size_t i = first;
-             i < description_.nodes.size() && description_.nodes[i].kind == NodeKind::kEnumEntry;
-             ++i) {
-            if (description_.nodes[i].name == symbol)
-                link->extra = static_cast<std::int32_t>(i);
-        }
+        link->extra = entryOf(link->target, name.substr(at + infix.size()));
         if (link->extra < 0)
             return false;
     }
     return !name.empty();
+}
+
+std::int32_t NodeReader::entryOf(std::int32_t enumeration, std::string_view name)
+{
+    if (entries_.empty()) {
+        // Entries follow their enumeration.
+        std::int32_t owner = -1;
+        for (std::size_t i = 0; i < description_.nodes.size(); ++i) {
+            const Node& node = description_.nodes[i];
+            if (node.kind != NodeKind::kEnumEntry)
+                owner = static_cast<std::int32_t>(i);
+            else
+                entries_[{owner, node.name}] = static_cast<std::int32_t>(i);
+        }
+    }
+    const auto found = entries_.find({enumeration, name});
+    return found != entries_.end() ? found->second : -1;
 }
 
 bool NodeReader::readProperty(Node* node, Property property, std::string_view text)
