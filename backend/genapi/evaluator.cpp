@@ -67,7 +67,7 @@ Evaluator::Evaluator(FeatureSource& source, Description description)
       dependents_(description_),
       countsOnNetworkOrder_(description_.isOldSchema && source.hasNetworkByteOrder()),
       cells_(description_.nodes.size()), known_(description_.nodes.size()),
-      changed_(2 * description_.nodes.size())
+      values_(description_.nodes.size()), changed_(2 * description_.nodes.size())
 {
 }
 
@@ -148,6 +148,26 @@ template <class Value> ZelCamErr Evaluator::read(std::int32_t index, Value* valu
 }
 
 template <class Value> ZelCamErr Evaluator::readOwn(std::int32_t index, Value* value)
+{
+    // What leads to the place of a write is checked each time.
+    if (isVerifying_ || !mayKeep(index, Part::kValue))
+        return findValue(index, value);
+    KnownValue& known = values_[static_cast<std::size_t>(index)];
+    if (known.then != 0 && holds(index, Part::kValue, known.then)) {
+        *value = std::is_integral_v<Value> ? static_cast<Value>(known.integer)
+                                           : static_cast<Value>(known.real);
+        return ZelErr::kOk;
+    }
+    const std::uint64_t then = now();
+    const ZelCamErr result = findValue(index, value);
+    if (result == ZelErr::kOk && std::is_integral_v<Value>)
+        known = {then, static_cast<std::int64_t>(*value), 0.0};
+    else if (result == ZelErr::kOk)
+        known = {then, 0, static_cast<double>(*value)};
+    return result;
+}
+
+template <class Value> ZelCamErr Evaluator::findValue(std::int32_t index, Value* value)
 {
     const Node& node = at(index);
     switch (node.kind) {

@@ -121,6 +121,13 @@ private:
         std::array<std::uint8_t, 8> bytes{};
     };
 
+    /// The value of a node in its own arithmetic.
+    struct KnownValue {
+        std::uint64_t then = 0; ///< now() from before it was read; 0: not known.
+        std::int64_t integer = 0;
+        double real = 0.0;
+    };
+
     struct KnownAccess {
         std::uint64_t then = 0; ///< 0: for the operation only.
         std::uint64_t operation = 0;
@@ -169,8 +176,9 @@ private:
     ZelCamErr registerLimit(const Node& node, Bound bound, double* value);
     ZelCamErr readTextRegister(const Node& node, std::string* value);
 
-    /// The value in the arithmetic of the node itself.
+    /// The value in the arithmetic of the node itself, kept or worked out.
     template <class Value> ZelCamErr readOwn(std::int32_t node, Value* value);
+    template <class Value> ZelCamErr findValue(std::int32_t node, Value* value);
     /// An enumeration's number is an entry's; while verifying an integer is inside its range.
     ZelCamErr checkRead(std::int32_t node, std::int64_t value);
     ZelCamErr checkEntryRead(const Node& node, std::int64_t value, double* numeric);
@@ -201,6 +209,7 @@ private:
     /// Cells by the blocks of the device's memory that they were read from.
     std::unordered_map<std::uint64_t, std::vector<std::int32_t>> cellsAt_;
     std::vector<KnownAccess> known_;
+    std::vector<KnownValue> values_;
     std::unordered_map<const Link*, Formula> formulas_;
     std::unordered_map<const Link*, std::string> heldTexts_;
     std::vector<std::uint64_t> changed_; ///< When, by place of Dependents.

@@ -13,12 +13,11 @@ namespace
 std::shared_ptr<Port> portOf(Library& library, gentl::Handle handle)
 {
     const auto object = library.handles().find(handle);
-    if (std::dynamic_pointer_cast<AnnouncedBuffer>(object)) {
-        throw Failure(gentl::err::kNotImplemented, "buffers have no port");
-    }
     auto port = std::dynamic_pointer_cast<Port>(object);
     if (!port) {
-        throw Failure(gentl::err::kInvalidHandle, "invalid port handle");
+        const bool isBuffer = std::dynamic_pointer_cast<AnnouncedBuffer>(object) != nullptr;
+        throw isBuffer ? Failure(gentl::err::kNotImplemented, "buffers have no port")
+                       : Failure(gentl::err::kInvalidHandle, "invalid port handle");
     }
     return port;
 }
