@@ -34,7 +34,8 @@ constexpr ConstantList listOf(const std::array<Constant, Size>& constants)
 inline const Constant* findConstant(const ConstantList& constants, const char* name)
 {
     for (const Constant& constant : constants) {
-        if (std::strcmp(constant.name, name) == 0) {
+        // Methods are looked up here first, and few begin like a constant.
+        if (constant.name[0] == name[0] && std::strcmp(constant.name, name) == 0) {
             return &constant;
         }
     }

@@ -100,8 +100,12 @@ Py::Object byteArray(const void* data, std::uint64_t size)
         static_cast<const char*>(data), data != nullptr ? static_cast<Py_ssize_t>(size) : 0));
 }
 
-Py::Object noValue() { return Py::TupleN(Py::False(), Py::None()); }
+// The answers of every reader: the object layer would look at each item anew.
+Py::Object noValue() { return owned(PyTuple_Pack(2, Py_False, Py_None)); }
 
-Py::Object someValue(const Py::Object& value) { return Py::TupleN(Py::True(), value); }
+Py::Object someValue(const Py::Object& value)
+{
+    return owned(PyTuple_Pack(2, Py_True, value.ptr()));
+}
 
 } // namespace binding
