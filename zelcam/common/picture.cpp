@@ -3,6 +3,7 @@
 #include "common/failure.h"
 #include "common/printer.h"
 #include "common/rgb.h"
+#include "zel_image/pixel_format_table.h"
 
 #include <array>
 
@@ -15,22 +16,6 @@ namespace
 constexpr int kUnpacked = 0;
 constexpr int kColour = 1;
 constexpr int kShown = 2;
-
-/// The unpacked type into which the unpacker turns a packed one; 0 for others.
-ZelPixelType unpackedType(ZelPixelType type)
-{
-    const bool deep = ZelPixel::depth(type) == 12;
-    if (ZelPixel::family(type) == ZelPixel::kFamilyMono) {
-        return deep ? ZelPixel::kMono12 : ZelPixel::kMono10;
-    }
-    if (ZelPixel::family(type) != ZelPixel::kFamilyBayer) {
-        return 0;
-    }
-    // Rows of the packed types: for each of the orders GR, RG, GB, BG first p, then Packed.
-    const std::uint32_t first = ZelPixel::row(deep ? ZelPixel::kBayerGR12p : ZelPixel::kBayerGR10p);
-    const std::uint32_t order = (ZelPixel::row(type) - first) / 2;
-    return (deep ? ZelPixel::kBayerGR12 : ZelPixel::kBayerGR10) + order;
-}
 
 } // namespace
 
@@ -118,9 +103,11 @@ const ZelImage& PictureMaker::full(const ZelImage* source)
     }
     const ZelImage* image = source;
     if (ZelPixel::packing(image->pixelType) != ZelPixel::kPackingNone) {
-        if (const ZelPixelType target = unpackedType(image->pixelType); target != 0) {
-            image = &unpacked(*image, target);
+        const ZelPixelType target = ZelPixel::unpackedOf(image->pixelType);
+        if (target == 0) {
+            return converted(*image);
         }
+        image = &unpacked(*image, target);
     }
     switch (ZelPixel::family(image->pixelType)) {
     case ZelPixel::kFamilyMono:
