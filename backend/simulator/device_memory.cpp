@@ -4,15 +4,16 @@
 #include "gentl_abi/gentl_abi.h"
 
 #include <cstring>
+#include <new>
 
 namespace simulator
 {
 
 DeviceMemory::DeviceMemory(CameraContext& context)
-    : user_(kUserMemorySize), factory_(kFactoryMemorySize)
+    : user_(static_cast<unsigned char*>(std::calloc(1, kUserMemorySize)))
 {
-    for (std::size_t i = 0; i < factory_.size(); ++i) {
-        factory_[i] = static_cast<unsigned char>(i % 251);
+    if (user_ == nullptr) {
+        throw std::bad_alloc();
     }
     FeatureTable& table = context.table;
     table.category("DeviceMemoryControl", "Memory that can be reached by its address.");
@@ -34,11 +35,14 @@ DeviceMemory::DeviceMemory(CameraContext& context)
 std::int32_t DeviceMemory::read(std::uint64_t address, void* data, std::size_t size) const
 {
     if (liesIn(address, size, kUserMemoryBase, kUserMemorySize)) {
-        std::memcpy(data, user_.data() + (address - kUserMemoryBase), size);
+        std::memcpy(data, user_.get() + (address - kUserMemoryBase), size);
         return gentl::err::kSuccess;
     }
     if (liesIn(address, size, kFactoryMemoryBase, kFactoryMemorySize)) {
-        std::memcpy(data, factory_.data() + (address - kFactoryMemoryBase), size);
+        auto* const bytes = static_cast<unsigned char*>(data);
+        for (std::size_t i = 0; i < size; ++i) {
+            bytes[i] = static_cast<unsigned char>((address - kFactoryMemoryBase + i) % 251);
+        }
         return gentl::err::kSuccess;
     }
     return liesIn(address, size, kProtectedBase, kProtectedSize) ? gentl::err::kAccessDenied
@@ -48,7 +52,7 @@ std::int32_t DeviceMemory::read(std::uint64_t address, void* data, std::size_t s
 std::int32_t DeviceMemory::write(std::uint64_t address, const void* data, std::size_t size)
 {
     if (liesIn(address, size, kUserMemoryBase, kUserMemorySize)) {
-        std::memcpy(user_.data() + (address - kUserMemoryBase), data, size);
+        std::memcpy(user_.get() + (address - kUserMemoryBase), data, size);
         return gentl::err::kSuccess;
     }
     const bool isKnown = liesIn(address, size, kFactoryMemoryBase, kFactoryMemorySize) ||

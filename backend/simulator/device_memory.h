@@ -5,8 +5,8 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <string>
-#include <vector>
+#include <cstdlib>
+#include <memory>
 
 namespace simulator
 {
@@ -33,8 +33,10 @@ public:
     std::int32_t write(std::uint64_t address, const void* data, std::size_t size);
 
 private:
-    std::vector<unsigned char> user_;
-    std::vector<unsigned char> factory_;
+    struct Free {
+        void operator()(unsigned char* memory) const { std::free(memory); }
+    };
+    std::unique_ptr<unsigned char, Free> user_; ///< Pages that nobody wrote take no room.
 };
 
 /// Whether all of [address, address + size) lies in [base, base + length).

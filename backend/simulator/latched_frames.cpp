@@ -24,9 +24,6 @@ LatchedFrames::LatchedFrames(CameraContext& context, PictureSections sections)
         std::string error;
         scenes_ = loadScenes(context.config.imageSource, &error);
     }
-    if (scenes_.empty()) {
-        scenes_.push_back(Scene::generated());
-    }
 }
 
 void LatchedFrames::latch(FramePlan& plan, double exposureUs)
@@ -39,6 +36,9 @@ void LatchedFrames::latch(FramePlan& plan, double exposureUs)
         sections_.lut.fill(settings);
         settings.exposureUs = exposureUs;
         settings.seed = context_.config.seed;
+        if (scenes_.empty()) {
+            scenes_.push_back(Scene::generated()); // Who takes no picture needs none.
+        }
         renderer_ = std::make_shared<PictureRenderer>(settings, scenes_);
         context_.pictureIsStale = false;
     }
