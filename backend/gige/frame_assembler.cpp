@@ -25,7 +25,7 @@ constexpr std::uint64_t kLateness = 64;
 // A frame at its end that nothing follows is asked for after the time of so many packets, within
 // these bounds.
 constexpr int kTailPackets = 128;
-constexpr std::chrono::milliseconds kShortestTailSilence{1};
+constexpr std::chrono::milliseconds kShortestTailSilence{2};
 constexpr std::chrono::milliseconds kLongestTailSilence{20};
 // Unless so much is missing that the sender rather pauses.
 constexpr std::uint32_t kLongestTail = 64;
@@ -348,10 +348,11 @@ void FrameAssembler::runTimers(Clock::time_point now)
             continue;
         }
         if (mayAskForTail(*block) && silence > tailSilence(*block)) {
-            // A sender that only pauses refuses, and that does no harm.
+            // A sender that only pauses refuses, and that does no harm. Asked for again and again
+            // they would use up what the frame may ask for.
             block->setTailAsked();
-            block->plan().add(block->nextIndex(), block->nextIndex() + block->remaining() - 1,
-                              settings_.resend, now);
+            block->plan().addGuess(block->nextIndex(), block->nextIndex() + block->remaining() - 1,
+                                   settings_.resend, now);
         }
         block->plan().run(
             now, settings_.resend,

@@ -19,6 +19,14 @@ void ResendPlan::add(std::uint32_t first, std::uint32_t last, const ResendRules&
     runs_.push_back({first, last, due, 0});
 }
 
+void ResendPlan::addGuess(std::uint32_t first, std::uint32_t last, const ResendRules& rules,
+                          Clock::time_point now)
+{
+    if (runs_.size() < kMostRuns) {
+        runs_.push_back({first, last, now, rules.tries - 1});
+    }
+}
+
 void ResendPlan::refuse(std::uint32_t packet, bool allBefore)
 {
     std::vector<Run>& kept = scratch_;

@@ -41,6 +41,9 @@ public:
     /// A gap was seen now.
     void add(std::uint32_t first, std::uint32_t last, const ResendRules& rules,
              Clock::time_point now);
+    /// These may be missing: they are asked for once, now.
+    void addGuess(std::uint32_t first, std::uint32_t last, const ResendRules& rules,
+                  Clock::time_point now);
     /// The device says that it cannot send this packet again, or none up to it.
     void refuse(std::uint32_t packet, bool allBefore);
     /// Nothing beyond this one exists.
