@@ -51,6 +51,9 @@ class ServedCameras:
     def is_alive(self):
         return self.process.poll() is None
 
+    def kill(self):
+        self.end(kill=True)
+
     def end(self, kill=False):
         """Ends the cameras; returns the exit code and what they wrote to standard error."""
         if kill:

@@ -183,6 +183,24 @@ def test_read_only_features_refuse(camera):
     assert refused >= 5
 
 
+def test_what_is_automatic_cannot_be_written(every_camera, lacks):
+    lacks("sets nothing by itself")
+    for device in every_camera():
+        camera = device.GetCameraParameters()
+        reset(camera)
+        for auto, value in (("ExposureAuto", "ExposureTime"), ("GainAuto", "Gain"),
+                            ("BalanceWhiteAuto", "BalanceRatio")):
+            if camera.GetParam(auto) is None:
+                assert value == "BalanceRatio", "of cameras without colours"
+                continue
+            middle = camera.GetFloat(value).GetMin()[1] + 1.0
+            for mode in ("Continuous", "Off"):
+                assert camera.SetEnumValueStr(auto, mode)
+                assert camera.GetParam(value).IsWritable() == (mode == "Off"), (auto, mode)
+                assert camera.SetFloatValue(value, middle) == (mode == "Off"), (auto, mode)
+                assert mode == "Off" or camera.GetLastError() == -40202
+
+
 def test_features_are_locked_while_frames_come(camera, running, lacks):
     lacks("does not lock its features")
     for name in ("Width", "Height", "BinningHorizontal"):

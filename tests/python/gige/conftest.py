@@ -1,4 +1,5 @@
-"""A GigE Vision camera on loopback in a process of its own; the simulated cameras are hidden."""
+"""GigE Vision cameras on loopback in processes of their own, ours and the one inside Aravis; those of
+the simulator that is compiled in are hidden."""
 
 import os
 import pathlib
@@ -8,6 +9,8 @@ os.environ["ZELCAM_VISION"] = "lo"
 os.environ["ZELCAM_SIMULATOR"] = "off"
 
 import pytest
+
+from served_cameras import serve  # noqa: F401, a fixture
 
 PROGRAM = pathlib.Path(os.environ.get("ZELCAM_TEST_BUILD", "build")) / "bin" / "zel_test_gige_camera"
 
@@ -52,6 +55,17 @@ def start_camera():
     for camera in cameras:
         if camera.process.poll() is None:
             camera.kill()
+
+
+@pytest.fixture(params=["served", "library"])
+def start_any(request, serve, start_camera):
+    """start_any(serial) starts a camera of ours, then one of somebody else: for what is true of any."""
+    def start(serial):
+        if request.param == "library":
+            return start_camera(serial)
+        return serve("127.0.0.1", config={"interfaces": [{"type": "GEV", "cameras": [
+            {"serialNumber": serial, "width": 512, "height": 512, "maxFrameRate": 1000}]}]})
+    return start
 
 
 @pytest.fixture(scope="session")

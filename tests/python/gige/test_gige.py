@@ -20,10 +20,10 @@ def frames(stream, count, timeout=3000):
         assert stream.QueueBuffer(buffer)
 
 
-def test_discovery_and_identity(zel, interface, start_camera):
+def test_discovery_and_identity(zel, interface, start_any):
     interface.ReEnumerateDevices(200)
     assert interface.GetDeviceInfoList() == []
-    start_camera("G1")
+    start_any("G1")
     for wait, changed in ((300, True), (50, False)):
         start = time.perf_counter()
         assert interface.ReEnumerateDevices(wait) == (True, changed)
@@ -41,8 +41,8 @@ def test_discovery_and_identity(zel, interface, start_camera):
     default.Release()
 
 
-def test_another_client_keeps_its_camera(zel, interface, start_camera, open_by_serial, run_program):
-    start_camera("G2")
+def test_another_client_keeps_its_camera(zel, interface, start_any, open_by_serial, run_program):
+    start_any("G2")
     open_by_serial("G2")
     run_program("""
 import libZelCameraApiPy as zel
@@ -96,9 +96,9 @@ def test_frames_parameters_pictures_and_settings(zel, start_camera, open_by_seri
     stream.Release()
 
 
-def test_the_camera_is_given_back_by_its_owner_alone(interface, start_camera, run_program):
+def test_the_camera_is_given_back_by_its_owner_alone(interface, start_any, run_program):
     """At the end of the process that opened it, not of a child that was forked."""
-    start_camera("GB")
+    start_any("GB")
     run_program("""
 import os, sys, time
 import libZelCameraApiPy as zel
@@ -111,7 +111,7 @@ if child == 0:
     sys.exit(0)
 assert os.waitpid(child, 0)[1] == 0
 time.sleep(1.5)  # the watch would have noticed
-assert device.GetCameraParameters().SetIntegerValue("Width", 100)
+assert device.GetCameraParameters().SetIntegerValue("Width", 256)
 raise SystemExit(3)
 """, code=3)
     while not interface.GetDeviceInfoList():
@@ -252,20 +252,19 @@ def test_a_camera_that_ran_before_the_start_gives_no_old_frames(start_camera, op
         assert stream.FlushBuffers(stream.Flush_AllToInput)
 
 
-def test_a_restarted_camera_is_noticed_and_reopened(zel, interface, start_camera, open_by_serial,
+def test_a_restarted_camera_is_noticed_and_reopened(zel, interface, start_any, open_by_serial,
                                                     messages):
-    camera = start_camera("G7", "bytes", "events")
+    camera = start_any("G7")
     device = open_by_serial("G7")
     stream = device.GetStreamByIndex(0)
     assert stream.AllocBufferQueue(6) and stream.StartAcquisition()
-    assert all(is_whole(buffer) for _, _, buffer in frames(stream, 3))
+    assert not any(incomplete for _, incomplete, _ in frames(stream, 3))
     camera.kill()
     start = time.monotonic()
     while True:
         buffer = stream.GetBuffer(10000)
         if buffer is None:
             break
-        assert is_whole(buffer) or buffer.IsIncomplete(), "killed in the middle of a frame"
     noticed = time.monotonic() - start
     assert noticed < 8 and stream.GetLastError() not in (0, -1011)
     parameters = device.GetCameraParameters()
@@ -274,22 +273,22 @@ def test_a_restarted_camera_is_noticed_and_reopened(zel, interface, start_camera
     start = time.monotonic()
     device.Release()
     assert time.monotonic() - start < 1, "nobody waits for what is gone"
-    start_camera("G7", "bytes")
+    start_any("G7")
     again = open_by_serial("G7")
     stream = again.GetStreamByIndex(0)
     assert stream.AllocBufferQueue(6) and stream.StartAcquisition()
-    assert all(is_whole(buffer) for _, _, buffer in frames(stream, 3))
+    assert not any(incomplete for _, incomplete, _ in frames(stream, 3))
     stream.Release()
     messages()
 
 
 @pytest.mark.long
-def test_ten_thousand_frames(start_camera, open_by_serial):
-    start_camera("G8")
+def test_ten_thousand_frames(start_any, open_by_serial):
+    start_any("G8")
     device = open_by_serial("G8")
     camera, transport = device.GetCameraParameters(), device.GetTransportParameters()
     assert camera.SetIntegerValue("Width", 512) and camera.SetIntegerValue("Height", 512)
-    camera.SetFloatValue("ExposureTimeAbs", 10.0)
+    camera.SetFloatValue("ExposureTimeAbs", 10.0) or camera.SetFloatValue("ExposureTime", 10.0)
     camera.SetFloatValue("AcquisitionFrameRate", 1000.0)
     stream = device.GetStreamByIndex(0)
     assert stream.AllocBufferQueue(32) and stream.StartAcquisition()
@@ -305,8 +304,8 @@ def test_ten_thousand_frames(start_camera, open_by_serial):
 
 
 @pytest.mark.long
-def test_a_quiet_camera_costs_nothing(start_camera, open_by_serial):
-    start_camera("G9")
+def test_a_quiet_camera_costs_nothing(start_any, open_by_serial):
+    start_any("G9")
     open_by_serial("G9")
     before = time.process_time()
     time.sleep(10)
