@@ -39,45 +39,4 @@ std::vector<std::int32_t> Description::entriesOf(const Node& node) const
     return entries;
 }
 
-bool isIntegerKind(NodeKind kind)
-{
-    switch (kind) {
-    case NodeKind::kInteger:
-    case NodeKind::kIntReg:
-    case NodeKind::kMaskedIntReg:
-    case NodeKind::kStructEntry:
-    case NodeKind::kIntSwissKnife:
-    case NodeKind::kIntConverter:
-        return true;
-    default:
-        return false;
-    }
-}
-
-bool isFloatKind(NodeKind kind)
-{
-    switch (kind) {
-    case NodeKind::kFloat:
-    case NodeKind::kFloatReg:
-    case NodeKind::kSwissKnife:
-    case NodeKind::kConverter:
-        return true;
-    default:
-        return false;
-    }
-}
-
-bool isFormulaKind(NodeKind kind)
-{
-    switch (kind) {
-    case NodeKind::kIntSwissKnife:
-    case NodeKind::kSwissKnife:
-    case NodeKind::kIntConverter:
-    case NodeKind::kConverter:
-        return true;
-    default:
-        return false;
-    }
-}
-
 } // namespace genapi

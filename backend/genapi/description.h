@@ -13,7 +13,7 @@
 namespace genapi
 {
 
-/// Element names that make a node.
+/// Element names that make a node. Kinds of whole numbers stand together, and those of floats.
 enum class NodeKind : std::uint8_t {
     kOther, ///< A node without a value for us: Node, ConfRom, IntKey, StructReg itself ...
     kCategory,
@@ -221,8 +221,18 @@ public:
 };
 
 /// Kinds whose value is a whole number, enumerations and booleans left out.
-bool isIntegerKind(NodeKind kind);
-bool isFloatKind(NodeKind kind);
-bool isFormulaKind(NodeKind kind);
+constexpr bool isIntegerKind(NodeKind kind)
+{
+    return kind >= NodeKind::kInteger && kind <= NodeKind::kIntConverter;
+}
+constexpr bool isFloatKind(NodeKind kind)
+{
+    return kind >= NodeKind::kFloat && kind <= NodeKind::kConverter;
+}
+constexpr bool isFormulaKind(NodeKind kind)
+{
+    return kind == NodeKind::kIntSwissKnife || kind == NodeKind::kIntConverter ||
+           kind == NodeKind::kSwissKnife || kind == NodeKind::kConverter;
+}
 
 } // namespace genapi

@@ -9,12 +9,13 @@ namespace
 using Kind = NodeKind;
 using Link = LinkKind;
 
-struct NodeRow {
+/// What an element is, by its name.
+template <class Meaning> struct Row {
     std::string_view tag;
-    Kind kind;
+    Meaning meaning;
 };
 
-constexpr NodeRow kNodes[] = {
+constexpr Row<Kind> kNodes[] = {
     {"AdvFeatureLock", Kind::kOther},
     {"Boolean", Kind::kBoolean},
     {"Category", Kind::kCategory},
@@ -36,73 +37,63 @@ constexpr NodeRow kNodes[] = {
     {"TextDesc", Kind::kOther},
 };
 
-constexpr NodeRow kRegisters[] = {
+constexpr Row<Kind> kRegisters[] = {
     {"FloatReg", Kind::kFloatReg},         {"IntReg", Kind::kIntReg},
     {"MaskedIntReg", Kind::kMaskedIntReg}, {"Register", Kind::kRegister},
     {"StringReg", Kind::kStringReg},       {"StructEntry", Kind::kStructEntry},
     {"StructReg", Kind::kOther},
 };
 
-struct LinkRow {
-    std::string_view tag;
-    Link kind;
+constexpr Row<Link> kReferences[] = {
+    {"pAddress", Link::kAddress},
+    {"pAlias", Link::kOther},
+    {"pCastAlias", Link::kOther},
+    {"pChunkID", Link::kChunkId},
+    {"pCommandValue", Link::kCommandValue},
+    {"pEnumEntry", Link::kEntry},
+    {"pError", Link::kError},
+    {"pFeature", Link::kFeature},
+    {"pInc", Link::kIncrement},
+    {"pIndex", Link::kIndex},
+    {"pInvalidator", Link::kInvalidator},
+    {"pIsAvailable", Link::kAvailable},
+    {"pIsImplemented", Link::kImplemented},
+    {"pIsLocked", Link::kLocked},
+    {"pLength", Link::kLength},
+    {"pMax", Link::kMax},
+    {"pMin", Link::kMin},
+    {"pPort", Link::kPort},
+    {"pSelected", Link::kSelected},
+    {"pValue", Link::kValue},
+    {"pValueCopy", Link::kValueCopy},
+    {"pValueDefault", Link::kValueDefault},
+    {"pValueIndexed", Link::kValueIndexed},
+    {"pVariable", Link::kVariable},
 };
 
-constexpr LinkRow kReferences[] =
-    {
-        {"pAddress", Link::kAddress},
-        {"pAlias", Link::kOther},
-        {"pCastAlias", Link::kOther},
-        {"pChunkID", Link::kChunkId},
-        {"pCommandValue", Link::kCommandValue},
-        {"pEnumEntry", Link::kEntry},
-        {"pError", Link::kError},
-        {"pFeature", Link::kFeature},
-        {"pInc", Link::kIncrement},
-        {"pIndex", Link::kIndex},
-        {"pInvalidator", Link::kInvalidator},
-        {"pIsAvailable", Link::kAvailable},
-        {"pIsImplemented", Link::kImplemented},
-        {"pIsLocked", Link::kLocked},
-        {"pLength", Link::kLength},
-        {"pMax", Link::kMax},
-        {"pMin", Link::kMin},
-        {"pPort", Link::kPort},
-        {"pSelected", Link::kSelected},
-        {"pValue", Link::kValue},
-        {"pValueCopy", Link::kValueCopy},
-        {"pValueDefault", Link::kValueDefault},
-        {"pValueIndexed", Link::kValueIndexed},
-        {"pVariable", Link::kVariable},
-},
-                  kNumbers[] = {
-                      {"Address", Link::kAddress},
-                      {"CommandValue", Link::kCommandValue},
-                      {"Constant", Link::kConstant},
-                      {"Inc", Link::kIncrement},
-                      {"Max", Link::kMax},
-                      {"Min", Link::kMin},
-                      {"NumericValue", Link::kNumericValue},
-                      {"OffValue", Link::kOffValue},
-                      {"OnValue", Link::kOnValue},
-                      {"Value", Link::kValue},
-                      {"ValueDefault", Link::kValueDefault},
-                      {"ValueIndexed", Link::kValueIndexed},
+constexpr Row<Link> kNumbers[] = {
+    {"Address", Link::kAddress},
+    {"CommandValue", Link::kCommandValue},
+    {"Constant", Link::kConstant},
+    {"Inc", Link::kIncrement},
+    {"Max", Link::kMax},
+    {"Min", Link::kMin},
+    {"NumericValue", Link::kNumericValue},
+    {"OffValue", Link::kOffValue},
+    {"OnValue", Link::kOnValue},
+    {"Value", Link::kValue},
+    {"ValueDefault", Link::kValueDefault},
+    {"ValueIndexed", Link::kValueIndexed},
 };
 
-constexpr LinkRow kTexts[] = {
+constexpr Row<Link> kTexts[] = {
     {"Expression", Link::kExpression},
     {"Formula", Link::kFormula},
     {"FormulaFrom", Link::kFormula},
     {"FormulaTo", Link::kFormulaTo},
 };
 
-struct PropertyRow {
-    std::string_view tag;
-    Property property;
-};
-
-constexpr PropertyRow kProperties[] = {
+constexpr Row<Property> kProperties[] = {
     {"ToolTip", Property::kToolTip},
     {"Description", Property::kDescription},
     {"DisplayName", Property::kDisplayName},
@@ -135,17 +126,17 @@ public:
     constexpr Elements()
     {
         for (const auto& row : kNodes)
-            add({row.tag, ElementRole::kNode, row.kind});
+            add({row.tag, ElementRole::kNode, row.meaning});
         for (const auto& row : kRegisters)
-            add({row.tag, ElementRole::kNode, row.kind, Link::kOther, Property::kNone, true});
+            add({row.tag, ElementRole::kNode, row.meaning, Link::kOther, Property::kNone, true});
         for (const auto& row : kReferences)
-            add({row.tag, ElementRole::kReference, Kind::kOther, row.kind});
+            add({row.tag, ElementRole::kReference, Kind::kOther, row.meaning});
         for (const auto& row : kNumbers)
-            add({row.tag, ElementRole::kNumber, Kind::kOther, row.kind});
+            add({row.tag, ElementRole::kNumber, Kind::kOther, row.meaning});
         for (const auto& row : kTexts)
-            add({row.tag, ElementRole::kText, Kind::kOther, row.kind});
+            add({row.tag, ElementRole::kText, Kind::kOther, row.meaning});
         for (const auto& row : kProperties)
-            add({row.tag, ElementRole::kProperty, Kind::kOther, Link::kOther, row.property});
+            add({row.tag, ElementRole::kProperty, Kind::kOther, Link::kOther, row.meaning});
     }
 
     const Element* find(std::string_view tag) const

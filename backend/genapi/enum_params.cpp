@@ -147,13 +147,7 @@ ZelGenParam::EnumEntry* EnumParam::GetEnumEntryByIndex(std::int64_t index)
 
 std::int64_t EnumParam::GetValue(ZelCamErr* err)
 {
-    return read<std::int64_t>(err, 0, [](Feature& feature, std::int64_t* value) {
-        std::size_t entry = 0;
-        const ZelCamErr result = feature.readEntry(&entry);
-        if (result == ZelErr::kOk)
-            *value = feature.entryValue(entry);
-        return result;
-    });
+    return read<std::int64_t>(err, 0, &Feature::readEntryValue);
 }
 
 const char* EnumParam::GetValueStr(ZelCamErr* err)

@@ -265,6 +265,15 @@ ZelCamErr Feature::readEntry(std::size_t* entry)
     return result;
 }
 
+ZelCamErr Feature::readEntryValue(std::int64_t* value)
+{
+    std::size_t entry = 0;
+    const ZelCamErr result = readEntry(&entry);
+    if (result == ZelErr::kOk)
+        *value = entryValue(entry);
+    return result;
+}
+
 ZelCamErr Feature::findEntry(std::size_t* entry)
 {
     std::int64_t value = 0;

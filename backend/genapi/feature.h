@@ -75,6 +75,7 @@ public:
     bool isEntryImplemented(std::size_t entry);
     bool isEntryAvailable(std::size_t entry);
     ZelCamErr readEntry(std::size_t* entry);
+    ZelCamErr readEntryValue(std::int64_t* value);
     ZelCamErr writeEntryValue(std::int64_t value) { return write(ZelGenParam::kTypeEnum, value); }
     ZelCamErr writeEntrySymbol(std::string_view symbol);
 

@@ -99,9 +99,9 @@ double roundTo(double value, double decimals)
     return std::isfinite(scaled) && scale != 0.0 ? std::round(scaled) / scale : value;
 }
 
-double apply(Code code, double value)
+double apply(const FormulaOp& op, double value)
 {
-    switch (code) {
+    switch (op.code) {
     case Code::kNegate:
         return -value;
     case Code::kSign:
@@ -110,32 +110,8 @@ double apply(Code code, double value)
         return std::abs(value);
     case Code::kRound:
         return std::round(value);
-    case Code::kSin:
-        return std::sin(value);
-    case Code::kCos:
-        return std::cos(value);
-    case Code::kTan:
-        return std::tan(value);
-    case Code::kAsin:
-        return std::asin(value);
-    case Code::kAcos:
-        return std::acos(value);
-    case Code::kAtan:
-        return std::atan(value);
-    case Code::kExp:
-        return std::exp(value);
-    case Code::kLn:
-        return std::log(value);
-    case Code::kLg:
-        return std::log10(value);
-    case Code::kSqrt:
-        return std::sqrt(value);
-    case Code::kTrunc:
-        return std::trunc(value);
-    case Code::kFloor:
-        return std::floor(value);
     default:
-        return std::ceil(value);
+        return op.function(value);
     }
 }
 
@@ -175,7 +151,7 @@ ZelCamErr combine(const FormulaOp& op, double left, double right, double* value)
     }
     switch (op.second < 0 ? Code::kVariable : op.code) {
     case Code::kVariable:
-        *value = apply(op.code, left);
+        *value = apply(op, left);
         return ZelErr::kOk;
     case Code::kAdd:
         *value = left + right;

@@ -62,20 +62,8 @@ struct FormulaOp {
         kInvert,
         kSign,
         kAbs,
-        kRound, ///< To `second` decimals where there is one.
-        kSin,
-        kCos,
-        kTan,
-        kAsin,
-        kAcos,
-        kAtan,
-        kExp,
-        kLn,
-        kLg,
-        kSqrt,
-        kTrunc,
-        kFloor,
-        kCeil,
+        kRound,    ///< To `second` decimals where there is one.
+        kFunction, ///< `function` of a float.
     };
 
     Code code = Code::kNumber;
@@ -86,6 +74,7 @@ struct FormulaOp {
     std::uint32_t height = 1;
     std::int64_t integer = 0; ///< The number, or the slot of the variable.
     double real = 0.0;
+    double (*function)(double) = nullptr;
 };
 
 /// Whole numbers in both arithmetics: comparisons and logic.

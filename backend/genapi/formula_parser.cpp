@@ -41,17 +41,20 @@ constexpr Operator kOperators[] = {
 
 struct Function {
     std::string_view name;
-    Code code;
-    bool isWholeOfWhole; ///< A whole number of a whole number is whole.
+    Code code; ///< Others than kFunction and kRound give whole numbers of whole numbers.
+    double (*function)(double);
 };
 
 constexpr Function kFunctions[] = {
-    {"SIN", Code::kSin, false},     {"COS", Code::kCos, false},   {"TAN", Code::kTan, false},
-    {"ASIN", Code::kAsin, false},   {"ACOS", Code::kAcos, false}, {"ATAN", Code::kAtan, false},
-    {"ABS", Code::kAbs, true},      {"EXP", Code::kExp, false},   {"LN", Code::kLn, false},
-    {"LG", Code::kLg, false},       {"SQRT", Code::kSqrt, false}, {"TRUNC", Code::kTrunc, false},
-    {"FLOOR", Code::kFloor, false}, {"CEIL", Code::kCeil, false}, {"ROUND", Code::kRound, false},
-    {"SGN", Code::kSign, true},     {"NEG", Code::kNegate, true},
+    {"SIN", Code::kFunction, std::sin},     {"COS", Code::kFunction, std::cos},
+    {"TAN", Code::kFunction, std::tan},     {"ASIN", Code::kFunction, std::asin},
+    {"ACOS", Code::kFunction, std::acos},   {"ATAN", Code::kFunction, std::atan},
+    {"EXP", Code::kFunction, std::exp},     {"LN", Code::kFunction, std::log},
+    {"LG", Code::kFunction, std::log10},    {"SQRT", Code::kFunction, std::sqrt},
+    {"TRUNC", Code::kFunction, std::trunc}, {"FLOOR", Code::kFunction, std::floor},
+    {"CEIL", Code::kFunction, std::ceil},   {"ROUND", Code::kRound, nullptr},
+    {"ABS", Code::kAbs, nullptr},           {"SGN", Code::kSign, nullptr},
+    {"NEG", Code::kNegate, nullptr},
 };
 
 bool isSame(std::string_view left, std::string_view right)
@@ -266,7 +269,9 @@ private:
         op.first = choice();
         if (op.first >= 0 && function.code == Code::kRound && accept(","))
             op.second = choice();
-        op.isReal = !isInteger_ || !function.isWholeOfWhole || isReal(op.first);
+        op.function = function.function;
+        const bool isFraction = op.code == Code::kFunction || op.code == Code::kRound;
+        op.isReal = !isInteger_ || isFraction || isReal(op.first);
         return accept(")") ? add(op, op.second >= 0 ? 2 : 1) : -1;
     }
 

@@ -7,6 +7,8 @@
 #include "genapi/param_object.h"
 #include "genapi/params.h"
 
+#include <functional>
+
 namespace genapi
 {
 
@@ -32,15 +34,28 @@ Class* typedParam(ParamArrayState& state, const char* name, std::int32_t type, Z
     return object;
 }
 
-/// Calls `operation` with the feature of a name under the lock.
-template <class Operation>
-ZelCamErr withFeature(ParamArrayState& state, const char* name, Operation operation)
+/// Calls an operation of the feature of a name under the lock.
+template <class Operation, class... Arguments>
+ZelCamErr callByName(ParamArrayState& state, const char* name, Operation operation,
+                     Arguments... arguments)
 {
     return state.call([&] {
         ZelCamErr result = ZelErr::kOk;
         ParamArrayState::Slot* const slot = state.find(name, &result);
-        return slot != nullptr ? operation(ParamArrayState::featureOf(*slot)) : result;
+        return slot != nullptr
+                   ? std::invoke(operation, ParamArrayState::featureOf(*slot), arguments...)
+                   : result;
     });
+}
+
+/// What `read` gives; 0 or false with a code in `err` when it fails.
+template <class Value>
+Value readByName(ParamArrayState& state, const char* name, ZelCamErr* err,
+                 ZelCamErr (Feature::*read)(Value*))
+{
+    Value value{};
+    report(err, callByName(state, name, read, &value));
+    return value;
 }
 
 } // namespace
@@ -157,30 +172,23 @@ ZelGenParam::Param* ParamArray::GetParamByIndex(std::int64_t index, ZelCamErr* e
 
 ZelCamErr ParamArray::SetBooleanValue(const char* name, bool value)
 {
-    return withFeature(*state_, name,
-                       [value](Feature& feature) { return feature.writeBoolean(value); });
+    return callByName(*state_, name, &Feature::writeBoolean, value);
 }
 
 bool ParamArray::GetBooleanValue(const char* name, ZelCamErr* err)
 {
-    bool value = false;
-    report(err, withFeature(*state_, name,
-                            [&](Feature& feature) { return feature.readBoolean(&value); }));
-    return value;
+    return readByName(*state_, name, err, &Feature::readBoolean);
 }
 
 ZelCamErr ParamArray::SetEnumValueStr(const char* name, const char* symbol)
 {
-    if (symbol == nullptr)
-        return ZelErr::kInvalidArgument;
-    return withFeature(*state_, name,
-                       [symbol](Feature& feature) { return feature.writeEntrySymbol(symbol); });
+    return symbol != nullptr ? callByName(*state_, name, &Feature::writeEntrySymbol, symbol)
+                             : ZelErr::kInvalidArgument;
 }
 
 ZelCamErr ParamArray::SetEnumValue(const char* name, std::int64_t value)
 {
-    return withFeature(*state_, name,
-                       [value](Feature& feature) { return feature.writeEntryValue(value); });
+    return callByName(*state_, name, &Feature::writeEntryValue, value);
 }
 
 const char* ParamArray::GetEnumValueStr(const char* name, ZelCamErr* err)
@@ -191,52 +199,33 @@ const char* ParamArray::GetEnumValueStr(const char* name, ZelCamErr* err)
 
 std::int64_t ParamArray::GetEnumValue(const char* name, ZelCamErr* err)
 {
-    std::int64_t value = 0;
-    report(err, withFeature(*state_, name, [&value](Feature& feature) {
-               std::size_t entry = 0;
-               const ZelCamErr result = feature.readEntry(&entry);
-               if (result == ZelErr::kOk)
-                   value = feature.entryValue(entry);
-               return result;
-           }));
-    return value;
+    return readByName(*state_, name, err, &Feature::readEntryValue);
 }
 
 ZelCamErr ParamArray::SetFloatValue(const char* name, double value)
 {
-    return withFeature(*state_, name,
-                       [value](Feature& feature) { return feature.writeFloat(value); });
+    return callByName(*state_, name, &Feature::writeFloat, value);
 }
 
 double ParamArray::GetFloatValue(const char* name, ZelCamErr* err)
 {
-    double value = 0.0;
-    report(err,
-           withFeature(*state_, name, [&](Feature& feature) { return feature.readFloat(&value); }));
-    return value;
+    return readByName(*state_, name, err, &Feature::readFloat);
 }
 
 ZelCamErr ParamArray::SetIntegerValue(const char* name, std::int64_t value)
 {
-    return withFeature(*state_, name,
-                       [value](Feature& feature) { return feature.writeInteger(value); });
+    return callByName(*state_, name, &Feature::writeInteger, value);
 }
 
 std::int64_t ParamArray::GetIntegerValue(const char* name, ZelCamErr* err)
 {
-    std::int64_t value = 0;
-    const ZelCamErr result =
-        withFeature(*state_, name, [&](Feature& feature) { return feature.readInteger(&value); });
-    report(err, result);
-    return result == ZelErr::kOk ? value : 0;
+    return readByName(*state_, name, err, &Feature::readInteger);
 }
 
 ZelCamErr ParamArray::SetStringValue(const char* name, const char* value)
 {
-    if (value == nullptr)
-        return ZelErr::kInvalidArgument;
-    return withFeature(*state_, name,
-                       [value](Feature& feature) { return feature.writeString(value); });
+    return value != nullptr ? callByName(*state_, name, &Feature::writeString, value)
+                            : ZelErr::kInvalidArgument;
 }
 
 const char* ParamArray::GetStringValue(const char* name, ZelCamErr* err)
@@ -247,15 +236,12 @@ const char* ParamArray::GetStringValue(const char* name, ZelCamErr* err)
 
 ZelCamErr ParamArray::ExecuteCommand(const char* name)
 {
-    return withFeature(*state_, name, [](Feature& feature) { return feature.execute(); });
+    return callByName(*state_, name, &Feature::execute);
 }
 
 bool ParamArray::IsCommandDone(const char* name, ZelCamErr* err)
 {
-    bool done = false;
-    report(err,
-           withFeature(*state_, name, [&done](Feature& feature) { return feature.isDone(&done); }));
-    return done;
+    return readByName(*state_, name, err, &Feature::isDone);
 }
 
 } // namespace genapi

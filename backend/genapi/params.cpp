@@ -13,8 +13,7 @@ ZelCamErr IntParam::SetValue(std::int64_t value)
 
 std::int64_t IntParam::GetValue(ZelCamErr* err)
 {
-    return read<std::int64_t>(
-        err, 0, [](Feature& feature, std::int64_t* value) { return feature.readInteger(value); });
+    return read<std::int64_t>(err, 0, &Feature::readInteger);
 }
 
 std::int64_t IntParam::GetMin(ZelCamErr* err)
@@ -33,8 +32,7 @@ std::int64_t IntParam::GetMax(ZelCamErr* err)
 
 std::int64_t IntParam::GetIncrement(ZelCamErr* err)
 {
-    return read<std::int64_t>(
-        err, 0, [](Feature& feature, std::int64_t* step) { return feature.increment(step); });
+    return read<std::int64_t>(err, 0, &Feature::increment);
 }
 
 ZelCamErr FloatParam::SetValue(double value)
@@ -42,11 +40,7 @@ ZelCamErr FloatParam::SetValue(double value)
     return call([value](Feature& feature) { return feature.writeFloat(value); });
 }
 
-double FloatParam::GetValue(ZelCamErr* err)
-{
-    return read<double>(err, 0.0,
-                        [](Feature& feature, double* value) { return feature.readFloat(value); });
-}
+double FloatParam::GetValue(ZelCamErr* err) { return read<double>(err, 0.0, &Feature::readFloat); }
 
 double FloatParam::GetMin(ZelCamErr* err)
 {
@@ -77,14 +71,12 @@ ZelCamErr BooleanParam::SetValue(bool value)
 
 bool BooleanParam::GetValue(ZelCamErr* err)
 {
-    return read<bool>(err, false,
-                      [](Feature& feature, bool* value) { return feature.readBoolean(value); });
+    return read<bool>(err, false, &Feature::readBoolean);
 }
 
 std::int32_t StringParam::GetMaxLength(ZelCamErr* err)
 {
-    return read<std::int32_t>(
-        err, 0, [](Feature& feature, std::int32_t* length) { return feature.maxLength(length); });
+    return read<std::int32_t>(err, 0, &Feature::maxLength);
 }
 
 const char* StringParam::GetValue(ZelCamErr* err)
@@ -105,16 +97,9 @@ ZelCamErr StringParam::SetValue(const char* value)
     return call([value](Feature& feature) { return feature.writeString(value); });
 }
 
-ZelCamErr CommandParam::Execute()
-{
-    return call([](Feature& feature) { return feature.execute(); });
-}
+ZelCamErr CommandParam::Execute() { return call(&Feature::execute); }
 
-bool CommandParam::IsDone(ZelCamErr* err)
-{
-    return read<bool>(err, false,
-                      [](Feature& feature, bool* done) { return feature.isDone(done); });
-}
+bool CommandParam::IsDone(ZelCamErr* err) { return read<bool>(err, false, &Feature::isDone); }
 
 void CategoryParam::unbind()
 {

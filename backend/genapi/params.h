@@ -4,6 +4,7 @@
 #include "genapi/param_object.h"
 #include "zel_gen_param_api.h"
 
+#include <functional>
 #include <vector>
 
 namespace genapi
@@ -28,22 +29,10 @@ public:
     std::int32_t GetVisibility() override { return visibility(); }
     bool IsStreamable() override { return isStreamable(); }
     bool IsVisible(std::int64_t level) override { return isVisible(level); }
-    bool IsValueCached() override
-    {
-        return ask([](Feature& feature) { return feature.isValueCached(); });
-    }
-    bool IsAvailable() override
-    {
-        return ask([](Feature& feature) { return feature.isAvailable(); });
-    }
-    bool IsWritable() override
-    {
-        return ask([](Feature& feature) { return feature.isWritable(); });
-    }
-    bool IsReadable() override
-    {
-        return ask([](Feature& feature) { return feature.isReadable(); });
-    }
+    bool IsValueCached() override { return ask(&Feature::isValueCached); }
+    bool IsAvailable() override { return ask(&Feature::isAvailable); }
+    bool IsWritable() override { return ask(&Feature::isWritable); }
+    bool IsReadable() override { return ask(&Feature::isReadable); }
     ZelGenParam::Node* GetNode() override { return &node_; }
 
 protected:
@@ -52,7 +41,7 @@ protected:
     {
         return state().ask(false, [&] {
             Feature* const bound = feature();
-            return bound != nullptr && question(*bound);
+            return bound != nullptr && std::invoke(question, *bound);
         });
     }
 
@@ -61,7 +50,7 @@ protected:
     {
         return state().call([&] {
             Feature* const bound = feature();
-            return bound != nullptr ? operation(*bound) : reason();
+            return bound != nullptr ? std::invoke(operation, *bound) : reason();
         });
     }
 
@@ -70,7 +59,8 @@ protected:
     Value read(ZelCamErr* err, Value failed, Operation operation)
     {
         Value value = failed;
-        const ZelCamErr result = call([&](Feature& feature) { return operation(feature, &value); });
+        const ZelCamErr result =
+            call([&](Feature& feature) { return std::invoke(operation, feature, &value); });
         report(err, result);
         return result == ZelErr::kOk ? value : failed;
     }
