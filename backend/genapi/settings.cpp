@@ -15,6 +15,7 @@ using Slot = ParamArrayState::Slot;
 
 // Values of a selector that are walked: look-up tables have this many at most.
 constexpr std::uint64_t kMaxChoices = 4096;
+constexpr std::size_t kMaxCombinations = 1'000'000;
 
 } // namespace
 
@@ -126,6 +127,9 @@ ZelCamErr SettingWalk::collectOne(Slot* slot, const std::vector<Slot*>& selector
                                   Selection* selection, std::vector<Setting>* settings)
 {
     Feature& feature = ParamArrayState::featureOf(*slot);
+    if (++combinations_ > kMaxCombinations) {
+        return ZelErr::kGenTLResourceExhausted;
+    }
     if (selection->size() == selectors.size()) {
         if (!feature.isReadable() || !feature.isWritable())
             return ZelErr::kOk;
@@ -158,6 +162,7 @@ ZelCamErr SettingWalk::collectOne(Slot* slot, const std::vector<Slot*>& selector
 
 ZelCamErr SettingWalk::collect(std::vector<Setting>* settings)
 {
+    combinations_ = 0;
     for (Slot* const slot : state_.features()) {
         if (!isSetting(*slot))
             continue;

@@ -42,7 +42,8 @@ public:
     bool isSelector(ParamArrayState::Slot* slot) const { return selecting_.count(slot) != 0; }
 
     /// All features with isSetting() that can be read and written now, for all entries of their
-    /// selectors, in the order of the tree. Selectors have their old values afterwards.
+    /// selectors, in the order of the tree. Selectors have their old values afterwards. -1020 where
+    /// selectors of selectors make more than a million combinations.
     ZelCamErr collect(std::vector<Setting>* settings);
 
     /// Sets the selectors that have another value.
@@ -59,6 +60,7 @@ private:
     ParamArrayState& state_;
     std::unordered_map<ParamArrayState::Slot*, std::vector<ParamArrayState::Slot*>> selectedBy_;
     std::unordered_map<ParamArrayState::Slot*, bool> selecting_;
+    std::size_t combinations_ = 0; ///< Of a collect().
 };
 
 } // namespace genapi

@@ -70,7 +70,8 @@ public:
     std::uint32_t missingCount() const;
     /// Calls emit(first, last) for the missing ones of a range, leader and trailer included.
     template <class Emit> void missing(std::uint32_t first, std::uint32_t last, Emit&& emit) const;
-    /// Packets that may be asked for again before the frame is given up.
+    /// Packets that may be asked for before the frame is given up; each of them as often as the
+    /// rules allow.
     std::uint32_t resendBudget() const { return (lastIndex() + 1) / 4 + 32; }
     std::uint32_t asked() const { return asked_; }
     void countAsked(std::uint32_t packets, Clock::time_point now)

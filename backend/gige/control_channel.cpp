@@ -99,7 +99,6 @@ bool ControlChannel::await(wire::Command code, std::uint16_t id, Clock::time_poi
         if (!wire::parseAck(got, ack) || ack->id != id) {
             continue; // Late answers to earlier commands, and rubbish.
         }
-        answered_ = Clock::now().time_since_epoch().count();
         if (ack->code == wire::kPendingAckCode) {
             *patient = true;
             const std::chrono::milliseconds more(wire::readPendingAck(*ack));

@@ -54,8 +54,6 @@ public:
     /// Called once, on the thread of whose command the device said nothing. Set before threads use
     /// the channel.
     void onSilence(std::function<void()> handler) { silent_ = std::move(handler); }
-    /// When the device last answered anything.
-    Clock::time_point lastAnswer() const { return Clock::time_point(Clock::duration(answered_)); }
 
 private:
     class Turn;
@@ -74,7 +72,6 @@ private:
     base::UniqueFd wake_; ///< Readable once the device is lost.
     std::function<void()> silent_;
     std::atomic<bool> lost_{false};
-    std::atomic<Clock::rep> answered_{0};
     std::atomic<std::size_t> piece_{512};
 
     base::Mutex mutex_; ///< Guards busy_.

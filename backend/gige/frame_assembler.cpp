@@ -359,13 +359,13 @@ void FrameAssembler::runTimers(Clock::time_point now)
             [&](std::uint32_t first, std::uint32_t last, auto&& emit) {
                 block->missing(first, last, emit);
             },
-            [&](std::uint32_t first, std::uint32_t last) {
+            [&](std::uint32_t first, std::uint32_t last, bool again) {
                 const std::uint32_t count = last == ResendPlan::kToEnd ? 1 : last - first + 1;
-                if (count >
-                    block->resendBudget() - std::min(block->asked(), block->resendBudget())) {
+                const std::uint32_t budget = block->resendBudget();
+                if (!again && count > budget - std::min(block->asked(), budget)) {
                     return false;
                 }
-                block->countAsked(count, now);
+                block->countAsked(again ? 0 : count, now);
                 ++numbers_.requests;
                 numbers_.asked += count;
                 road_.requestResend(block->rawId(), block->extended(), first, last);

@@ -52,8 +52,9 @@ public:
     Clock::time_point due() const;
 
     /// Walks over what is due. `missing(first, last, emit)` calls emit for each run of packets of
-    /// a range that are still missing; `request(first, last)` asks for one and answers false when
-    /// the frame's budget is used up. Runs that were asked for often enough are dropped.
+    /// a range that are still missing; `request(first, last, again)` asks for one, for the first
+    /// time or again, and answers false when the frame's budget is used up. Runs that were asked
+    /// for often enough are dropped.
     template <class Missing, class Request>
     void run(Clock::time_point now, const ResendRules& rules, Missing&& missing, Request&& request)
     {
@@ -66,7 +67,8 @@ public:
             }
             const int tries = rules.enabled ? rules.tries : 0;
             missing(old.first, old.last, [&](std::uint32_t first, std::uint32_t last) {
-                if (old.tries < tries && kept.size() < kMostRuns && request(first, last)) {
+                if (old.tries < tries && kept.size() < kMostRuns &&
+                    request(first, last, old.tries != 0)) {
                     kept.push_back(
                         {first, last, now + rules.again * (1 << old.tries), old.tries + 1});
                 }

@@ -107,10 +107,4 @@ void writeTrailer(const Trailer& trailer, Writer* writer);
 bool readAllIn(const StreamHeader& header, Bytes body, Leader* leader, Trailer* trailer,
                Bytes* data);
 
-/// What follows the data of a chunk. (core/chunk_trailer.h finds the chunks of a payload.)
-inline void writeChunkTag(std::uint32_t id, std::uint32_t length, Writer* writer)
-{
-    writer->u32(id).u32(length);
-}
-
 } // namespace gige::wire

@@ -18,7 +18,6 @@ class PacketSender
 public:
     explicit PacketSender(const ServerSocket& socket) : socket_(&socket) {}
 
-    void setSocket(const ServerSocket& socket) { socket_ = &socket; }
     /// The kernel cuts runs of equal packets.
     void setSegmented(bool segmented) { segmented_ = segmented; }
 
