@@ -2,15 +2,15 @@
 """clang-tidy over many sources, several of them in one translation unit.
 
 Most of clang-tidy's time goes into the headers that every source reads again. Sources that are
-compiled alike are therefore written one after the other into one file and checked together; what
-is found is told by its place in the source. Where some of them cannot stand in one file, each is
-checked alone: nothing is left out.
+compiled alike are therefore written one after the other into one file and checked together. Where
+something is found, or where some of them cannot stand in one file, each half is checked, down to
+single sources, which have the last word: nothing is left out, and nothing is said that is not true
+of a source alone.
 """
 import argparse
 import concurrent.futures
 import json
 import pathlib
-import re
 import shlex
 import subprocess
 import sys
@@ -43,65 +43,35 @@ def groups(entries, size):
             yield flags, sorted(files)[part::parts]
 
 
-class Group:
-    """Sources in one file."""
-
-    def __init__(self, name, files):
-        self.name = name
-        self.files = files
-        self.starts = []
-        lines = []
-        for file in files:
-            self.starts.append((len(lines), file))
-            lines += pathlib.Path(file).read_text().splitlines()
-        name.write_text("\n".join(lines) + "\n")
-
-    def told(self, said):
-        """`said` with the sources' own names and lines."""
-        def place(match):
-            line = int(match[1])
-            start, file = [item for item in self.starts if item[0] < line][-1]
-            return f"{file}:{line - start}:"
-        return re.sub(re.escape(str(self.name)) + r":(\d+):", place, said)
+def run(database, file):
+    """What clang-tidy says of `file`; "" where nothing."""
+    done = subprocess.run(["clang-tidy", "--quiet", "-p", str(database), str(file)],
+                          capture_output=True, text=True, check=False)
+    if done.returncode == 0:
+        return ""
+    return done.stdout or done.stderr or f"clang-tidy ended with {done.returncode}\n"
 
 
-class Tidy:
-    """Runs clang-tidy over groups of sources."""
+def together(folder, flags, files):
+    """Writes a file with the text of `files` and how it is compiled into the folder; returns it."""
+    folder.mkdir(parents=True, exist_ok=True)
+    name = folder / "group.cpp"
+    name.write_text("\n".join(pathlib.Path(file).read_text() for file in files))
+    places = sorted({str(pathlib.Path(file).parent) for file in files})
+    quoted = [word for place in places for word in ("-iquote", place)]
+    command = shlex.join([*flags, *quoted, "-c", str(name)])
+    (folder / "compile_commands.json").write_text(json.dumps(
+        [{"directory": str(folder), "command": command, "file": str(name)}]))
+    return name
 
-    def __init__(self, folder):
-        self.folder = folder
-        folder.mkdir(parents=True, exist_ok=True)
-        self.commands = []
 
-    def together(self, number, flags, files):
-        """Writes the file that holds the text of `files`; returns it."""
-        group = Group(self.folder / f"group_{number}.cpp", files)
-        places = sorted({str(pathlib.Path(file).parent) for file in files})
-        quoted = [word for place in places for word in ("-iquote", place)]
-        command = shlex.join([*flags, *quoted, "-c", str(group.name)])
-        self.commands.append(
-            {"directory": str(self.folder), "command": command, "file": str(group.name)})
-        return group
-
-    def write_commands(self):
-        (self.folder / "compile_commands.json").write_text(json.dumps(self.commands))
-
-    @staticmethod
-    def run(database, file):
-        """What clang-tidy says of `file` ("" where nothing) and whether it could be compiled."""
-        done = subprocess.run(["clang-tidy", "--quiet", "-p", str(database), str(file)],
-                              capture_output=True, text=True, check=False)
-        said = done.stdout if done.returncode else ""
-        if done.returncode and not said:
-            said = done.stderr or f"clang-tidy ended with {done.returncode}\n"
-        return said, "clang-diagnostic-error" not in said
-
-    def check(self, build, group):
-        """The findings in the group, together or, where they cannot be compiled so, one by one."""
-        said, compiled = self.run(self.folder, group.name)
-        if compiled:
-            return group.told(said)
-        return "".join(self.run(build, source)[0] for source in group.files)
+def check(build, folder, flags, files):
+    """The findings in the sources."""
+    if len(files) == 1:
+        return run(build, files[0])
+    if not run(folder, together(folder, flags, files)):
+        return ""
+    return "".join(check(build, folder / str(half), flags, files[half::2]) for half in (0, 1))
 
 
 def main():
@@ -123,15 +93,11 @@ def main():
     if missing:
         sys.exit("not compiled by this build: " + " ".join(missing))
 
-    tidy = Tidy(build / "tidy")
-    work = []
-    for number, (flags, files) in enumerate(groups(entries.values(), arguments.size)):
-        work.append(tidy.together(number, flags, files))
-    tidy.write_commands()
-
+    work = list(groups(entries.values(), arguments.size))
     found = False
     with concurrent.futures.ThreadPoolExecutor(arguments.jobs) as pool:
-        running = [pool.submit(tidy.check, build, group) for group in work]
+        running = [pool.submit(check, build, build / "tidy" / str(number), flags, files)
+                   for number, (flags, files) in enumerate(work)]
         for done, future in enumerate(concurrent.futures.as_completed(running), 1):
             if future.result():
                 found = True
