@@ -181,7 +181,8 @@ class PyDataStream:
     def GetBuffer(self, timeout_ms: _Int = ..., /) -> Optional[PyBuffer]:
         """Waits at most `timeout_ms` (default: for ever) for the next frame and returns the
         stream's buffer object with a copy of it; None with a code: -1011 time-out, -1012
-        ended, -1010 device lost, -40001 frame without a size."""
+        ended, -1010 device lost, -40001 frame without a size, and 0 at once where this object
+        has not called AllocBufferQueue (another object of the same stream does not count)."""
     def FlushBuffers(self, mode: _Int, /) -> bool:
         """Moves buffers between the queues; one of the Flush constants."""
     def Release(self) -> None:
