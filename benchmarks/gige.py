@@ -64,6 +64,7 @@ def camera(wire, megabits, features):
             pass
         try:
             settings = dict({"SimulatorRepeatedFrames": 8, "SimulatorPacketSegmentation": 1,
+                             "AcquisitionFrameRateEnable": "false",
                              "ExposureTime": 10.0}, **features)
             for name, value in settings.items():
                 subprocess.run(wire.command(0, TOOL, "-a", CAMERA, "control",
