@@ -7,8 +7,9 @@ import os
 import shutil
 import statistics
 import subprocess
-import tempfile
 import time
+
+import served
 
 ROUNDS = 3
 SECONDS = 2.0
@@ -51,29 +52,16 @@ class Wire:
 @contextlib.contextmanager
 def camera(wire, megabits, features):
     """A served camera whose link has this speed (0: as fast as it goes), set up."""
-    description = {"interfaces": [{"type": "GEV", "cameras": [
-        {"width": WIDTH, "height": HEIGHT, "maxFrameRate": 100000.0,
-         "linkBytesPerSecond": megabits * MBIT}]}]}
-    with tempfile.NamedTemporaryFile("w", suffix=".json") as file:
-        json.dump(description, file)
-        file.flush()
-        process = subprocess.Popen(
-            wire.command(1, os.path.join(BUILD, "bin", "zel_bench_serve"), "--config", file.name,
-                         CAMERA), stdin=subprocess.PIPE, stdout=subprocess.PIPE)
-        while process.stdout.readline() not in (b"ready\n", b""):
-            pass
-        try:
-            settings = dict({"SimulatorRepeatedFrames": 8, "SimulatorPacketSegmentation": 1,
-                             "AcquisitionFrameRateEnable": "false",
-                             "ExposureTime": 10.0}, **features)
-            for name, value in settings.items():
-                subprocess.run(wire.command(0, TOOL, "-a", CAMERA, "control",
-                                            "%s=%s" % (name, value)),
-                               check=True, stdout=subprocess.DEVNULL)
-            yield
-        finally:
-            process.stdin.close()
-            process.wait()
+    description = {"width": WIDTH, "height": HEIGHT, "maxFrameRate": 100000.0,
+                   "linkBytesPerSecond": megabits * MBIT}
+    with served.served(BUILD, CAMERA, description, wire.command(1)):
+        settings = dict({"SimulatorRepeatedFrames": 8, "SimulatorPacketSegmentation": 1,
+                         "AcquisitionFrameRateEnable": "false", "ExposureTime": 10.0}, **features)
+        for name, value in settings.items():
+            subprocess.run(wire.command(0, TOOL, "-a", CAMERA, "control",
+                                        "%s=%s" % (name, value)),
+                           check=True, stdout=subprocess.DEVNULL)
+        yield
 
 
 @contextlib.contextmanager

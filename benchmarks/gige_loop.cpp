@@ -4,6 +4,7 @@
 // (microseconds; ours). Prints frames, incomplete ones, seconds, processor seconds and lags as
 // JSON.
 #include "frame_lags.h"
+#include "loop_clocks.h"
 #include "zel_camera_api.h"
 #include "zel_gen_param_api.h"
 
@@ -32,27 +33,20 @@ struct Figures {
     unsigned long bad = 0;
 };
 
-double seconds(clockid_t clock)
-{
-    timespec now{};
-    clock_gettime(clock, &now);
-    return static_cast<double>(now.tv_sec) + 1e-9 * static_cast<double>(now.tv_nsec);
-}
-
 /// Calls take() until the time is over and prints what it added up.
 template <class Take>
 void measure(const Options& options, FrameLags& lags, Figures& figures, Take&& take)
 {
     take(); // The first frame: all is warm then.
     figures = {};
-    const double start = seconds(CLOCK_MONOTONIC);
-    const double cpu = seconds(CLOCK_PROCESS_CPUTIME_ID);
-    while (seconds(CLOCK_MONOTONIC) < start + options.seconds) {
+    const double start = bench::seconds(CLOCK_MONOTONIC);
+    const double cpu = bench::seconds(CLOCK_PROCESS_CPUTIME_ID);
+    while (bench::seconds(CLOCK_MONOTONIC) < start + options.seconds) {
         take();
     }
-    const double used = seconds(CLOCK_PROCESS_CPUTIME_ID) - cpu;
+    const double used = bench::seconds(CLOCK_PROCESS_CPUTIME_ID) - cpu;
     std::printf("{\"frames\": %lu, \"incomplete\": %lu, \"seconds\": %.6f, \"cpu\": %.6f, ",
-                figures.frames, figures.bad, seconds(CLOCK_MONOTONIC) - start, used);
+                figures.frames, figures.bad, bench::seconds(CLOCK_MONOTONIC) - start, used);
     std::printf("\"lag50\": %.7f, \"lag99\": %.7f}\n", lags.at(0.5), lags.at(0.99));
 }
 

@@ -1,17 +1,15 @@
 """How fast served cameras send: one camera, a sink that drops every packet, one core's work."""
 import ctypes
-import json
 import os
 import socket
-import subprocess
 import sys
-import tempfile
 import time
 
 sys.path.append(os.path.join(os.path.dirname(os.path.abspath(__file__)),
                              "..", "tests", "python", "served"))
 
 import gige_client
+import served
 
 BUILD = None
 ADDRESS = "127.0.0.2"
@@ -83,28 +81,17 @@ def measure(process, size, segmented):
 
 def run(table):
     """All rows of this file."""
-    program = os.path.join(BUILD, "bin", "zel_bench_serve")
+    program = os.path.join(BUILD, "bin", served.PROGRAM)
     if not os.path.exists(program):
         table.note("GigE sender", "%s was not built" % program)
         return
-    with tempfile.NamedTemporaryFile("w", suffix=".json") as config:
-        json.dump({"interfaces": [{"type": "GEV", "cameras": [CAMERA]}]}, config)
-        config.flush()
-        process = subprocess.Popen([program, "--config", config.name, ADDRESS],
-                                   stdin=subprocess.PIPE, stdout=subprocess.PIPE)
-        try:
-            while process.stdout.readline() not in (b"ready\n", b""):
-                pass
-            for size, target in TARGETS:
-                for segmented in (1, 0):
-                    per_core, rate, cores = measure(process, size, segmented)
-                    table.add("GigE sender, packets of %d B, %s" % (
-                        size, "cut by the kernel" if segmented else "one by one"),
-                              "%.1f Gbit/s on %.2f cores" % (rate, cores),
-                              "%.1f Gbit/s for a whole core" % per_core, "%.2f" % (per_core / target),
-                              "%.0f Gbit/s" % target if segmented else "",
-                              per_core >= target if segmented else None)
-        finally:
-            process.stdin.close()
-            process.wait()
-            process.stdout.close()
+    with served.served(BUILD, ADDRESS, CAMERA) as process:
+        for size, target in TARGETS:
+            for segmented in (1, 0):
+                per_core, rate, cores = measure(process, size, segmented)
+                table.add("GigE sender, packets of %d B, %s" % (
+                    size, "cut by the kernel" if segmented else "one by one"),
+                          "%.1f Gbit/s on %.2f cores" % (rate, cores),
+                          "%.1f Gbit/s for a whole core" % per_core, "%.2f" % (per_core / target),
+                          "%.0f Gbit/s" % target if segmented else "",
+                          per_core >= target if segmented else None)

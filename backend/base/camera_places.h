@@ -1,6 +1,7 @@
 // Where real cameras are looked for.
 #pragma once
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <sstream>
@@ -10,14 +11,14 @@
 namespace base
 {
 
-/// The names in ZELCAM_VISION when it is a list; "off" is one without a match.
+/// The names in ZELCAM_VISION as they stand there, "on" and "off" too.
 inline std::vector<std::string> namedCameraPlaces()
 {
     std::vector<std::string> names;
     const char* const setting = std::getenv("ZELCAM_VISION");
     std::istringstream list(setting != nullptr ? setting : "");
     for (std::string name; std::getline(list, name, ',');) {
-        if (!name.empty() && name != "on" && name != "off") {
+        if (!name.empty()) {
             names.push_back(name);
         }
     }
@@ -33,8 +34,8 @@ inline bool camerasAllowedAt(const std::string& name)
     if (setting == nullptr || *setting == '\0' || std::strcmp(setting, "on") == 0) {
         return true;
     }
-    const std::string list = std::string(",") + setting + ",";
-    return list.find("," + name + ",") != std::string::npos;
+    const std::vector<std::string> names = namedCameraPlaces();
+    return std::find(names.begin(), names.end(), name) != names.end();
 }
 
 } // namespace base

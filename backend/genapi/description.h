@@ -13,6 +13,9 @@
 namespace genapi
 {
 
+/// Bytes of the longest text that a register can hold; a description that says more is mistaken.
+constexpr std::size_t kMaxTextRegister = std::size_t{1} << 20U;
+
 /// Element names that make a node. Kinds of whole numbers stand together, and those of floats.
 enum class NodeKind : std::uint8_t {
     kOther, ///< A node without a value for us: Node, ConfRom, IntKey, StructReg itself ...

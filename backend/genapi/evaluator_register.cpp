@@ -10,7 +10,6 @@ namespace genapi
 
 namespace
 {
-constexpr std::size_t kMaxText = std::size_t{1} << 20U;
 constexpr std::size_t kTextPiece = 4096;
 constexpr unsigned kBlockBits = 6; ///< Of the blocks of memory that cells are found by.
 constexpr std::size_t kMaxBlocks = std::size_t{1} << 16U;
@@ -82,7 +81,7 @@ ZelCamErr Evaluator::readTextRegister(const Node& node, std::string* value)
     value->clear();
     // A length may be a lie: what is read grows until the text ends.
     Place piece = place;
-    for (std::size_t end = 0; end < std::min(place.length, kMaxText); end += piece.length) {
+    for (std::size_t end = 0; end < std::min(place.length, kMaxTextRegister); end += piece.length) {
         piece.address = place.address + end;
         piece.length = std::min(place.length - end, kTextPiece);
         value->resize(end + piece.length);
@@ -110,7 +109,7 @@ void Evaluator::remember(std::int32_t cell, const Place& place)
             each.place = Place();
         forget();
     }
-    const std::uint64_t last = place.address + std::min(place.length, kMaxText) - 1;
+    const std::uint64_t last = place.address + std::min(place.length, kMaxTextRegister) - 1;
     for (std::uint64_t block = place.address >> kBlockBits; block <= last >> kBlockBits; ++block) {
         std::vector<std::int32_t>& cells = cellsAt_[block];
         if (std::find(cells.begin(), cells.end(), cell) == cells.end())

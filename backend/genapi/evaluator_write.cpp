@@ -9,7 +9,6 @@ namespace genapi
 
 namespace
 {
-constexpr std::size_t kMaxText = std::size_t{1} << 20U;
 
 ZelCamErr convert(std::int64_t whole, double* value)
 {
@@ -194,7 +193,7 @@ ZelCamErr Evaluator::writeText(std::int32_t index, std::string_view value)
     Place place;
     if (result = findPlaceToWrite(node, &place); result != ZelErr::kOk)
         return result;
-    if (place.length > kMaxText)
+    if (place.length > kMaxTextRegister)
         return ZelErr::kParamOutOfRange;
     std::string padded(value);
     padded.resize(place.length, '\0');

@@ -50,6 +50,12 @@ ZelCamErr Feature::checkMode(bool (*wanted)(AccessMode))
     return result != ZelErr::kOk || wanted(mode) ? result : ZelErr::kParamAccess;
 }
 
+ZelCamErr Feature::checkAvailable(std::int32_t wanted)
+{
+    const ZelCamErr result = checkType(wanted);
+    return result == ZelErr::kOk ? checkMode(genapi::isAvailable) : result;
+}
+
 template <class Value, class Read>
 ZelCamErr Feature::readKept(std::int32_t wanted, Kept<Value>* kept, Value* value, Read read)
 {
@@ -83,9 +89,7 @@ template <class Value> ZelCamErr Feature::write(std::int32_t wanted, Value value
 
 template <class Value> ZelCamErr Feature::limit(std::int32_t wanted, Bound bound, Value* value)
 {
-    ZelCamErr result = checkType(wanted);
-    if (result == ZelErr::kOk)
-        result = checkMode(genapi::isAvailable);
+    const ZelCamErr result = checkAvailable(wanted);
     return result == ZelErr::kOk ? evaluator_.limit(index_, bound, value) : result;
 }
 
@@ -125,9 +129,7 @@ ZelCamErr Feature::readString(std::string* value)
 
 ZelCamErr Feature::increment(std::int64_t* value)
 {
-    ZelCamErr result = checkType(ZelGenParam::kTypeInt);
-    if (result == ZelErr::kOk)
-        result = checkMode(genapi::isAvailable);
+    const ZelCamErr result = checkAvailable(ZelGenParam::kTypeInt);
     return result == ZelErr::kOk ? evaluator_.increment(index_, value) : result;
 }
 
@@ -201,9 +203,7 @@ bool Feature::canTellDone()
 ZelCamErr Feature::isDone(bool* done)
 {
     std::int64_t value = 1;
-    ZelCamErr result = checkType(ZelGenParam::kTypeCommand);
-    if (result == ZelErr::kOk)
-        result = checkMode(genapi::isAvailable);
+    ZelCamErr result = checkAvailable(ZelGenParam::kTypeCommand);
     if (result == ZelErr::kOk)
         result = commandValue(&value);
     if (result != ZelErr::kOk)

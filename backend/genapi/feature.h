@@ -89,6 +89,8 @@ private:
     ZelCamErr checkType(std::int32_t wanted) const;
     /// Begins an operation. 0 when the mode now is one of those that are `wanted`.
     ZelCamErr checkMode(bool (*wanted)(AccessMode));
+    /// The same for what is available, and of this type.
+    ZelCamErr checkAvailable(std::int32_t wanted);
     template <class Value> ZelCamErr write(std::int32_t wanted, Value value);
     template <class Value> ZelCamErr limit(std::int32_t wanted, Bound bound, Value* value);
     ZelCamErr commandValue(std::int64_t* value);

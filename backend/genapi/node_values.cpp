@@ -12,8 +12,6 @@ namespace genapi
 namespace
 {
 
-constexpr std::int64_t kMaxTextRegister = std::int64_t{1} << 20U;
-
 AccessMode accessModeOf(std::string_view text, AccessMode otherwise)
 {
     if (text == "RO")
@@ -282,7 +280,7 @@ const char* NodeReader::faultOf(const Node& node) const
         return nullptr;
     if ((isNumber && node.length > 8) ||
         (isReal && node.length != 0 && node.length != 4 && node.length != 8) ||
-        node.length > kMaxTextRegister)
+        node.length > static_cast<std::int64_t>(kMaxTextRegister))
         return "has an impossible length";
     if (node.length == 0 && description_.target(node, LinkKind::kLength) < 0)
         return "has no length";

@@ -2,11 +2,11 @@
 #include "gentl/module_port.h"
 
 #include "base/fork_guard.h"
+#include "base/whole_file.h"
 #include "gentl/info.h"
 #include "gentl/port_url.h"
 
 #include <algorithm>
-#include <fstream>
 #include <limits>
 
 namespace gentl
@@ -16,26 +16,8 @@ namespace
 {
 
 constexpr std::size_t kPiece = 65'536; // Some transports take no more in one call.
-constexpr std::uint64_t kMaxDescription = 64ULL << 20U;
+constexpr std::size_t kMaxDescription = std::size_t{64} << 20U;
 constexpr std::uint32_t kMaxUrls = 16;
-
-ZelCamErr readFile(const std::string& path, std::string* document)
-{
-    std::ifstream file(path, std::ios::binary);
-    if (!file) {
-        return ZelErr::kFileNotFound;
-    }
-    std::string text;
-    char piece[4096];
-    while (file.read(piece, sizeof piece) || file.gcount() > 0) {
-        text.append(piece, static_cast<std::size_t>(file.gcount()));
-        if (text.size() > kMaxDescription) {
-            return ZelErr::kFileRead;
-        }
-    }
-    *document = std::move(text);
-    return ZelErr::kOk;
-}
 
 } // namespace
 
@@ -143,7 +125,7 @@ ZelCamErr ModulePort::load(const std::string& text, std::string* document)
         return ZelErr::kGenTLNotImplemented;
     }
     if (url->scheme == PortUrl::Scheme::File) {
-        return readFile(url->path, document);
+        return base::readWholeFile(url->path.c_str(), kMaxDescription, document);
     }
     const bool fits = url->length > 0 && url->length <= kMaxDescription &&
                       url->address <= std::numeric_limits<std::uint64_t>::max() - url->length;

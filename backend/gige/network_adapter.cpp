@@ -143,7 +143,8 @@ std::vector<NetworkAdapter> networkAdapters()
 void reportUnknownAdapters()
 {
     for (const std::string& name : base::namedCameraPlaces()) {
-        if (name != "usb" && ::if_nametoindex(name.c_str()) == 0) {
+        const bool isAdapter = name != "usb" && name != "on" && name != "off";
+        if (isAdapter && ::if_nametoindex(name.c_str()) == 0) {
             base::warn(base::LogChannel::Gige, "ZELCAM_VISION: there is no network adapter \"%s\"",
                        name.c_str());
         }
