@@ -6,7 +6,6 @@
 #include <linux/if_ether.h>
 #include <net/if.h>
 #include <netpacket/packet.h>
-#include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -92,32 +91,39 @@ private:
         }
     }
 
+    /// The times are the system's, so that the thread may come late: one that wakes with every
+    /// trailer would be in the way of the threads whose lags are told.
     void run()
     {
-        pollfd ready{fd_, POLLIN, 0};
-        while (!ending_ && fd_ >= 0) {
-            if (::poll(&ready, 1, 50) <= 0) {
-                continue;
+        constexpr timespec kNap{0, 20'000'000};
+        while (fd_ >= 0 && !ending_) {
+            ::nanosleep(&kNap, nullptr);
+            while (takeOne()) {
             }
-            std::uint8_t packet[64];
-            alignas(cmsghdr) char control[CMSG_SPACE(sizeof(timespec))];
-            iovec data{packet, sizeof packet};
-            msghdr message{};
-            message.msg_iov = &data;
-            message.msg_iovlen = 1;
-            message.msg_control = control;
-            message.msg_controllen = sizeof control;
-            const cmsghdr* part = nullptr;
-            if (::recvmsg(fd_, &message, MSG_DONTWAIT) < 32 ||
-                (part = CMSG_FIRSTHDR(&message)) == nullptr) {
-                continue;
-            }
+        }
+    }
+
+    /// False when nothing is waiting.
+    bool takeOne()
+    {
+        std::uint8_t packet[64];
+        alignas(cmsghdr) char control[CMSG_SPACE(sizeof(timespec))];
+        iovec data{packet, sizeof packet};
+        msghdr message{};
+        message.msg_iov = &data;
+        message.msg_iovlen = 1;
+        message.msg_control = control;
+        message.msg_controllen = sizeof control;
+        const ssize_t size = ::recvmsg(fd_, &message, MSG_DONTWAIT);
+        const cmsghdr* const part = size < 32 ? nullptr : CMSG_FIRSTHDR(&message);
+        if (part != nullptr) {
             timespec time{};
             std::memcpy(&time, CMSG_DATA(part), sizeof time);
             const std::uint64_t number = packet[30] << 8U | packet[31];
             trailers_.emplace(number, // Sent again: the first one counts.
                               time.tv_sec * std::int64_t{1000000000} + time.tv_nsec);
         }
+        return size >= 0;
     }
 
     int fd_ = -1;

@@ -11,6 +11,7 @@ import libZelCameraApiPy as zel
 from table import interleaved, micro
 
 LOOPS = 5000
+ROUNDS = 7
 BUILD = ""  # Set by bench.py.
 
 
@@ -30,6 +31,11 @@ def processor_time(function, rounds):
         function()
         values.append(time.process_time() - start)
     return statistics.median(values)
+
+
+def medians(rounds):
+    """Row -> the median of its values in all rounds."""
+    return {name: statistics.median(one[name] for one in rounds) for name in rounds[0]}
 
 
 def walk(parameters, category):
@@ -111,12 +117,13 @@ def run(table):
         "float write": (lambda: camera.SetFloatValue("ExposureTime", exposure), None, 1.5, False),
         "enumeration write": (lambda: camera.SetEnumValueStr("PixelFormat", entry), None, 1.5, False),
     }
-    # Before and after: what the machine does meanwhile meets both sides.
-    rivals = [rival_figures()]
-    ours = {name: processor_time(many(row[0]), 9) / LOOPS for name, row in rows.items()}
-    rivals.append(rival_figures())
-    rival = None if None in rivals else {name: (rivals[0][name] + rivals[1][name]) / 2
-                                         for name in rivals[0]}
+    # In turn: what the machine does meanwhile meets both sides.
+    mine, theirs = [], []
+    for _ in range(ROUNDS):
+        theirs.append(rival_figures())
+        mine.append({name: processor_time(many(row[0]), 5) / LOOPS for name, row in rows.items()})
+    ours = medians(mine)
+    rival = None if None in theirs else medians(theirs)
     for name, (_, their_name, ratio, is_short) in rows.items():
         other = rival[their_name or name] if rival else None
         met = (other is None or other / ours[name] >= ratio) and (not is_short or ours[name] < 3e-6)

@@ -9,7 +9,7 @@ gi.require_version("Aravis", "0.8")
 from gi.repository import Aravis  # noqa: E402
 
 
-def median_seconds(function, loops, rounds=9):
+def median_seconds(function, loops, rounds=5):
     """Median of the processor's seconds in one call."""
     values = []
     for _ in range(rounds):

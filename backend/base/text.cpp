@@ -3,6 +3,7 @@
 
 #include "base/endian.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <mutex>
@@ -155,28 +156,35 @@ std::string formatReal(double value)
     return std::string(digits.data(), end.ptr);
 }
 
+void appendEscapedXml(std::string_view text, std::string* to)
+{
+    for (;;) {
+        const std::size_t plain = std::min(text.find_first_of("&<>\""), text.size());
+        to->append(text.substr(0, plain));
+        if (plain == text.size()) {
+            return;
+        }
+        switch (text[plain]) {
+        case '&':
+            *to += "&amp;";
+            break;
+        case '<':
+            *to += "&lt;";
+            break;
+        case '>':
+            *to += "&gt;";
+            break;
+        default:
+            *to += "&quot;";
+        }
+        text.remove_prefix(plain + 1);
+    }
+}
+
 std::string escapeXml(std::string_view text)
 {
     std::string escaped;
-    escaped.reserve(text.size());
-    for (const char c : text) {
-        switch (c) {
-        case '&':
-            escaped += "&amp;";
-            break;
-        case '<':
-            escaped += "&lt;";
-            break;
-        case '>':
-            escaped += "&gt;";
-            break;
-        case '"':
-            escaped += "&quot;";
-            break;
-        default:
-            escaped += c;
-        }
-    }
+    appendEscapedXml(text, &escaped);
     return escaped;
 }
 

@@ -33,6 +33,7 @@ std::string formatReal(double value);
 
 /// The text as content or attribute of an XML element.
 std::string escapeXml(std::string_view text);
+void appendEscapedXml(std::string_view text, std::string* to);
 
 /// A copy of the text that lives as long as the process; equal texts share one copy, so handing
 /// out the same text for ever does not grow memory. Thread safe.

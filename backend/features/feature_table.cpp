@@ -272,7 +272,6 @@ std::int32_t FeatureTable::readRegister(const Register& reg, unsigned char* byte
 std::int32_t FeatureTable::read(std::uint64_t address, void* data, std::size_t size) const
 {
     auto* out = static_cast<unsigned char*>(data);
-    std::array<unsigned char, kLongestText> bytes{};
     if (size > end_ || address > end_ - size) {
         return gentl::err::kInvalidAddress;
     }
@@ -281,17 +280,30 @@ std::int32_t FeatureTable::read(std::uint64_t address, void* data, std::size_t s
         if (reg == nullptr) {
             return gentl::err::kInvalidAddress;
         }
-        if (const std::int32_t code = readRegister(*reg, bytes.data()); code != 0) {
-            return code;
-        }
         const std::size_t offset = address - reg->address;
         const std::size_t count = std::min<std::size_t>(size, reg->size - offset);
-        std::memcpy(out, bytes.data() + offset, count);
+        const bool isWhole = count == reg->size;
+        const std::int32_t code =
+            isWhole ? readRegister(*reg, out) : readPart(*reg, offset, out, count);
+        if (code != 0) {
+            return code;
+        }
         out += count;
         address += count;
         size -= count;
     }
     return gentl::err::kSuccess;
+}
+
+std::int32_t FeatureTable::readPart(const Register& reg, std::size_t offset, unsigned char* out,
+                                    std::size_t count) const
+{
+    std::array<unsigned char, kLongestText> bytes{};
+    const std::int32_t code = readRegister(reg, bytes.data());
+    if (code == 0) {
+        std::memcpy(out, bytes.data() + offset, count);
+    }
+    return code;
 }
 
 std::int32_t FeatureTable::writeRegister(const Register& reg, const unsigned char* bytes,

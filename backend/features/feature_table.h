@@ -98,6 +98,8 @@ private:
     void layOut(Feature& feature);
     const Register* at(std::uint64_t address) const;
     std::int32_t readRegister(const Register& reg, unsigned char* bytes) const;
+    std::int32_t readPart(const Register& reg, std::size_t offset, unsigned char* out,
+                          std::size_t count) const;
     std::int32_t writeRegister(const Register& reg, const unsigned char* bytes, std::size_t size);
     static std::vector<std::pair<Slot, std::uint32_t>> slotsOf(const Feature& feature);
 

@@ -68,6 +68,16 @@ FeatureXml::FeatureXml(const FeatureTable& table)
       hasChanges_(std::any_of(table.features_.begin(), table.features_.end(),
                               [](const Feature& each) { return each.changesOthers_; }))
 {
+    for (const Feature& each : table.features_) {
+        if (!each.selector_.empty()) {
+            selected_[each.selector_].emplace_back(each.name_);
+        }
+        for (const std::string& other : each.shownBy_) {
+            if (other != each.selector_) {
+                selected_[other].emplace_back(each.name_);
+            }
+        }
+    }
     head();
     for (const Feature& each : table.features_) {
         feature(each);
@@ -118,21 +128,24 @@ void FeatureXml::head()
             "http://www.genicam.org/GenApi/GenApiSchema_Version_1_1.xsd\">\n";
 }
 
-void FeatureXml::element(const std::string& tag, const std::string& content)
+void FeatureXml::element(std::string_view tag, std::string_view content)
 {
     if (!content.empty()) {
-        text_ += "  <" + tag + ">" + escapeXml(content) + "</" + tag + ">\n";
+        append("  <", tag, ">");
+        base::appendEscapedXml(content, &text_);
+        append("</", tag, ">\n");
     }
 }
 
-void FeatureXml::open(const std::string& tag, const std::string& name)
+void FeatureXml::open(std::string_view tag, std::string_view name)
 {
     const bool isStandard = tag != "Port" && tag != "EnumEntry";
-    text_ += "<" + tag + " Name=\"" + escapeXml(name) + "\"" +
-             (isStandard ? " NameSpace=\"Standard\"" : "") + ">\n";
+    append("<", tag, " Name=\"");
+    base::appendEscapedXml(name, &text_);
+    append(isStandard ? "\" NameSpace=\"Standard\">\n" : "\">\n");
 }
 
-void FeatureXml::close(const std::string& tag) { text_ += "</" + tag + ">\n"; }
+void FeatureXml::close(std::string_view tag) { append("</", tag, ">\n"); }
 
 void FeatureXml::common(const Feature& feature)
 {
@@ -268,10 +281,10 @@ bool FeatureXml::mayBeKept(const Feature& feature)
 
 void FeatureXml::selected(const Feature& feature)
 {
-    for (const Feature& each : table_.features_) {
-        if (each.selector_ == feature.name_ ||
-            std::count(each.shownBy_.begin(), each.shownBy_.end(), feature.name_) != 0) {
-            element("pSelected", each.name_);
+    const auto found = selected_.find(feature.name_);
+    if (found != selected_.end()) {
+        for (const std::string_view name : found->second) {
+            element("pSelected", name);
         }
     }
 }

@@ -4,7 +4,10 @@
 #include "features/feature_table.h"
 
 #include <cstdint>
+#include <map>
 #include <string>
+#include <string_view>
+#include <vector>
 
 namespace features
 {
@@ -38,12 +41,15 @@ private:
                const std::string& accessMode, bool cached);
     void entryBits(const Feature& feature, std::uint64_t offset);
 
-    void element(const std::string& tag, const std::string& content);
-    void open(const std::string& tag, const std::string& name);
-    void close(const std::string& tag);
+    void element(std::string_view tag, std::string_view content);
+    void open(std::string_view tag, std::string_view name);
+    void close(std::string_view tag);
+    template <class... Texts> void append(const Texts&... texts) { (text_.append(texts), ...); }
 
     const FeatureTable& table_;
     const bool hasChanges_;
+    /// Selector -> the features that it selects, in their order.
+    std::map<std::string_view, std::vector<std::string_view>> selected_;
     std::string text_;
 };
 

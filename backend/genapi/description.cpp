@@ -14,7 +14,7 @@ AccessMode combine(AccessMode left, AccessMode right)
     return AccessMode::kNotAvailable;
 }
 
-Link* Description::find(const Node& node, LinkKind kind)
+Link* Description::findKind(const Node& node, LinkKind kind)
 {
     for (Link& link : linksOf(node)) {
         if (link.kind == kind)
@@ -37,6 +37,38 @@ std::vector<std::int32_t> Description::entriesOf(const Node& node) const
             entries.push_back(link.target);
     }
     return entries;
+}
+
+void Description::keepTexts()
+{
+    const auto forEach = [this](const auto& visit) {
+        for (Node& node : nodes) {
+            for (auto* const text :
+                 {&node.name, &node.displayName, &node.toolTip, &node.text, &node.unit})
+                visit(text);
+        }
+        for (std::string_view& text : texts)
+            visit(&text);
+    };
+    std::size_t size = 0;
+    forEach([&size](const std::string_view* text) { size += text->size(); });
+    std::vector<char> kept;
+    kept.reserve(size);
+    std::string_view last; // Many say the same as tool tip and as description.
+    forEach([&](std::string_view* text) {
+        if (*text != last) {
+            kept.insert(kept.end(), text->begin(), text->end());
+            last = {kept.data() + kept.size() - text->size(), text->size()};
+        }
+        *text = last;
+    });
+    std::unordered_map<std::string_view, std::int32_t> names;
+    names.reserve(byName.size());
+    for (const auto& [name, node] : byName)
+        names.emplace(at(node).name, node);
+    byName = std::move(names);
+    document = std::move(kept);
+    joined.clear();
 }
 
 } // namespace genapi

@@ -75,6 +75,13 @@ enum class LinkKind : std::uint8_t {
     kOther, ///< Must exist, means nothing to us: pAlias, pCastAlias ...
 };
 
+/// Kinds of links as a set of bits.
+template <class... Kinds> constexpr std::uint32_t setOf(Kinds... kinds)
+{
+    static_assert(static_cast<unsigned>(LinkKind::kOther) < 32);
+    return ((std::uint32_t{1} << static_cast<unsigned>(kinds)) | ...);
+}
+
 /// What of the target a variable asks for.
 enum class Aspect : std::uint8_t {
     kValue,
@@ -138,6 +145,7 @@ struct Node {
     std::string_view unit;
     std::uint32_t firstLink = 0;
     std::uint32_t linkCount = 0;
+    std::uint32_t linkKinds = 0; ///< The kinds that its links are of.
     std::int32_t cell = -1;    ///< Nodes with one cell share what was read: entries of a StructReg.
     std::int32_t overlay = -1; ///< Port: index into Description::overlays; -1: the device.
     std::int64_t length = 0;   ///< Bytes of a register; 0: given by a link.
@@ -198,8 +206,17 @@ public:
         const Link* const first = links.data() + node.firstLink;
         return {first, first + node.linkCount};
     }
+    /// Its links, or none when none is of these kinds.
+    Range<Link> linksOf(const Node& node, std::uint32_t kinds)
+    {
+        Link* const first = links.data() + node.firstLink;
+        return {first, (node.linkKinds & kinds) != 0 ? first + node.linkCount : first};
+    }
     /// The first link of a kind, or null.
-    Link* find(const Node& node, LinkKind kind);
+    Link* find(const Node& node, LinkKind kind)
+    {
+        return (node.linkKinds & setOf(kind)) != 0 ? findKind(node, kind) : nullptr;
+    }
     const Link* find(const Node& node, LinkKind kind) const
     {
         return const_cast<Description*>(this)->find(node, kind);
@@ -208,6 +225,8 @@ public:
     std::int32_t target(const Node& node, LinkKind kind) const;
     /// Nodes of the entries of an enumeration, in order.
     std::vector<std::int32_t> entriesOf(const Node& node) const;
+    /// Lets the document go but for the texts and names that are views of it.
+    void keepTexts();
 
     std::vector<Node> nodes;
     std::vector<Link> links;
@@ -217,6 +236,8 @@ public:
     std::int32_t root = -1;       ///< The category "Root".
     bool marksStreamable = false; ///< Some node says whether it is streamable.
     bool isOldSchema = false;     ///< Below 1.1.
+
+    Link* findKind(const Node& node, LinkKind kind);
 
     /// What the views of texts and names point into.
     std::vector<char> document;

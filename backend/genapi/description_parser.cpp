@@ -144,6 +144,8 @@ ZelCamErr parseDescription(const std::string& document, Description* description
     if (!checkReferences(&made, why))
         return ZelErr::kParamTree;
     made.links.shrink_to_fit();
+    made.nodes.shrink_to_fit();
+    made.keepTexts();
     *description = std::move(made);
     return ZelErr::kOk;
 }

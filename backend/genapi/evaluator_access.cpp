@@ -51,11 +51,8 @@ ZelCamErr Evaluator::findAccess(const Node& node, AccessMode* mode)
         *mode = AccessMode::kNotImplemented;
         return ZelErr::kOk;
     }
-    const Link* lock = nullptr;
     for (const LinkKind kind : {LinkKind::kImplemented, LinkKind::kAvailable}) {
-        for (const Link& link : description_.linksOf(node)) {
-            if (link.kind == LinkKind::kLocked)
-                lock = &link;
+        for (const Link& link : description_.linksOf(node, setOf(kind))) {
             if (link.kind != kind)
                 continue;
             bool isSet = false;
@@ -73,6 +70,7 @@ ZelCamErr Evaluator::findAccess(const Node& node, AccessMode* mode)
     }
     if (const ZelCamErr result = ownAccess(node, mode); result != ZelErr::kOk)
         return result;
+    const Link* const lock = description_.find(node, LinkKind::kLocked);
     if (lock != nullptr && isAvailable(*mode)) {
         bool isSet = false;
         if (const ZelCamErr result = askCondition(*lock, mode, &isSet); result != ZelErr::kOk)
@@ -153,7 +151,10 @@ ZelCamErr Evaluator::needInput(std::int32_t target, AccessMode* mode)
 
 ZelCamErr Evaluator::inputAccess(const Node& node, AccessMode* mode)
 {
-    for (const Link& link : description_.linksOf(node)) {
+    constexpr std::uint32_t kInputs = setOf(
+        LinkKind::kIndex, LinkKind::kAddress, LinkKind::kLength, LinkKind::kMin, LinkKind::kMax,
+        LinkKind::kIncrement, LinkKind::kCommandValue, LinkKind::kPort, LinkKind::kVariable);
+    for (const Link& link : description_.linksOf(node, kInputs)) {
         ZelCamErr result = ZelErr::kOk;
         switch (link.kind) {
         case LinkKind::kIndex:

@@ -153,7 +153,7 @@ template <class Value> ZelCamErr Evaluator::checkRange(std::int32_t index, Value
     if (std::isnan(static_cast<double>(value)) || value < min || value > max)
         return ZelErr::kParamOutOfRange;
     bool hasList = false;
-    for (const Link& link : description_.linksOf(at(index))) {
+    for (const Link& link : description_.linksOf(at(index), setOf(LinkKind::kValidValue))) {
         hasList = hasList || link.kind == LinkKind::kValidValue;
         if (link.kind == LinkKind::kValidValue && link.number<Value>() == value)
             return ZelErr::kOk;

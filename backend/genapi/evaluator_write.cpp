@@ -80,7 +80,7 @@ ZelCamErr Evaluator::checkEntry(const Node& node, std::int64_t value)
 
 ZelCamErr Evaluator::checkErrors(const Node& node)
 {
-    for (const Link& link : description_.linksOf(node)) {
+    for (const Link& link : description_.linksOf(node, setOf(LinkKind::kError))) {
         std::int64_t code = 0;
         if (link.kind != LinkKind::kError)
             continue;

@@ -264,6 +264,7 @@ bool NodeReader::add(Node* node, const Link& link)
         return true;
     }
     description_.links.push_back(link);
+    node->linkKinds |= setOf(link.kind);
     node->linkCount = static_cast<std::uint32_t>(description_.links.size()) - node->firstLink;
     return true;
 }

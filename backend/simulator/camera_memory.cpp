@@ -28,6 +28,11 @@ bool readText(std::uint64_t address, void* data, std::size_t size, std::uint64_t
     return true;
 }
 
+bool mayBeArchive(std::uint64_t address)
+{
+    return address >= kArchiveBase && address < kUserMemoryBase;
+}
+
 } // namespace
 
 CameraMemory::CameraMemory(CameraContext& context, NetworkSection* network, LutSection& lut,
@@ -36,33 +41,35 @@ CameraMemory::CameraMemory(CameraContext& context, NetworkSection* network, LutS
 {
 }
 
-void CameraMemory::publishDescription()
+const std::string& CameraMemory::archive() const
 {
-    if (network_ == nullptr) {
-        return;
+    if (network_ != nullptr) {
+        std::call_once(archiveOnce_, [this] {
+            const std::string name = identifierOf(context_.config.model);
+            const std::string& xml = context_.table.xml();
+            archive_ = zipped(name + ".xml", xml);
+            const auto url = [&name](const char* ending, std::uint64_t base, std::size_t length) {
+                return ::gige::wire::makeXmlUrl(name + ending, static_cast<std::uint32_t>(base),
+                                                static_cast<std::uint32_t>(length));
+            };
+            network_->setUrls(archive_.empty() ? std::string()
+                                               : url(".zip", kArchiveBase, archive_.size()),
+                              url(".xml", kXmlBase, xml.size()));
+        });
     }
-    const std::string name = identifierOf(context_.config.model);
-    const std::string& xml = context_.table.xml();
-    const auto length = [](const std::string& text) {
-        return static_cast<std::uint32_t>(text.size());
-    };
-    archive_ = zipped(name + ".xml", xml);
-    network_->setUrls(archive_.empty()
-                          ? std::string()
-                          : ::gige::wire::makeXmlUrl(name + ".zip", kArchiveBase, length(archive_)),
-                      ::gige::wire::makeXmlUrl(name + ".xml", kXmlBase, length(xml)));
+    return archive_;
 }
 
 bool CameraMemory::readDescription(std::uint64_t address, void* data, std::size_t size) const
 {
     return readText(address, data, size, kXmlBase, context_.table.xml()) ||
-           readText(address, data, size, kArchiveBase, archive_);
+           (mayBeArchive(address) && readText(address, data, size, kArchiveBase, archive()));
 }
 
 bool CameraMemory::isDescription(std::uint64_t address) const
 {
     return liesIn(address, 1, kXmlBase, context_.table.xml().size()) ||
-           liesIn(address, 1, kArchiveBase, archive_.size());
+           (mayBeArchive(address) && liesIn(address, 1, kArchiveBase, archive().size()));
 }
 
 bool CameraMemory::isFeature(std::uint64_t address, std::size_t size) const
@@ -77,6 +84,7 @@ std::int32_t CameraMemory::read(std::uint64_t address, void* data, std::size_t s
         return context_.table.read(address, data, size);
     }
     if (network_ != nullptr && address < kBootstrapEnd) {
+        archive(); // Two of the registers tell where it lies.
         return network_->registers().read(address, data, size);
     }
     if (liesIn(address, size, kLutBase, sizeof(LookUpTable))) {

@@ -8,6 +8,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <mutex>
 #include <string>
 
 namespace simulator
@@ -22,8 +23,6 @@ public:
     CameraMemory(CameraContext& context, NetworkSection* network, LutSection& lut,
                  FileSection& files);
 
-    /// Zips the finished description and tells the network's registers where it lies.
-    void publishDescription();
     /// Whether the range is the description's, plain or zipped; `data` is written then.
     bool readDescription(std::uint64_t address, void* data, std::size_t size) const;
     /// Whether the range begins in the description, which nobody writes.
@@ -36,13 +35,17 @@ public:
 
 private:
     bool isFeature(std::uint64_t address, std::size_t size) const;
+    /// The zipped description; cameras with a network only. It is made when somebody first looks at
+    /// it or at its address: most are opened without.
+    const std::string& archive() const;
 
     CameraContext& context_;
     NetworkSection* network_;
     LutSection& lut_;
     FileSection& files_;
     DeviceMemory memory_;
-    std::string archive_; ///< The zipped description; cameras with a network only.
+    mutable std::once_flag archiveOnce_;
+    mutable std::string archive_;
 };
 
 } // namespace simulator

@@ -55,7 +55,6 @@ CameraModel::CameraModel(const CameraConfig& config)
         networkFaults_ = std::make_unique<NetworkFaultSection>(context_);
     }
     table_.finish();
-    memory_.publishDescription();
     acquisition_.setFaults(&faults_);
     userSets_.keepFactorySettings();
 }
@@ -133,8 +132,8 @@ void CameraModel::settle()
         lines_.refresh(context_.now());
     }
     std::uint64_t next = std::min(counters_.nextNs(), actions_.nextNs());
-    if (listensToLines()) {
-        next = std::min(next, lines_.nextNs());
+    if (const std::uint64_t edge = lines_.nextNs(); edge < next && listensToLines()) {
+        next = edge;
     }
     if (next != armedNs_) {
         armedNs_ = next;
@@ -228,9 +227,8 @@ void CameraModel::setBootstrap(std::uint32_t address, std::uint32_t value)
 std::int32_t CameraModel::readBootstrap(std::uint64_t address, void* data, std::size_t size)
 {
     return run([&] {
-        NetworkSection* const network = transport_.network();
-        return network == nullptr ? gentl::err::kInvalidAddress
-                                  : network->registers().read(address, data, size);
+        const bool isThere = transport_.network() != nullptr && address < kBootstrapEnd;
+        return isThere ? memory_.read(address, data, size) : gentl::err::kInvalidAddress;
     });
 }
 

@@ -36,8 +36,9 @@ Py::Object owned(PyObject* object)
 
 std::int64_t toInt64(const Py::Object& object)
 {
-    const Py::Object number = owned(PyNumber_Long(object.ptr()));
-    const long long value = PyLong_AsLongLong(number.ptr());
+    const bool isInt = PyLong_CheckExact(object.ptr()) != 0; // As most are.
+    const long long value =
+        PyLong_AsLongLong(isInt ? object.ptr() : owned(PyNumber_Long(object.ptr())).ptr());
     if (value == -1 && PyErr_Occurred() != nullptr) {
         throw Py::Exception();
     }
@@ -83,6 +84,9 @@ std::string toText(const Py::Object& object)
 
 std::string strOf(const Py::Object& object)
 {
+    if (PyUnicode_CheckExact(object.ptr()) != 0) {
+        return encoded(object.ptr()); // As most are.
+    }
     return encoded(owned(PyObject_Str(object.ptr())).ptr());
 }
 

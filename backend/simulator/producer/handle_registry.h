@@ -13,11 +13,16 @@
 namespace simulator::producer
 {
 
+class Port;
+
 /// Anything that has a handle.
 class HandleObject
 {
 public:
     virtual ~HandleObject() = default;
+    /// The object as a port, which registers are reached by; null: it is none. Asked for at every
+    /// access, and sooner answered than a cast.
+    virtual Port* port() { return nullptr; }
 };
 
 /// Gives out handles and finds their objects again. A number is used once in the life of a process,

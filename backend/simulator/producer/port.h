@@ -30,6 +30,8 @@ struct PortFacts {
 class Port : public HandleObject
 {
 public:
+    Port* port() final { return this; }
+
     /// Reads or writes all bytes or none. Throw Failure with the code.
     virtual void read(std::uint64_t address, void* data, std::size_t size) = 0;
     virtual void write(std::uint64_t address, const void* data, std::size_t size) = 0;

@@ -10,17 +10,25 @@ namespace simulator::producer
 namespace
 {
 
-std::shared_ptr<Port> portOf(Library& library, gentl::Handle handle)
+/// The port behind a handle, alive as long as this.
+class PortCall
 {
-    const auto object = library.handles().find(handle);
-    auto port = std::dynamic_pointer_cast<Port>(object);
-    if (!port) {
-        const bool isBuffer = std::dynamic_pointer_cast<AnnouncedBuffer>(object) != nullptr;
-        throw isBuffer ? Failure(gentl::err::kNotImplemented, "buffers have no port")
-                       : Failure(gentl::err::kInvalidHandle, "invalid port handle");
+public:
+    PortCall(Library& library, gentl::Handle handle)
+        : owner_(library.handles().find(handle)), port_(owner_ ? owner_->port() : nullptr)
+    {
+        if (port_ == nullptr) {
+            const bool isBuffer = std::dynamic_pointer_cast<AnnouncedBuffer>(owner_) != nullptr;
+            throw isBuffer ? Failure(gentl::err::kNotImplemented, "buffers have no port")
+                           : Failure(gentl::err::kInvalidHandle, "invalid port handle");
+        }
     }
-    return port;
-}
+    Port* operator->() const { return port_; }
+
+private:
+    const std::shared_ptr<HandleObject> owner_;
+    Port* const port_;
+};
 
 /// Runs `access` over the entries; `*count` becomes the number of those that succeeded.
 template <class Access>
@@ -43,7 +51,7 @@ namespace api
 gentl::Error GCReadPort(gentl::Handle port, std::uint64_t address, void* data, std::size_t* size)
 {
     return guarded([&](Library& library) {
-        const auto space = portOf(library, port);
+        const PortCall space(library, port);
         requireParameter(data != nullptr && size != nullptr, "null pointer");
         space->read(address, data, *size);
     });
@@ -53,7 +61,7 @@ gentl::Error GCWritePort(gentl::Handle port, std::uint64_t address, const void* 
                          std::size_t* size)
 {
     return guarded([&](Library& library) {
-        const auto space = portOf(library, port);
+        const PortCall space(library, port);
         requireParameter(data != nullptr && size != nullptr, "null pointer");
         space->write(address, data, *size);
     });
@@ -62,7 +70,7 @@ gentl::Error GCWritePort(gentl::Handle port, std::uint64_t address, const void* 
 gentl::Error GCGetPortURL(gentl::Handle port, char* url, std::size_t* size)
 {
     return guarded([&](Library& library) {
-        const std::string only = portOf(library, port)->url() + '\0';
+        const std::string only = PortCall(library, port)->url() + '\0';
         InfoValue::textList(only).answer(nullptr, url, size);
     });
 }
@@ -71,13 +79,13 @@ gentl::Error GCGetPortInfo(gentl::Handle port, std::int32_t command, std::int32_
                            std::size_t* size)
 {
     return guarded(
-        [&](Library& library) { portOf(library, port)->info(command).answer(type, data, size); });
+        [&](Library& library) { PortCall(library, port)->info(command).answer(type, data, size); });
 }
 
 gentl::Error GCGetNumPortURLs(gentl::Handle port, std::uint32_t* count)
 {
     return guarded([&](Library& library) {
-        portOf(library, port);
+        static_cast<void>(PortCall(library, port));
         requireParameter(count != nullptr, "the count pointer is null");
         *count = 1;
     });
@@ -87,7 +95,7 @@ gentl::Error GCGetPortURLInfo(gentl::Handle port, std::uint32_t index, std::int3
                               std::int32_t* type, void* data, std::size_t* size)
 {
     return guarded([&](Library& library) {
-        const auto space = portOf(library, port);
+        const PortCall space(library, port);
         if (index != 0) {
             throw Failure(gentl::err::kInvalidIndex, "no URL at this index");
         }
@@ -99,7 +107,7 @@ gentl::Error GCReadPortStacked(gentl::Handle port, gentl::RegisterStackEntry* en
                                std::size_t* count)
 {
     return guarded([&](Library& library) {
-        const auto space = portOf(library, port);
+        const PortCall space(library, port);
         forEach(entries, count, [&](const gentl::RegisterStackEntry& entry) {
             space->read(entry.address, entry.data, entry.size);
         });
@@ -110,7 +118,7 @@ gentl::Error GCWritePortStacked(gentl::Handle port, gentl::RegisterStackEntry* e
                                 std::size_t* count)
 {
     return guarded([&](Library& library) {
-        const auto space = portOf(library, port);
+        const PortCall space(library, port);
         forEach(entries, count, [&](const gentl::RegisterStackEntry& entry) {
             space->write(entry.address, entry.data, entry.size);
         });

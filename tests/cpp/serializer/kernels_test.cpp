@@ -1,4 +1,5 @@
 // Conversion kernels on every instruction set of this machine against plain arithmetic.
+#include "common/cpu_targets.h"
 #include "serializer/movie/frame_kernels.h"
 #include "serializer/row_kernels.h"
 
@@ -42,6 +43,13 @@ void onEveryTarget(const std::function<void()>& check)
         }
     }
     hwy::GetChosenTarget().DeInit();
+}
+
+TEST(CpuTargets, AreWhatHighwayFinds)
+{
+    constexpr std::int64_t kKnown = HWY_SSSE3 | HWY_SSE4 | HWY_AVX2 | HWY_AVX3 | HWY_STATIC_TARGET;
+    EXPECT_EQ(ZelComponents::supportedTargets() & kKnown, hwy::SupportedTargets() & kKnown);
+    EXPECT_EQ(ZelComponents::supportedTargets() & ~kKnown, 0);
 }
 
 struct Planes {

@@ -101,9 +101,16 @@ class Picture {
   // Full size when zoomed in, else every n-th pixel of a picture that is larger than its place.
   shrink() { return Math.max(1, Math.floor(1 / (this.scale() * devicePixelRatio) + 0.01)); }
 
-  request(after) {
-    const asked = fetch(address(this.index + "/frame", { after, format: byId("format").value,
+  // What the server answers: its status, and what it says about the frame with the picture itself.
+  async take(after) {
+    const answer = await fetch(address(this.index + "/frame", { after, format: byId("format").value,
       quality: byId("quality").value, shrink: this.frame ? this.shrink() : 1 }));
+    if (answer.status === 200) return { frame: JSON.parse(answer.headers.get("X-Frame")), blob: await answer.blob() };
+    return { error: answer.status === 204 ? "" : (await answer.json()).error };
+  }
+
+  request(after) {
+    const asked = this.take(after);
     asked.catch(() => {}); // told where it is awaited
     return asked;
   }
@@ -112,20 +119,18 @@ class Picture {
     let asked = null;
     for (;;) {
       try {
-        const answer = await (asked || this.request(this.frame ? this.frame.sequence : 0));
+        const { frame, blob, error } = await (asked || this.request(this.frame ? this.frame.sequence : 0));
         asked = null;
-        if (answer.status === 200) {
-          const frame = JSON.parse(answer.headers.get("X-Frame"));
-          const blob = await answer.blob();
-          asked = this.request(frame.sequence);
+        if (frame) {
+          asked = this.request(frame.sequence); // on its way while this one is decoded
           const bitmap = await createImageBitmap(blob);
           this.frame = frame;
           if (this.bitmap) this.bitmap.close();
           this.bitmap = bitmap;
           this.count();
           this.draw();
-        } else if (answer.status !== 204) {
-          say((await answer.json()).error, true);
+        } else if (error) {
+          say(error, true);
           await later(500);
         }
       } catch (error) {
