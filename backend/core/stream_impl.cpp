@@ -181,6 +181,9 @@ ZelCamErr StreamImpl::StartAcquisition(std::uint64_t frames, std::int64_t /*flag
 ZelCamErr StreamImpl::StopAcquisition(std::int64_t flags)
 {
     return base::guarded([&] {
+        if (pendingStops_ > 0) {
+            return ZelErr::kGenTLResourceInUse; // Stopped, as an earlier caller was told.
+        }
         if (!acquiring_) {
             return whileOpen([](TransportStream&) { return ZelErr::kGenTLResourceInUse; });
         }

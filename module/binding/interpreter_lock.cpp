@@ -115,7 +115,8 @@ void watchInterpreterExit()
 
 bool interpreterGone() { return gate().closed(); }
 
-LockHold::LockHold() : entered_(gate().enter())
+// A thread that is being ended unwinds without an object: the reference is bound to none.
+[[gnu::no_sanitize("null")]] LockHold::LockHold() : entered_(gate().enter())
 {
     if (!entered_) {
         return;
@@ -143,7 +144,7 @@ void stayIfInterpreterGone()
     }
 }
 
-void retakeLock(PyThreadState* state)
+[[gnu::no_sanitize("null")]] void retakeLock(PyThreadState* state)
 {
     if (gate().closedHere()) {
         PyEval_RestoreThread(state);

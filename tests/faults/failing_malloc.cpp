@@ -204,8 +204,10 @@ void* aligned_alloc(std::size_t alignment, std::size_t size)
 
 int posix_memalign(void** memory, std::size_t alignment, std::size_t size)
 {
+    // Whole alignments: a sanitizer's aligned_alloc() insists on them.
+    const std::size_t whole = (size + alignment - 1) / alignment * alignment;
     void* const made =
-        refuses(__builtin_return_address(0)) ? nullptr : real()->alignedAlloc(alignment, size);
+        refuses(__builtin_return_address(0)) ? nullptr : real()->alignedAlloc(alignment, whole);
     if (made == nullptr) {
         return ENOMEM;
     }

@@ -349,7 +349,7 @@ void BusCamera::pump(std::deque<Message>& messages, std::deque<libusb_transfer*>
     lock.unlock();
     const auto room = static_cast<std::size_t>(transfer->length);
     const std::size_t size = std::min(room, message.size);
-    std::memcpy(transfer->buffer, message.bytes->data() + message.offset, size);
+    std::copy_n(message.bytes->data() + message.offset, size, transfer->buffer);
     complete_(transfer, message.size > room ? LIBUSB_TRANSFER_OVERFLOW : LIBUSB_TRANSFER_COMPLETED,
               size);
     lock.lock();

@@ -89,11 +89,11 @@ TEST(ControlChannel, AnyAddressAndLengthInTransfersOfTheCamerasSize)
             ASSERT_EQ(channel.read(offset, data.data() + 1, size), ZelErr::kOk);
             EXPECT_EQ(data.front(), 0xEE);
             EXPECT_EQ(data.back(), 0xEE);
-            EXPECT_EQ(0, std::memcmp(data.data() + 1, &camera.memory[offset], size));
+            EXPECT_TRUE(std::equal(data.begin() + 1, data.end() - 1, &camera.memory[offset]));
             Bytes written(size);
             std::iota(written.begin(), written.end(), static_cast<std::uint8_t>(offset + size));
             ASSERT_EQ(channel.write(offset, written.data(), size), ZelErr::kOk);
-            EXPECT_EQ(0, std::memcmp(written.data(), &camera.memory[offset], size));
+            EXPECT_TRUE(std::equal(written.begin(), written.end(), &camera.memory[offset]));
         }
     }
     EXPECT_LE(camera.longest, 84U);
