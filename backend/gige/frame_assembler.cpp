@@ -173,29 +173,38 @@ void FrameAssembler::endOlder(std::uint64_t number, Clock::time_point now)
 
 void FrameAssembler::take(Bytes packet, Clock::time_point now)
 {
+    ++numbers_.packets;
     wire::StreamHeader header;
-    const bool sound = wire::parseStreamHeader(packet, &header);
-    const std::size_t size = sound ? header.size() : packet.size;
-    take(packet.first(size), packet.from(size), now);
+    if (!wire::parseStreamHeader(packet, &header)) {
+        ++numbers_.malformed;
+        return;
+    }
+    takeContained(header, packet.from(header.size()), now);
 }
 
 void FrameAssembler::take(Bytes headerBytes, Bytes data, Clock::time_point now)
 {
     ++numbers_.packets;
-    try {
-        takeWhole(headerBytes, data, now);
-    } catch (const std::bad_alloc&) {
-        ++numbers_.dropped; // As if it had not come: it can be asked for.
-    }
-}
-
-void FrameAssembler::takeWhole(Bytes headerBytes, Bytes data, Clock::time_point now)
-{
     wire::StreamHeader header;
     if (!wire::parseStreamHeader(headerBytes, &header)) {
         ++numbers_.malformed;
         return;
     }
+    takeContained(header, data, now);
+}
+
+void FrameAssembler::takeContained(const wire::StreamHeader& header, Bytes data,
+                                   Clock::time_point now)
+{
+    try {
+        takeWhole(header, data, now);
+    } catch (const std::bad_alloc&) {
+        ++numbers_.dropped; // As if it had not come: it can be asked for.
+    }
+}
+
+void FrameAssembler::takeWhole(const wire::StreamHeader& header, Bytes data, Clock::time_point now)
+{
     if (header.blockId == 0) {
         return; // A test packet.
     }

@@ -77,7 +77,9 @@ private:
     Clock::duration tailSilence(const Block& block) const;
     void learnRoundTrip(Clock::duration trip);
     void closeDone();
-    void takeWhole(wire::Bytes header, wire::Bytes data, Clock::time_point now);
+    /// What cannot be held for want of memory counts as dropped.
+    void takeContained(const wire::StreamHeader& header, wire::Bytes data, Clock::time_point now);
+    void takeWhole(const wire::StreamHeader& header, wire::Bytes data, Clock::time_point now);
     void hand(Block& block);
     void close(std::size_t index);
     void forget();

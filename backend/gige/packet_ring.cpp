@@ -229,6 +229,13 @@ bool PacketRing::next(Packet* packet)
         std::memcpy(&header, now, sizeof header);
         packet_ += header.tp_next_offset;
         --left_;
+        if (left_ > 0) {
+            // Written on another core: on its way while this one is copied.
+            constexpr std::size_t kLine = 64;
+            for (std::size_t at = 0; at < 4 * kLine; at += kLine) {
+                __builtin_prefetch(packet_ + at);
+            }
+        }
         losing_ = losing_ || (header.tp_status & TP_STATUS_LOSING) != 0;
         if (parse(now, packet)) {
             return true;

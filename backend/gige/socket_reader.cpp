@@ -24,8 +24,6 @@ constexpr std::size_t kLongestDatagram = 65536;
 constexpr std::size_t kControl = CMSG_SPACE(sizeof(std::uint32_t)) + CMSG_SPACE(sizeof(int));
 // After so many packets that were not joined the network does not join.
 constexpr int kGiveUpJoining = 400;
-// Places beyond those that were needed lately.
-constexpr int kMorePlaces = 4;
 // What the system counts for a packet, by experience: its own structures and rounding.
 constexpr std::size_t kMemoryPerByte = 4;
 
@@ -201,7 +199,7 @@ int SocketReader::receiveJoined(FrameAssembler& assembler, StreamNumbers& number
 {
     const FrameAssembler::Ahead ahead = assembler.ahead();
     // Every place costs the system time, also those that stay empty.
-    const int most = std::min(kMost, usual_ + kMorePlaces);
+    const int most = std::min(kMost, usual_ + 1 + usual_ / 4);
     const auto places = static_cast<std::size_t>(foresee(ahead, most));
     buffers_->pieces[2 * places] = {buffers_->overflow.data(), kLongestDatagram};
     msghdr message{};

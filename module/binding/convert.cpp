@@ -1,5 +1,7 @@
 #include "module/binding/convert.h"
 
+#include "module/binding/large_copy.h"
+
 #include <new>
 
 namespace binding
@@ -100,8 +102,12 @@ Py::Object byteArray(const void* data, std::uint64_t size)
     if (size > static_cast<std::uint64_t>(PY_SSIZE_T_MAX)) {
         throw std::bad_alloc();
     }
-    return owned(PyByteArray_FromStringAndSize(
-        static_cast<const char*>(data), data != nullptr ? static_cast<Py_ssize_t>(size) : 0));
+    const Py::Object bytes = owned(PyByteArray_FromStringAndSize(
+        nullptr, data != nullptr ? static_cast<Py_ssize_t>(size) : 0));
+    if (data != nullptr && size > 0) {
+        copyLarge(PyByteArray_AsString(bytes.ptr()), data, size);
+    }
+    return bytes;
 }
 
 // The answers of every reader: the object layer would look at each item anew.
