@@ -159,8 +159,11 @@ std::string formatReal(double value)
 void appendEscapedXml(std::string_view text, std::string* to)
 {
     for (;;) {
-        const std::size_t plain = std::min(text.find_first_of("&<>\""), text.size());
-        to->append(text.substr(0, plain));
+        const auto* const special = std::find_if(text.begin(), text.end(), [](char c) {
+            return c == '&' || c == '<' || c == '>' || c == '"';
+        });
+        const auto plain = static_cast<std::size_t>(special - text.begin());
+        to->append(text.data(), plain);
         if (plain == text.size()) {
             return;
         }
