@@ -7,6 +7,7 @@ import re
 import shutil
 import subprocess
 import sys
+import tempfile
 import zipfile
 
 import pytest
@@ -109,8 +110,7 @@ def test_wheel_works_on_a_bare_debian(wheel, tmp_path):
         if made.returncode:
             pytest.skip("no packages can be got")
     assert not list(root.glob("usr/lib/*/libtiff.so*")) and not list(root.glob("usr/include/c++"))
-    place = root / "tmp" / tmp_path.name
-    place.mkdir()
+    place = pathlib.Path(tempfile.mkdtemp(dir=str(root / "tmp")))
     shutil.copy(wheel, place)
     (place / "first.py").write_text(FIRST_STEPS)
     own = root.joinpath(*pathlib.Path(sys.base_prefix).parts[1:])
