@@ -52,7 +52,7 @@ need_packages() {
     if ! { $as_root env DEBIAN_FRONTEND=noninteractive apt-get update >"$log" 2>&1 &&
            watched "$log" show_apt $as_root env DEBIAN_FRONTEND=noninteractive \
                apt-get install -y --no-install-recommends -o APT::Status-Fd=1 $missing; }; then
-        tail -n 20 "$log" >&2
+        grep -vE '^(dl|pm)status:' "$log" | tail -n 20 >&2
         fail "could not install: $missing"
     fi
 }
