@@ -105,7 +105,7 @@ ZelCamErr FrameReceiver::start(const wire::TransferPlan& plan, std::uint64_t fra
     limit_ = bytesInFlight;
     hasLastId_ = seeking_ = mustClear_ = strayHasLeader_ = false;
     failures_ = 0;
-    waste_.resize(std::max({plan.size, plan.final1, plan.final2, plan.leader, plan.trailer}));
+    longest_ = std::max({plan.size, plan.final1, plan.final2, plan.leader, plan.trailer});
     mode_ = Mode::Running;
     fill();
     if (inFlight_ == 0) {
@@ -186,7 +186,8 @@ FrameReceiver::Slot& FrameReceiver::freeSlot()
     return *free_.back();
 }
 
-/// Chooses the memory of a transfer: the frame's where it fits whole.
+/// Chooses the memory of a transfer: the frame's where it fits whole. What is thrown away has
+/// memory of its own all the same: it is looked at while the next one is written.
 void FrameReceiver::place(Slot& slot, std::size_t length)
 {
     unsigned char* memory = nullptr;
@@ -194,9 +195,7 @@ void FrameReceiver::place(Slot& slot, std::size_t length)
     if (slot.role == Role::Payload) {
         const Frame& frame = frames_.back();
         const Memory& target = frame.memory;
-        if (frame.token == 0) {
-            memory = waste_.data();
-        } else if (slot.offset <= target.size && length <= target.size - slot.offset) {
+        if (frame.token != 0 && slot.offset <= target.size && length <= target.size - slot.offset) {
             memory = target.bytes + slot.offset;
             slot.isDirect = true;
         }
@@ -271,7 +270,7 @@ bool FrameReceiver::submitNext()
 {
     if (seeking_) {
         // One at a time: what comes behind the leader is to go elsewhere.
-        return frames_.empty() && inFlight_ == 0 && submit(Role::Leader, 0, waste_.size());
+        return frames_.empty() && inFlight_ == 0 && submit(Role::Leader, 0, longest_);
     }
     if (!frames_.empty()) {
         Frame& last = frames_.back();
