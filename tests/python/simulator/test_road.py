@@ -83,7 +83,7 @@ def test_readme_shows_the_example_and_it_runs(run_program, tmp_path):
     ("replug.py", [], []),
     ("triggers.py", [], []),
     ("chunk_data.py", [], []),
-    ("several_cameras.py", ["--seconds", "0.5", "--cameras", "3"], []),
+    ("several_cameras.py", ["--seconds", "1.5", "--cameras", "3"], []),
     ("newest_frame.py", ["--frames", "4"], []),
     ("live_display.py", ["--frames", "5", "--no-window", "--serial", "10000002"], []),
     ("numpy_view.py", [], ["frame_cv2.png"]),
