@@ -91,7 +91,9 @@ def sanitizer_environment(build):
             "ASAN_OPTIONS": "detect_leaks=0:allocator_may_return_null=1:quarantine_size_mb=2:"
                             + os.environ.get("ASAN_OPTIONS", ""),
             "UBSAN_OPTIONS": "print_stacktrace=1:" + os.environ.get("UBSAN_OPTIONS", ""),
-            "TSAN_OPTIONS": "suppressions=%s:allocator_may_return_null=1:second_deadlock_stack=1:%s"
+            # Scripts that end with an open camera leave its threads to the end of the process.
+            "TSAN_OPTIONS": "suppressions=%s:allocator_may_return_null=1:second_deadlock_stack=1:"
+                            "report_thread_leaks=0:%s"
                             % (HERE.parent / "sanitizers" / "tsan.supp",
                                os.environ.get("TSAN_OPTIONS", ""))}
 
