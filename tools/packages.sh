@@ -48,10 +48,12 @@ need_packages() {
     fi
     log=$(mktemp)
     leftovers="$leftovers $log"
+    # Not descriptor 1: apt closes the one it tells its progress on to the scripts of packages.
     # shellcheck disable=SC2086  # both are lists of words
     if ! { $as_root env DEBIAN_FRONTEND=noninteractive apt-get update >"$log" 2>&1 &&
-           watched "$log" show_apt $as_root env DEBIAN_FRONTEND=noninteractive \
-               apt-get install -y --no-install-recommends -o APT::Status-Fd=1 $missing; }; then
+           watched "$log" show_apt $as_root env DEBIAN_FRONTEND=noninteractive sh -c \
+               'exec apt-get install -y --no-install-recommends -o APT::Status-Fd=3 "$@" 3>&1' \
+               sh $missing; }; then
         grep -vE '^(dl|pm)status:' "$log" | tail -n 20 >&2
         fail "could not install: $missing"
     fi
