@@ -63,7 +63,7 @@ public:
         const Bytes answer = answers.front();
         answers.pop_front();
         EXPECT_LE(answer.size(), capacity);
-        std::memcpy(bytes, answer.data(), answer.size());
+        std::copy(answer.begin(), answer.end(), bytes);
         *got = answer.size();
         return UsbResult::Ok;
     }
