@@ -105,7 +105,6 @@ ZelCamErr FrameReceiver::start(const wire::TransferPlan& plan, std::uint64_t fra
     limit_ = bytesInFlight;
     hasLastId_ = seeking_ = mustClear_ = strayHasLeader_ = false;
     failures_ = 0;
-    longest_ = std::max({plan.size, plan.final1, plan.final2, plan.leader, plan.trailer});
     mode_ = Mode::Running;
     fill();
     if (inFlight_ == 0) {
@@ -270,7 +269,7 @@ bool FrameReceiver::submitNext()
 {
     if (seeking_) {
         // One at a time: what comes behind the leader is to go elsewhere.
-        return frames_.empty() && inFlight_ == 0 && submit(Role::Leader, 0, longest_);
+        return frames_.empty() && inFlight_ == 0 && submit(Role::Leader, 0, plan_.longest());
     }
     if (!frames_.empty()) {
         Frame& last = frames_.back();

@@ -140,7 +140,6 @@ private:
     std::deque<Frame> frames_ ZEL_GUARDED_BY(mutex_); ///< The one that is received first.
     std::vector<std::unique_ptr<Slot>> slots_ ZEL_GUARDED_BY(mutex_);
     std::vector<Slot*> free_ ZEL_GUARDED_BY(mutex_);
-    std::size_t longest_ ZEL_GUARDED_BY(mutex_) = 0; ///< Transfer of the plan.
     wire::TransferPlan plan_ ZEL_GUARDED_BY(mutex_);
     std::uint64_t remaining_ ZEL_GUARDED_BY(mutex_) = 0;
     std::size_t limit_ ZEL_GUARDED_BY(mutex_) = 0;

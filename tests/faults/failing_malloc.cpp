@@ -136,13 +136,17 @@ void* allocate(std::size_t size)
     return functions != nullptr ? functions->malloc(size) : takeEarly(size);
 }
 
+/// Whole alignments: a sanitizer's aligned_alloc() insists on them.
+void* allocateAligned(std::size_t alignment, std::size_t size)
+{
+    return real()->alignedAlloc(alignment, (size + alignment - 1) / alignment * alignment);
+}
+
 void* allocateOrThrow(std::size_t size, std::size_t alignment, void* caller)
 {
-    void* const memory =
-        refuses(caller) ? nullptr
-        : alignment > alignof(std::max_align_t)
-            ? real()->alignedAlloc(alignment, (size + alignment - 1) / alignment * alignment)
-            : allocate(size > 0 ? size : 1);
+    void* const memory = refuses(caller)                         ? nullptr
+                         : alignment > alignof(std::max_align_t) ? allocateAligned(alignment, size)
+                                                                 : allocate(size > 0 ? size : 1);
     if (memory == nullptr) {
         throw std::bad_alloc();
     }
@@ -204,10 +208,8 @@ void* aligned_alloc(std::size_t alignment, std::size_t size)
 
 int posix_memalign(void** memory, std::size_t alignment, std::size_t size)
 {
-    // Whole alignments: a sanitizer's aligned_alloc() insists on them.
-    const std::size_t whole = (size + alignment - 1) / alignment * alignment;
     void* const made =
-        refuses(__builtin_return_address(0)) ? nullptr : real()->alignedAlloc(alignment, whole);
+        refuses(__builtin_return_address(0)) ? nullptr : allocateAligned(alignment, size);
     if (made == nullptr) {
         return ENOMEM;
     }

@@ -3,6 +3,7 @@
 
 #include "zel_err.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 
@@ -37,6 +38,8 @@ struct TransferPlan {
     {
         return index < count ? size : (index == count && final1 > 0 ? final1 : final2);
     }
+    /// Length that no transfer of a frame exceeds, leader and trailer among them.
+    std::uint32_t longest() const { return std::max({size, final1, final2, leader, trailer}); }
 };
 
 /// `largest` is the transfer size to be used, at least 1 KB. Only the last transfer is longer than
