@@ -4,7 +4,7 @@
 //
 // Prints JSON: medians of processor time in seconds, bytes of heap that one open map holds. A file
 // takes the place of the description made here.
-#include "genapi/param_array.h"
+#include "params/param_array.h"
 
 #include <arv.h>
 #include <malloc.h>
@@ -139,7 +139,7 @@ int main(int count, char** arguments)
     std::int32_t features = 0;
     for (int i = 0; i < rounds; ++i) {
         measure(&ours, [&] {
-            auto* const array = new genapi::ParamArray;
+            auto* const array = new params::ParamArray;
             array->attach({&source});
             features = array->GetCount();
             return [array] { delete array; };

@@ -17,9 +17,9 @@ std::atomic<std::uint64_t> fetches{0};
 
 /// The chunks of a frame whose memory may be read. The one that holds the image is left out: it is
 /// large, and the user has it already.
-std::vector<genapi::ChunkBytes> copyChunks(const FrameInfo& frame, const void* memory)
+std::vector<params::ChunkBytes> copyChunks(const FrameInfo& frame, const void* memory)
 {
-    std::vector<genapi::ChunkBytes> result;
+    std::vector<params::ChunkBytes> result;
     const auto* const base = static_cast<const unsigned char*>(memory);
     for (const ChunkPlace& chunk : frame.chunks) {
         const bool holdsImage = frame.deliveredSize > 0 && chunk.offset <= frame.imageOffset &&

@@ -5,7 +5,7 @@
 #include "core/buffer_impl.h"
 #include "core/handling_mode.h"
 #include "core/interruptible_condition.h"
-#include "genapi/param_array.h"
+#include "params/param_array.h"
 
 #include <array>
 #include <memory>
@@ -40,7 +40,7 @@ struct FetchedFrame {
     /// Rises from fetch to fetch over all streams of the process.
     std::uint64_t order = 0;
     /// Copies: the memory is the user's from the fetch on, and gone when another thread revokes it.
-    std::vector<genapi::ChunkBytes> chunks;
+    std::vector<params::ChunkBytes> chunks;
 };
 
 /// Buffer states and the ready queue of a stream. Thread safe; one lock, held for moments only and

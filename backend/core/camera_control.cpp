@@ -2,7 +2,7 @@
 #include "core/camera_control.h"
 
 #include "core/pixel_format.h"
-#include "genapi/param_array.h"
+#include "params/param_array.h"
 
 namespace core
 {
@@ -13,7 +13,7 @@ void CameraControl::lockTransport(bool locked)
 {
     static_cast<void>(parameters_.SetIntegerValue("TLParamsLocked", locked ? 1 : 0));
     // A camera without that feature may follow what the host does all the same.
-    genapi::ParamArray::invalidate();
+    params::ParamArray::invalidate();
 }
 
 ZelCamErr CameraControl::start() { return execute("AcquisitionStart"); }

@@ -9,8 +9,12 @@
 namespace genapi
 {
 class ChangeGate;
-class ParamArray;
 } // namespace genapi
+
+namespace params
+{
+class ParamArray;
+} // namespace params
 
 namespace core
 {
@@ -20,7 +24,7 @@ namespace core
 class CameraControl
 {
 public:
-    explicit CameraControl(genapi::ParamArray& parameters) : parameters_(parameters) {}
+    explicit CameraControl(params::ParamArray& parameters) : parameters_(parameters) {}
 
     /// Of the camera's parameters.
     genapi::ChangeGate& gate();
@@ -36,7 +40,7 @@ public:
 private:
     ZelCamErr execute(const char* command);
 
-    genapi::ParamArray& parameters_;
+    params::ParamArray& parameters_;
 };
 
 } // namespace core

@@ -5,7 +5,7 @@
 #include "base/operation_guard.h"
 #include "core/device_info_impl.h"
 #include "core/interface_impl.h"
-#include "genapi/configuration_file.h"
+#include "params/configuration_file.h"
 
 #include <algorithm>
 #include <new>
@@ -213,7 +213,7 @@ ZelCamErr DeviceImpl::WriteMem(std::int64_t address, const void* data, std::int6
         return ZelErr::kOk;
     });
     // Refused writes too may have changed something.
-    genapi::ParamArray::invalidate();
+    params::ParamArray::invalidate();
     if (written != nullptr) {
         *written = done;
     }
@@ -262,14 +262,14 @@ ZelGenParam::Array* DeviceImpl::GetCameraParameters(ZelCamErr* err)
 ZelCamErr DeviceImpl::SaveConfiguration(const char* fileName)
 {
     return whileOpen([&](TransportDevice& /*transport*/) {
-        return genapi::saveConfiguration(camera_, info_.identity(), fileName);
+        return params::saveConfiguration(camera_, info_.identity(), fileName);
     });
 }
 
 ZelCamErr DeviceImpl::LoadConfiguration(const char* fileName)
 {
     return whileOpen([&](TransportDevice& /*transport*/) {
-        return genapi::loadConfiguration(camera_, fileName);
+        return params::loadConfiguration(camera_, fileName);
     });
 }
 
@@ -311,7 +311,7 @@ void DeviceImpl::event(std::uint64_t eventId, const void* data, std::size_t size
     }
 }
 
-void DeviceImpl::featuresInvalidated() { genapi::ParamArray::invalidate(); }
+void DeviceImpl::featuresInvalidated() { params::ParamArray::invalidate(); }
 
 void DeviceImpl::deviceLost(ZelCamErr reason)
 {

@@ -6,7 +6,7 @@
 #include "core/stream_features.h"
 #include "core/stream_impl.h"
 #include "core/transport.h"
-#include "genapi/param_array.h"
+#include "params/param_array.h"
 #include "zel_cam/device.h"
 
 #include <atomic>
@@ -51,7 +51,7 @@ public:
     const char* name() const;
 
     /// For the streams.
-    genapi::ParamArray& cameraParameters() { return camera_; }
+    params::ParamArray& cameraParameters() { return camera_; }
     void releaseStream(StreamImpl& stream);
     /// Makes the chunk data of a fetched frame readable through the camera's parameters, in place
     /// of those of the frame before. A frame that was overtaken by a later one is passed over.
@@ -80,8 +80,8 @@ private:
     template <class Body> void forEachStream(Body&& body);
 
     DeviceInfoImpl& info_;
-    genapi::ParamArray camera_;
-    genapi::ParamArray transportParameters_;
+    params::ParamArray camera_;
+    params::ParamArray transportParameters_;
     StreamFeatures streamFeatures_;
 
     base::SharedMutex lifetime_;

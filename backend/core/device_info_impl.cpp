@@ -92,9 +92,9 @@ ZelCamErr DeviceInfoImpl::ForceIP(const char* address, const char* mask, const c
     });
 }
 
-genapi::DeviceIdentity DeviceInfoImpl::identity()
+params::DeviceIdentity DeviceInfoImpl::identity()
 {
-    genapi::DeviceIdentity identity;
+    params::DeviceIdentity identity;
     identity.vendor = GetVendor();
     identity.model = GetModel();
     identity.serialNumber = GetSerialNumber();

@@ -3,7 +3,7 @@
 
 #include "core/device_impl.h"
 #include "core/transport.h"
-#include "genapi/configuration_file.h"
+#include "params/configuration_file.h"
 #include "zel_cam/device_info.h"
 
 #include <array>
@@ -39,7 +39,7 @@ public:
     const std::string& id() const { return id_; }
     InterfaceImpl& interface() { return interface_; }
     /// What a configuration file keeps.
-    genapi::DeviceIdentity identity();
+    params::DeviceIdentity identity();
     DeviceImpl& device() { return device_; }
     /// Takes over what an enumeration found out.
     void update(const DeviceDescription& description);

@@ -159,7 +159,7 @@ ZelCamErr InterfaceImpl::enumerate(std::uint64_t timeoutMs, bool* changed)
         return code;
     }
     *changed = takeOver(found);
-    genapi::ParamArray::invalidate();
+    params::ParamArray::invalidate();
     return code;
 }
 

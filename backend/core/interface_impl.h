@@ -3,7 +3,7 @@
 
 #include "core/device_info_impl.h"
 #include "core/transport.h"
-#include "genapi/param_array.h"
+#include "params/param_array.h"
 #include "zel_cam/interface.h"
 
 #include <map>
@@ -52,7 +52,7 @@ private:
     const std::string id_;
     const bool simulated_;
     std::mutex transportMutex_;
-    genapi::ParamArray parameters_;
+    params::ParamArray parameters_;
     bool attached_ = false; ///< Guarded by transportMutex_.
 
     std::mutex listMutex_;

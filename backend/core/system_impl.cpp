@@ -143,7 +143,7 @@ DeviceInfoImpl* SystemImpl::defaultDevice()
 
 // Model and serial number name a camera wherever it is plugged in; the ids tell apart cameras that
 // agree in both.
-DeviceInfoImpl* SystemImpl::match(const genapi::DeviceIdentity& identity)
+DeviceInfoImpl* SystemImpl::match(const params::DeviceIdentity& identity)
 {
     DeviceInfoImpl* best = nullptr;
     for (InterfaceImpl* const interface : interfaces()) {
@@ -167,8 +167,8 @@ DeviceInfoImpl* SystemImpl::match(const genapi::DeviceIdentity& identity)
 
 ZelCamErr SystemImpl::openFromConfiguration(const char* fileName, ZelCam::Device** device)
 {
-    genapi::DeviceIdentity identity;
-    ZelCamErr code = genapi::readConfigurationIdentity(fileName, &identity);
+    params::DeviceIdentity identity;
+    ZelCamErr code = params::readConfigurationIdentity(fileName, &identity);
     if (code != ZelErr::kOk) {
         return code;
     }

@@ -38,7 +38,7 @@ private:
     void loadDefaults();
     DeviceInfoImpl* find(const ZelCam::DeviceInfo* info);
     DeviceInfoImpl* defaultDevice();
-    DeviceInfoImpl* match(const genapi::DeviceIdentity& identity);
+    DeviceInfoImpl* match(const params::DeviceIdentity& identity);
     ZelCamErr openFromConfiguration(const char* fileName, ZelCam::Device** device);
 
     ProviderLoader& loader_;

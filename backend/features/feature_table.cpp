@@ -192,6 +192,32 @@ void FeatureTable::finish()
         layOut(feature);
     }
     xml_ = FeatureXml(*this).text();
+    xml_.shrink_to_fit();
+    xmlSize_ = xml_.size();
+    registers_.shrink_to_fit();
+}
+
+std::string FeatureTable::xml() const
+{
+    {
+        const std::lock_guard<std::mutex> lock(xmlMutex_);
+        if (!xml_.empty()) {
+            return xml_;
+        }
+    }
+    return FeatureXml(*this).text();
+}
+
+void FeatureTable::readXml(std::size_t offset, void* data, std::size_t size) const
+{
+    const std::lock_guard<std::mutex> lock(xmlMutex_);
+    if (xml_.empty()) {
+        xml_ = FeatureXml(*this).text();
+    }
+    std::memcpy(data, xml_.data() + offset, size);
+    if (offset + size == xmlSize_) {
+        std::string().swap(xml_);
+    }
 }
 
 std::uint64_t FeatureTable::address(const std::string& name, std::size_t index) const

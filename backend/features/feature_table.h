@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <deque>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -59,7 +60,13 @@ public:
     /// Lays out the registers and writes the description; call once, after the last addition.
     void finish();
 
-    const std::string& xml() const { return xml_; }
+    // The description, the same for the life of the table; thread safe. Few look at it twice and it
+    // takes as much memory as the features, so that it is let go when it was read to its end, and
+    // made again for who comes later.
+    std::string xml() const;
+    std::size_t xmlSize() const { return xmlSize_; }
+    /// Copies what lies in [offset, offset + size); the caller has compared with xmlSize().
+    void readXml(std::size_t offset, void* data, std::size_t size) const;
     std::uint64_t base() const { return base_; }
     std::uint64_t end() const { return end_; } ///< First address behind the registers.
 
@@ -110,7 +117,9 @@ private:
     std::string currentCategory_;
     std::vector<DataPort> ports_;
     std::vector<Register> registers_; ///< By address, without gaps.
-    std::string xml_;
+    std::size_t xmlSize_ = 0;
+    mutable std::mutex xmlMutex_;
+    mutable std::string xml_; ///< Empty while nobody reads it; under xmlMutex_.
 };
 
 } // namespace features

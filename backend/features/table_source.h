@@ -25,7 +25,8 @@ public:
 
     ZelCamErr description(std::string* document) override
     {
-        *document = table_.xml();
+        document->resize(table_.xmlSize());
+        table_.readXml(0, &(*document)[0], document->size());
         return ZelErr::kOk;
     }
     ZelCamErr read(std::uint64_t address, void* data, std::size_t size) override

@@ -75,7 +75,7 @@ ZelCamErr IpFeatures::withSelected(const std::string& deviceId,
         }
         attached_ = true;
     }
-    genapi::ParamArray::invalidate(); // The user's node map writes the same registers.
+    params::ParamArray::invalidate(); // The user's node map writes the same registers.
     ZelCamErr known = ZelErr::kOk;
     const std::int64_t before = parameters_.GetIntegerValue(kSelector, &known);
     if (known != ZelErr::kOk) {

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "core/transport.h"
-#include "genapi/param_array.h"
+#include "params/param_array.h"
 
 #include <functional>
 #include <string>
@@ -27,7 +27,7 @@ private:
     ZelCamErr select(const std::string& deviceId);
 
     genapi::FeatureSource& interface_;
-    genapi::ParamArray parameters_;
+    params::ParamArray parameters_;
     bool attached_ = false;
 };
 

@@ -14,16 +14,18 @@ namespace simulator
 namespace
 {
 
-/// Reads from a text in the camera's memory, which is padded with zeros to whole words.
+/// Reads from a text of `length` bytes in the camera's memory, which is padded with zeros to whole
+/// words; `copy` brings a part of it that is there.
+template <class Copy>
 bool readText(std::uint64_t address, void* data, std::size_t size, std::uint64_t base,
-              const std::string& text)
+              std::size_t length, const Copy& copy)
 {
-    if (text.empty() || !liesIn(address, size, base, (text.size() + 3) / 4 * 4)) {
+    if (length == 0 || !liesIn(address, size, base, (length + 3) / 4 * 4)) {
         return false;
     }
-    const std::size_t offset = address - base;
-    const std::size_t count = std::min(size, text.size() - std::min(text.size(), offset));
-    std::memcpy(data, text.data() + std::min(text.size(), offset), count);
+    const std::size_t offset = std::min<std::size_t>(length, address - base);
+    const std::size_t count = std::min(size, length - offset);
+    copy(offset, count);
     std::memset(static_cast<char*>(data) + count, 0, size - count);
     return true;
 }
@@ -46,7 +48,7 @@ const std::string& CameraMemory::archive() const
     if (network_ != nullptr) {
         std::call_once(archiveOnce_, [this] {
             const std::string name = identifierOf(context_.config.model);
-            const std::string& xml = context_.table.xml();
+            const std::string xml = context_.table.xml();
             archive_ = zipped(name + ".xml", xml);
             const auto url = [&name](const char* ending, std::uint64_t base, std::size_t length) {
                 return ::gige::wire::makeXmlUrl(name + ending, static_cast<std::uint32_t>(base),
@@ -62,13 +64,20 @@ const std::string& CameraMemory::archive() const
 
 bool CameraMemory::readDescription(std::uint64_t address, void* data, std::size_t size) const
 {
-    return readText(address, data, size, kXmlBase, context_.table.xml()) ||
-           (mayBeArchive(address) && readText(address, data, size, kArchiveBase, archive()));
+    const auto plain = [&](std::size_t offset, std::size_t count) {
+        context_.table.readXml(offset, data, count);
+    };
+    const auto zipped = [&](std::size_t offset, std::size_t count) {
+        std::memcpy(data, archive().data() + offset, count);
+    };
+    return readText(address, data, size, kXmlBase, context_.table.xmlSize(), plain) ||
+           (mayBeArchive(address) &&
+            readText(address, data, size, kArchiveBase, archive().size(), zipped));
 }
 
 bool CameraMemory::isDescription(std::uint64_t address) const
 {
-    return liesIn(address, 1, kXmlBase, context_.table.xml().size()) ||
+    return liesIn(address, 1, kXmlBase, context_.table.xmlSize()) ||
            (mayBeArchive(address) && liesIn(address, 1, kArchiveBase, archive().size()));
 }
 

@@ -44,7 +44,8 @@ public:
 
     /// GenICam description, the same text for the life of the model. It also lies in the register
     /// space, at xmlAddress().
-    const std::string& xml() const { return table_.xml(); }
+    std::string xml() const { return table_.xml(); }
+    std::size_t xmlSize() const { return table_.xmlSize(); }
     std::uint64_t xmlAddress() const { return kXmlBase; }
 
     std::int32_t read(std::uint64_t address, void* data, std::size_t size);

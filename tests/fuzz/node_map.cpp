@@ -1,6 +1,6 @@
 // A camera's description: loaded, and every feature of what still loads read and written.
-#include "genapi/param_array.h"
 #include "input.h"
+#include "params/param_array.h"
 
 #include <cstring>
 
@@ -39,7 +39,7 @@ private:
     std::uint8_t bytes_[4096] = {1, 2, 3};
 };
 
-void use(genapi::ParamArray& array, ZelGenParam::Param& param)
+void use(params::ParamArray& array, ZelGenParam::Param& param)
 {
     ZelCamErr err = 0;
     const char* const name = param.GetName();
@@ -64,7 +64,7 @@ void use(genapi::ParamArray& array, ZelGenParam::Param& param)
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     Memory source(fuzz::Input(data, size).rest());
-    genapi::ParamArray array;
+    params::ParamArray array;
     const bool isLoaded = array.attach({&source}) == ZelErr::kOk;
     fuzz::require(isLoaded || array.GetCount() == 0);
     ZelCamErr err = 0;

@@ -3,7 +3,6 @@
 
 #include "simulator/producer/failure.h"
 
-#include <cstring>
 #include <utility>
 
 namespace simulator::producer
@@ -32,11 +31,10 @@ void Module::read(std::uint64_t address, void* data, std::size_t size)
 {
     if (address >= kXmlAddress) {
         const std::uint64_t offset = address - kXmlAddress;
-        if (offset > xml().size() || size > xml().size() - offset) {
+        if (offset > xmlSize() || size > xmlSize() - offset) {
             check(gentl::err::kInvalidAddress, address);
         }
-        std::memcpy(data, xml().data() + offset, size);
-        return;
+        return table_.readXml(offset, data, size);
     }
     const std::lock_guard lock(tableMutex_);
     check(table_.read(address, data, size), address);
@@ -44,7 +42,7 @@ void Module::read(std::uint64_t address, void* data, std::size_t size)
 
 void Module::write(std::uint64_t address, const void* data, std::size_t size)
 {
-    if (address >= kXmlAddress && address - kXmlAddress < xml().size()) {
+    if (address >= kXmlAddress && address - kXmlAddress < xmlSize()) {
         check(gentl::err::kAccessDenied, address);
     }
     const std::lock_guard lock(tableMutex_);

@@ -32,7 +32,8 @@ public:
 
     void read(std::uint64_t address, void* data, std::size_t size) override;
     void write(std::uint64_t address, const void* data, std::size_t size) override;
-    const std::string& xml() const override { return table_.xml(); }
+    std::string xml() const override { return table_.xml(); }
+    std::size_t xmlSize() const override { return table_.xmlSize(); }
     std::uint64_t xmlAddress() const override { return kXmlAddress; }
 
     /// Closes the children, ends the events, frees the handle. The tree lock is held.

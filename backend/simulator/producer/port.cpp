@@ -29,7 +29,7 @@ std::int32_t versionAttribute(const std::string& xml, const std::string& name)
 std::string Port::url() const
 {
     char place[64];
-    std::snprintf(place, sizeof place, ";%" PRIX64 ";%zX", xmlAddress(), xml().size());
+    std::snprintf(place, sizeof place, ";%" PRIX64 ";%zX", xmlAddress(), xmlSize());
     return "local:" + xmlFileName() + place;
 }
 
@@ -91,7 +91,7 @@ InfoValue Port::urlInfo(std::int32_t command) const
     case gentl::kUrlInfoFileRegisterAddress:
         return InfoValue::uint64(xmlAddress());
     case gentl::kUrlInfoFileSize:
-        return InfoValue::uint64(xml().size());
+        return InfoValue::uint64(xmlSize());
     case gentl::kUrlInfoScheme:
         return InfoValue::int32(kSchemeLocal);
     case gentl::kUrlInfoFileName:

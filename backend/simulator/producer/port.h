@@ -38,7 +38,8 @@ public:
 
     virtual PortFacts facts() = 0;
     /// The description; it lies in the register space, at xmlAddress().
-    virtual const std::string& xml() const = 0;
+    virtual std::string xml() const = 0;
+    virtual std::size_t xmlSize() const = 0;
     virtual std::uint64_t xmlAddress() const = 0;
     virtual std::string xmlFileName() const = 0;
 

@@ -67,7 +67,9 @@ PortFacts RemotePort::facts()
     return facts;
 }
 
-const std::string& RemotePort::xml() const { return camera_->model().xml(); }
+std::string RemotePort::xml() const { return camera_->model().xml(); }
+
+std::size_t RemotePort::xmlSize() const { return camera_->model().xmlSize(); }
 
 std::uint64_t RemotePort::xmlAddress() const { return camera_->model().xmlAddress(); }
 

@@ -18,7 +18,8 @@ public:
     void read(std::uint64_t address, void* data, std::size_t size) override;
     void write(std::uint64_t address, const void* data, std::size_t size) override;
     PortFacts facts() override;
-    const std::string& xml() const override;
+    std::string xml() const override;
+    std::size_t xmlSize() const override;
     std::uint64_t xmlAddress() const override;
     std::string xmlFileName() const override { return "simulated_camera.xml"; }
 

@@ -1,8 +1,8 @@
 // A module in memory under an array, ready to be used.
 #pragma once
 
-#include "genapi/param_array.h"
 #include "memory_source.h"
+#include "params/param_array.h"
 
 #include <gtest/gtest.h>
 
@@ -38,5 +38,5 @@ public:
     }
 
     MemorySource source;
-    genapi::ParamArray array;
+    params::ParamArray array;
 };

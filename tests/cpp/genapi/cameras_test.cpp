@@ -2,7 +2,7 @@
 //
 // Reads ../shared/cameras beside the checkout: descriptions, and for each of them access, values,
 // ranges and writes of all features over two memories. Skipped where the folder is absent.
-#include "genapi/param_array.h"
+#include "params/param_array.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -109,7 +109,7 @@ json entriesOf(ZelGenParam::Enum& param)
     return entries;
 }
 
-json valueOf(genapi::ParamArray& array, const char* name, std::int32_t type)
+json valueOf(params::ParamArray& array, const char* name, std::int32_t type)
 {
     ZelCamErr err = 0;
     if (type == ZelGenParam::kTypeInt) {
@@ -171,7 +171,7 @@ bool isSame(const json& ours, const json& theirs)
     return ours == theirs;
 }
 
-ZelCamErr write(genapi::ParamArray& array, const char* name, std::int32_t type, const json& value)
+ZelCamErr write(params::ParamArray& array, const char* name, std::int32_t type, const json& value)
 {
     switch (type) {
     case ZelGenParam::kTypeInt:
@@ -257,7 +257,7 @@ private:
         const json before = presentOf(name, type);
         memory_.writes = json::object();
         memory_.bytes.clear();
-        genapi::ParamArray::invalidate();
+        params::ParamArray::invalidate();
         const ZelCamErr result = write(array_, name, type, expected[0]);
         const json ours = result == ZelErr::kOk ? memory_.writes : json();
         if (ours == expected[1])
@@ -285,7 +285,7 @@ private:
     std::string name_;
     AnyMemory memory_;
     Agreement& agreement_;
-    genapi::ParamArray array_;
+    params::ParamArray array_;
     json expected_;
 };
 

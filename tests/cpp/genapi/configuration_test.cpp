@@ -1,7 +1,7 @@
 // Configuration files: what is written, what is taken, and that a refusal changes nothing.
-#include "genapi/configuration_file.h"
-#include "genapi/param_array.h"
 #include "memory_source.h"
+#include "params/configuration_file.h"
+#include "params/param_array.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -129,7 +129,7 @@ protected:
     ZelCamErr load(const std::string& text)
     {
         put(path("load"), text);
-        return genapi::loadConfiguration(array, path("load").c_str());
+        return params::loadConfiguration(array, path("load").c_str());
     }
 
     /// Loads what must be refused, and looks for a trace of it.
@@ -142,7 +142,7 @@ protected:
 
     fs::path directory;
     MemorySource source;
-    genapi::ParamArray array;
+    params::ParamArray array;
 };
 
 const std::string kSaved = "GammaOn\t0\nOffsetX\t100\nWidth\t400\nBinning\t1\nChannel\tBlue\n"
@@ -153,32 +153,32 @@ const std::string kSaved = "GammaOn\t0\nOffsetX\t100\nWidth\t400\nBinning\t1\nCh
 TEST_F(Configuration, SavesEveryCombinationAndNamesTheDevice)
 {
     ASSERT_EQ(array.SetEnumValueStr("Channel", "Blue"), 0);
-    const genapi::DeviceIdentity identity = {"Vendor",      "Model\nX", "0815",
+    const params::DeviceIdentity identity = {"Vendor",      "Model\nX", "0815",
                                              "GigE Vision", "if",       "id"};
-    ASSERT_EQ(genapi::saveConfiguration(array, identity, path("a").c_str()), 0);
+    ASSERT_EQ(params::saveConfiguration(array, identity, path("a").c_str()), 0);
     EXPECT_EQ(get(path("a")), kHead +
                                   "# Vendor = Vendor\n# Model = Model X\n# SerialNumber = 0815\n"
                                   "# InterfaceType = GigE Vision\n# InterfaceID = if\n"
                                   "# DeviceID = id\n" +
                                   kSaved);
     EXPECT_EQ(source.word(8), 1U) << "the selector has its old value";
-    genapi::DeviceIdentity read;
-    ASSERT_EQ(genapi::readConfigurationIdentity(path("a").c_str(), &read), 0);
+    params::DeviceIdentity read;
+    ASSERT_EQ(params::readConfigurationIdentity(path("a").c_str(), &read), 0);
     EXPECT_EQ(read.model, "Model X");
     EXPECT_EQ(read.deviceId, "id");
 
     setLabel("&#10;\ttab\nline {");
-    ASSERT_EQ(genapi::saveConfiguration(array, {}, path("b").c_str()), 0);
-    ASSERT_EQ(genapi::loadConfiguration(array, path("a").c_str()), 0);
+    ASSERT_EQ(params::saveConfiguration(array, {}, path("b").c_str()), 0);
+    ASSERT_EQ(params::loadConfiguration(array, path("a").c_str()), 0);
     EXPECT_EQ(std::string(reinterpret_cast<char*>(source.memory.data()) + 128), "left  camera ");
-    ASSERT_EQ(genapi::loadConfiguration(array, path("b").c_str()), 0);
+    ASSERT_EQ(params::loadConfiguration(array, path("b").c_str()), 0);
     EXPECT_EQ(std::string(reinterpret_cast<char*>(source.memory.data()) + 128),
               "&#10;\ttab\nline {");
 }
 
 TEST_F(Configuration, BringsBackWhatWasSavedWhateverTheOrder)
 {
-    ASSERT_EQ(genapi::saveConfiguration(array, {}, path("a").c_str()), 0);
+    ASSERT_EQ(params::saveConfiguration(array, {}, path("a").c_str()), 0);
     source.setWord(16, 2);
     source.setWord(0, 20);
     source.setWord(4, 480);
@@ -186,7 +186,7 @@ TEST_F(Configuration, BringsBackWhatWasSavedWhateverTheOrder)
     setGain(0, 9);
     setGain(3, 9);
     setLabel("other");
-    ASSERT_EQ(genapi::loadConfiguration(array, path("a").c_str()), 0);
+    ASSERT_EQ(params::loadConfiguration(array, path("a").c_str()), 0);
     EXPECT_EQ(source.word(0), 400U);
     EXPECT_EQ(source.word(4), 100U);
     EXPECT_EQ(source.word(16), 1U);
@@ -249,12 +249,12 @@ TEST_F(Configuration, RefusesAndPutsBack)
 TEST_F(Configuration, FilesThatAreNone)
 {
     const auto load = [&](const std::string& file) {
-        return genapi::loadConfiguration(array, file.c_str());
+        return params::loadConfiguration(array, file.c_str());
     };
     const auto save = [&](const std::string& file) {
-        return genapi::saveConfiguration(array, {}, file.c_str());
+        return params::saveConfiguration(array, {}, file.c_str());
     };
-    EXPECT_EQ(genapi::loadConfiguration(array, nullptr), -40007);
+    EXPECT_EQ(params::loadConfiguration(array, nullptr), -40007);
     EXPECT_EQ(load(""), -40007);
     EXPECT_EQ(save(""), -40007);
     EXPECT_EQ(load(path("none")), -40002);
@@ -293,7 +293,7 @@ TEST_F(Configuration, FilesThatAreNone)
 
 TEST_F(Configuration, DamagedFilesLoadWholeOrNotAtAll)
 {
-    ASSERT_EQ(genapi::saveConfiguration(array, {"V", "M", "S", "T", "I", "D"}, path("a").c_str()),
+    ASSERT_EQ(params::saveConfiguration(array, {"V", "M", "S", "T", "I", "D"}, path("a").c_str()),
               0);
     const std::string whole = get(path("a"));
     ASSERT_EQ(load(kHead + "Width\t77\nOffsetX\t7\nBinning\t2\nLabel\tchanged\n"
@@ -326,14 +326,14 @@ TEST_F(Configuration, DescriptionOlderThanTheMarkSavesAllThatCanBeWritten)
                               "<CommandValue>1</CommandValue></Command>";
     MemorySource old(describe(nodes, {"Width", "Sensor", "Go"}));
     old.setWord(0, 640);
-    genapi::ParamArray oldArray;
+    params::ParamArray oldArray;
     ASSERT_EQ(oldArray.attach({&old}), 0);
-    ASSERT_EQ(genapi::saveConfiguration(oldArray, {}, path("old").c_str()), 0);
+    ASSERT_EQ(params::saveConfiguration(oldArray, {}, path("old").c_str()), 0);
     EXPECT_NE(get(path("old")).find("Width\t640\n"), std::string::npos);
     for (const char* absent : {"Sensor", "Hidden", "Go\t"})
         EXPECT_EQ(get(path("old")).find(absent), std::string::npos) << absent;
     old.setWord(0, 16);
-    EXPECT_EQ(genapi::loadConfiguration(oldArray, path("old").c_str()), 0);
+    EXPECT_EQ(params::loadConfiguration(oldArray, path("old").c_str()), 0);
     EXPECT_EQ(old.word(0), 640U);
 
     // One mark, even a No, and the others are not meant.
@@ -341,9 +341,9 @@ TEST_F(Configuration, DescriptionOlderThanTheMarkSavesAllThatCanBeWritten)
                                                 "<AccessMode>RW</AccessMode>"
                                                 "<Streamable>No</Streamable>"),
                                  {"Width", "Other"}));
-    genapi::ParamArray markedArray;
+    params::ParamArray markedArray;
     ASSERT_EQ(markedArray.attach({&marked}), 0);
-    EXPECT_EQ(genapi::loadConfiguration(markedArray, path("old").c_str()),
+    EXPECT_EQ(params::loadConfiguration(markedArray, path("old").c_str()),
               ZelErr::kWrongConfiguration);
 }
 

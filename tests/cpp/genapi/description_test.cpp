@@ -1,8 +1,8 @@
 // Which descriptions are taken, and that others leave nothing behind.
 #include "attached_module.h"
 #include "genapi/description_parser.h"
-#include "genapi/param_array.h"
 #include "memory_source.h"
+#include "params/param_array.h"
 
 #include <gtest/gtest.h>
 #include <zlib.h>
@@ -128,7 +128,7 @@ TEST(Description, RefusesWhatIsBroken)
         EXPECT_EQ(parse(broken.document, &why), -40201) << broken.name;
         EXPECT_NE(why.find(broken.why), std::string::npos) << broken.name << ": " << why;
         MemorySource source(broken.document);
-        genapi::ParamArray array;
+        params::ParamArray array;
         testing::internal::CaptureStderr();
         EXPECT_EQ(array.attach({&source}), -40201) << broken.name;
         EXPECT_NE(testing::internal::GetCapturedStderr().find(why), std::string::npos);
@@ -227,7 +227,7 @@ TEST(Description, TakesWhatRealCamerasHave)
         std::string why;
         EXPECT_EQ(parse(test.document, &why), 0) << test.name << ": " << why;
         MemorySource source(test.document);
-        genapi::ParamArray array;
+        params::ParamArray array;
         EXPECT_EQ(array.attach({&source}), 0) << test.name;
         ZelCamErr err = -1;
         array.GetIntegerValue("A", &err);

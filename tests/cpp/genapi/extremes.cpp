@@ -4,8 +4,8 @@
 //
 // One line each: processor time and heap of opening, the code, the time of the first use of every
 // feature of a small sample. It ends with 0 when none took longer than a second to open.
-#include "genapi/param_array.h"
 #include "memory_source.h"
+#include "params/param_array.h"
 
 #include <malloc.h>
 #include <time.h>
@@ -256,7 +256,7 @@ const Extreme kExtremes[] = {
     {"groups", [] { return fill([](int) { return "<Group>"; }, 900000); }},
 };
 
-double use(genapi::ParamArray& array)
+double use(params::ParamArray& array)
 {
     const double start = now();
     ZelCamErr err = 0;
@@ -279,7 +279,7 @@ int main(int count, char** arguments)
         const std::string document = describe(extreme.nodes(), {"N0"});
         MemorySource source(document);
         const std::size_t before = mallinfo2().uordblks + mallinfo2().hblkhd;
-        genapi::ParamArray array;
+        params::ParamArray array;
         const double start = now();
         const ZelCamErr code = array.attach({&source});
         const double opening = now() - start;

@@ -1,6 +1,6 @@
 // Values, access and ranges of single features, against registers in memory.
 #include "attached_module.h"
-#include "genapi/param_array.h"
+#include "params/param_array.h"
 
 #include <gtest/gtest.h>
 
@@ -312,7 +312,7 @@ TEST(Feature, StringsKnowTheirLengthAndAreValidText)
     EXPECT_EQ(name->SetValue(""), 0);
     EXPECT_STREQ(module.array.GetStringValue("Name", &err), "");
     std::memcpy(module.source.memory.data() + 0x20, "a\xFF\xC3\xA4\xE2\x82", 7);
-    genapi::ParamArray::invalidate();
+    params::ParamArray::invalidate();
     EXPECT_STREQ(name->GetValue(&err), "a\xEF\xBF\xBD\xC3\xA4\xEF\xBF\xBD\xEF\xBF\xBD");
     EXPECT_STREQ(module.array.GetStringValue("Const", &err), "hello");
     EXPECT_EQ(module.array.GetString("Const", nullptr)->GetMaxLength(&err), 2147483647);

@@ -1,7 +1,7 @@
 // Memory that runs out at any single place: every operation answers -1021, and nothing is lost.
 #include "base/operation_guard.h"
-#include "genapi/param_array.h"
 #include "memory_source.h"
+#include "params/param_array.h"
 
 #include <gtest/gtest.h>
 #include <pugixml.hpp>
@@ -59,7 +59,7 @@ using Codes = std::array<ZelCamErr, 20>;
 const Codes kAllWell = {};
 
 /// Every kind of operation once; their codes.
-Codes useAll(genapi::ParamArray& array)
+Codes useAll(params::ParamArray& array)
 {
     Codes codes = {};
     ZelCamErr* code = codes.data();
@@ -96,7 +96,7 @@ TEST(Memory, RunsOutAtAnyAllocationAndEveryOperationSaysSo)
     int refused = 0;
     for (ZelCamErr attached = -1021; attached != 0; ++refused) {
         MemorySource source(kDocument);
-        genapi::ParamArray array;
+        params::ParamArray array;
         left = refused;
         attached = base::guarded([&] { return array.attach({&source}); });
         left = -1;
@@ -109,7 +109,7 @@ TEST(Memory, RunsOutAtAnyAllocationAndEveryOperationSaysSo)
     refused = 0;
     for (Codes codes = {-1021}; codes != kAllWell; ++refused) {
         MemorySource source(kDocument);
-        genapi::ParamArray array;
+        params::ParamArray array;
         ASSERT_EQ(array.attach({&source}), 0);
         left = refused;
         codes = useAll(array);
@@ -125,7 +125,7 @@ TEST(Memory, DocumentThatTheParserHasNoRoomForIsNotCalledBroken)
 {
     pugi::set_memory_management_functions([](std::size_t) -> void* { return nullptr; }, std::free);
     MemorySource source(kDocument);
-    genapi::ParamArray array;
+    params::ParamArray array;
     testing::internal::CaptureStderr();
     EXPECT_EQ(array.attach({&source}), -1021);
     EXPECT_EQ(testing::internal::GetCapturedStderr(),

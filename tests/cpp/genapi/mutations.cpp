@@ -6,8 +6,8 @@
 // texts cut off, nested, or made huge. What still loads is walked: every value read and written. It
 // ends with 0, a count and the longest time that one document took to open, or not at all: run it
 // with the address sanitizer.
-#include "genapi/param_array.h"
 #include "memory_source.h"
+#include "params/param_array.h"
 
 #include <algorithm>
 #include <chrono>
@@ -138,7 +138,7 @@ void mutate(std::string* text, std::mt19937& random)
     }
 }
 
-void use(genapi::ParamArray& array)
+void use(params::ParamArray& array)
 {
     ZelCamErr err = 0;
     const char event[32] = {};
@@ -168,7 +168,7 @@ int main(int count, char** arguments)
     const std::string document = original();
     int loaded = 0;
     auto longest = std::chrono::steady_clock::duration::zero();
-    genapi::ParamArray array;
+    params::ParamArray array;
     for (int i = 0; i < documents; ++i) {
         std::string text = document;
         for (auto step = random() % 6; step-- > 0;)

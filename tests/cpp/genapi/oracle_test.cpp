@@ -336,7 +336,7 @@ private:
         g_clear_error(&error);
         if (!(module_.source.memory == other_)) {
             module_.source.memory = other_ = before;
-            genapi::ParamArray::invalidate();
+            params::ParamArray::invalidate();
         }
     }
 

@@ -1,6 +1,6 @@
 // The array as a whole: order, several modules, objects that outlive maps, events, threads.
-#include "genapi/param_array.h"
 #include "memory_source.h"
+#include "params/param_array.h"
 
 #include <gtest/gtest.h>
 
@@ -27,7 +27,7 @@ std::string category(const std::string& name, const std::vector<std::string>& ch
     return text + "</Category>";
 }
 
-std::string namesOf(genapi::ParamArray& array)
+std::string namesOf(params::ParamArray& array)
 {
     std::string names;
     ZelCamErr err = -1;
@@ -53,7 +53,7 @@ TEST(ParamArray, ListsTheTreeInOrderOnce)
             "<Register Name=\"Raw\"><Address>0</Address><Length>4</Length><pPort>Device</pPort>"
             "</Register>",
         {"Outer", "Raw", "C"}));
-    genapi::ParamArray array;
+    params::ParamArray array;
     ASSERT_EQ(array.attach({&source}), 0);
     EXPECT_EQ(namesOf(array), "Outer B Inner C A Raw ");
     ZelCamErr err = -1;
@@ -85,7 +85,7 @@ TEST(ParamArray, TellsWhatPeopleReadAboutAFeature)
                      intReg("Fleeting", "4", "<Cachable>NoCache</Cachable>") +
                      "<Integer Name=\"OnFleeting\"><pValue>Fleeting</pValue></Integer>",
                  {"A", "B", "Kept", "OnFleeting"}));
-    genapi::ParamArray array;
+    params::ParamArray array;
     ASSERT_EQ(array.attach({&source}), 0);
     Param* const a = array.GetParam("A", nullptr);
     EXPECT_STREQ(a->GetToolTip(), "short <b>");
@@ -115,7 +115,7 @@ TEST(ParamArray, MergesModulesAndTheEarlierOneWins)
     MemorySource broken("<RegisterDescription");
     first.setWord(0, 1);
     second.setWord(0, 2);
-    genapi::ParamArray array;
+    params::ParamArray array;
     testing::internal::CaptureStderr();
     ASSERT_EQ(array.attach({&first, &broken, &second}), 0);
     EXPECT_NE(testing::internal::GetCapturedStderr().find("-40201"), std::string::npos);
@@ -141,7 +141,7 @@ TEST(ParamArray, ObjectsOutliveTheirMapsAndComeBack)
             "<Enumeration Name=\"E\"><EnumEntry Name=\"One\"><Value>1</Value></EnumEntry>"
             "<Value>1</Value></Enumeration><String Name=\"S\"><Value>text</Value></String>",
         {"C"}));
-    genapi::ParamArray array;
+    params::ParamArray array;
     ZelCamErr err = 0;
     EXPECT_EQ(array.GetIntegerValue("A", &err), 0);
     EXPECT_EQ(err, -40051) << "never attached";
@@ -204,7 +204,7 @@ TEST(ParamArray, ShowsEventsAndChunks)
             intReg("Plain", "8"),
         {"EventFrame", "Gain", "Plain"}));
     source.setWord(8, 77);
-    genapi::ParamArray array;
+    params::ParamArray array;
     ASSERT_EQ(array.attach({&source}), 0);
     ZelCamErr err = 0;
     EXPECT_FALSE(array.GetParam("EventFrame", nullptr)->IsAvailable());
@@ -240,7 +240,7 @@ TEST(ParamArray, MayBeDetachedFromInsideAnAccess)
                                      "</pIsAvailable><pValue>Reg</pValue></Integer>",
                                  {"A"}));
     source.setWord(0, 1);
-    genapi::ParamArray array;
+    params::ParamArray array;
     ASSERT_EQ(array.attach({&source}), 0);
     auto* const a = array.GetInt("A", nullptr);
     source.onAccess = [&] { array.detach(-40006); };
@@ -269,8 +269,8 @@ TEST(ParamArray, ManyThreadsReadWriteAttachAndDetach)
             ++mixed;
         inside.fetch_sub(1);
     };
-    genapi::ParamArray array;
-    genapi::ParamArray other;
+    params::ParamArray array;
+    params::ParamArray other;
     ASSERT_EQ(array.attach({&source}), 0);
     auto* const a = array.GetInt("A", nullptr);
     auto* const s = array.GetString("S", nullptr);

@@ -1,18 +1,18 @@
-#include "genapi/configuration_file.h"
+#include "params/configuration_file.h"
 
 #include "base/log.h"
 #include "base/whole_file.h"
 #include "genapi/change_count.h"
-#include "genapi/configuration_text.h"
-#include "genapi/param_array.h"
-#include "genapi/param_array_state.h"
-#include "genapi/setting_writer.h"
-#include "genapi/settings.h"
+#include "params/configuration_text.h"
+#include "params/param_array.h"
+#include "params/param_array_state.h"
+#include "params/setting_writer.h"
+#include "params/settings.h"
 
 #include <algorithm>
 #include <unordered_map>
 
-namespace genapi
+namespace params
 {
 
 namespace
@@ -85,7 +85,7 @@ private:
         setting->slot = state_.find(line.name.c_str(), nullptr);
         if (setting->slot == nullptr)
             return false;
-        const Feature& feature = ParamArrayState::featureOf(*setting->slot);
+        const genapi::Feature& feature = ParamArrayState::featureOf(*setting->slot);
         if (!isSetting(*setting->slot) || !parseValue(feature, line.value, &setting->value))
             return false;
         std::size_t used = 0;
@@ -103,7 +103,7 @@ private:
     bool readSelector(const ConfigurationLine& line, Slot& selector, FeatureValue* value,
                       std::size_t* used)
     {
-        const Feature& feature = ParamArrayState::featureOf(selector);
+        const genapi::Feature& feature = ParamArrayState::featureOf(selector);
         for (const auto& [name, text] : line.selectors) {
             if (name == feature.node().name) {
                 ++*used;
@@ -138,7 +138,7 @@ ZelCamErr saveConfiguration(ParamArray& array, const DeviceIdentity& identity, c
         if (state.reason() != ZelErr::kOk)
             return state.reason();
         // A file tells what the camera has, not what it had when it was asked last.
-        ChangeCount::advance();
+        genapi::ChangeCount::advance();
         std::vector<Setting> settings;
         const ZelCamErr result = SettingWalk(state).collect(&settings);
         if (result != ZelErr::kOk)
@@ -170,7 +170,7 @@ ZelCamErr loadConfiguration(ParamArray& array, const char* file)
     if (state.reason() != ZelErr::kOk)
         return state.reason();
     // The values that would be put back are those that the camera has now.
-    ChangeCount::advance();
+    genapi::ChangeCount::advance();
     std::vector<Setting> settings;
     LineReader reader(state, file);
     if (!reader.read(configuration.lines, &settings))
@@ -194,4 +194,4 @@ ZelCamErr readConfigurationIdentity(const char* file, DeviceIdentity* identity)
     return result;
 }
 
-} // namespace genapi
+} // namespace params

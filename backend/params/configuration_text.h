@@ -1,7 +1,7 @@
 // The text of a configuration file, without regard to what a device has.
 #pragma once
 
-#include "genapi/configuration_file.h"
+#include "params/configuration_file.h"
 
 #include <cstddef>
 #include <string>
@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-namespace genapi
+namespace params
 {
 
 /// One line: a feature, the selector entries that it belongs to (outermost first), its value.
@@ -33,4 +33,4 @@ bool parseConfiguration(std::string_view text, ConfigurationText* configuration,
 
 std::string formatConfiguration(const ConfigurationText& configuration);
 
-} // namespace genapi
+} // namespace params

@@ -1,10 +1,10 @@
-#include "genapi/setting_writer.h"
+#include "params/setting_writer.h"
 
 #include "zel_gen_param_api.h"
 
 #include <algorithm>
 
-namespace genapi
+namespace params
 {
 
 namespace
@@ -111,7 +111,7 @@ ZelCamErr SettingWriter::runOnce(std::vector<Task>* tasks, bool* hasProgress)
 ZelCamErr SettingWriter::writeOne(Task* task)
 {
     Setting& setting = task->setting;
-    Feature& feature = ParamArrayState::featureOf(*setting.slot);
+    genapi::Feature& feature = ParamArrayState::featureOf(*setting.slot);
     if (const ZelCamErr result = SettingWalk::select(setting.selection); result != ZelErr::kOk)
         return result;
     Setting old{setting.slot, setting.selection, {}, 0};
@@ -165,4 +165,4 @@ void SettingWriter::undo()
         SettingWalk::select({selector});
 }
 
-} // namespace genapi
+} // namespace params

@@ -1,11 +1,11 @@
-#include "genapi/settings.h"
+#include "params/settings.h"
 
 #include "genapi/feature_map.h"
 #include "zel_gen_param_api.h"
 
 #include <algorithm>
 
-namespace genapi
+namespace params
 {
 
 namespace
@@ -26,8 +26,8 @@ bool isTransportFailure(ZelCamErr code)
 
 bool isSetting(Slot& slot)
 {
-    const Description& description = slot.map->description();
-    const Node& node = description.at(slot.node);
+    const genapi::Description& description = slot.map->description();
+    const genapi::Node& node = description.at(slot.node);
     const bool isMeant = description.marksStreamable ? node.isStreamable : node.isFeature;
     return isMeant && hasValue(ParamArrayState::featureOf(slot));
 }
@@ -35,10 +35,10 @@ bool isSetting(Slot& slot)
 SettingWalk::SettingWalk(ParamArrayState& state) : state_(state)
 {
     for (Slot* const slot : state.features()) {
-        const Description& description = slot->map->description();
-        const Node& node = description.at(slot->node);
-        for (const Link& link : description.linksOf(node)) {
-            if (link.kind != LinkKind::kSelected)
+        const genapi::Description& description = slot->map->description();
+        const genapi::Node& node = description.at(slot->node);
+        for (const genapi::Link& link : description.linksOf(node)) {
+            if (link.kind != genapi::LinkKind::kSelected)
                 continue;
             const std::string name(description.at(link.target).name);
             Slot* const selected = state.find(name.c_str(), nullptr);
@@ -73,7 +73,7 @@ std::vector<Slot*> SettingWalk::selectorsOf(Slot* slot) const
 ZelCamErr SettingWalk::select(const Selection& selection)
 {
     for (const auto& [slot, value] : selection) {
-        Feature& selector = ParamArrayState::featureOf(*slot);
+        genapi::Feature& selector = ParamArrayState::featureOf(*slot);
         FeatureValue present;
         ZelCamErr result = readValue(selector, &present);
         if (result == ZelErr::kOk && !(present == value))
@@ -84,7 +84,8 @@ ZelCamErr SettingWalk::select(const Selection& selection)
     return ZelErr::kOk;
 }
 
-std::vector<FeatureValue> SettingWalk::choicesOf(Feature& selector, const FeatureValue& present)
+std::vector<FeatureValue> SettingWalk::choicesOf(genapi::Feature& selector,
+                                                 const FeatureValue& present)
 {
     std::vector<FeatureValue> choices;
     FeatureValue choice = present;
@@ -103,8 +104,8 @@ std::vector<FeatureValue> SettingWalk::choicesOf(Feature& selector, const Featur
         std::int64_t min = 0;
         std::int64_t max = 0;
         std::int64_t increment = 1;
-        const bool isKnown = selector.integerLimit(Bound::kMin, &min) == ZelErr::kOk &&
-                             selector.integerLimit(Bound::kMax, &max) == ZelErr::kOk &&
+        const bool isKnown = selector.integerLimit(genapi::Bound::kMin, &min) == ZelErr::kOk &&
+                             selector.integerLimit(genapi::Bound::kMax, &max) == ZelErr::kOk &&
                              selector.increment(&increment) == ZelErr::kOk && min <= max;
         increment = std::max<std::int64_t>(increment, 1);
         const std::uint64_t steps =
@@ -126,7 +127,7 @@ std::vector<FeatureValue> SettingWalk::choicesOf(Feature& selector, const Featur
 ZelCamErr SettingWalk::collectOne(Slot* slot, const std::vector<Slot*>& selectors,
                                   Selection* selection, std::vector<Setting>* settings)
 {
-    Feature& feature = ParamArrayState::featureOf(*slot);
+    genapi::Feature& feature = ParamArrayState::featureOf(*slot);
     if (++combinations_ > kMaxCombinations) {
         return ZelErr::kGenTLResourceExhausted;
     }
@@ -140,7 +141,7 @@ ZelCamErr SettingWalk::collectOne(Slot* slot, const std::vector<Slot*>& selector
         return result;
     }
     Slot* const selectorSlot = selectors[selection->size()];
-    Feature& selector = ParamArrayState::featureOf(*selectorSlot);
+    genapi::Feature& selector = ParamArrayState::featureOf(*selectorSlot);
     FeatureValue present;
     ZelCamErr result = readValue(selector, &present);
     if (result != ZelErr::kOk)
@@ -174,4 +175,4 @@ ZelCamErr SettingWalk::collect(std::vector<Setting>* settings)
     return ZelErr::kOk;
 }
 
-} // namespace genapi
+} // namespace params

@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-namespace genapi
+namespace params
 {
 
 class ParamArrayState;
@@ -37,7 +37,7 @@ public:
     /// with a broken one, contributes nothing; a failure of the first source is returned and the
     /// array is then empty (failures of later sources are only logged on standard error). -40201
     /// for a broken description.
-    ZelCamErr attach(const std::vector<FeatureSource*>& sources);
+    ZelCamErr attach(const std::vector<genapi::FeatureSource*>& sources);
 
     /// Drops the node maps; returns after calls in other threads have left them. From then on every
     /// call answers with `reason` (-1006 after a release, -40006 for a lost device, ...). A source
@@ -57,7 +57,7 @@ public:
     static void invalidate();
 
     /// Closed while something changes features that users should not see half done.
-    ChangeGate& gate();
+    genapi::ChangeGate& gate();
 
     /// For the other files of this directory.
     ParamArrayState& state() { return *state_; }
@@ -98,4 +98,4 @@ private:
     NodeMapHandle nodeMap_;
 };
 
-} // namespace genapi
+} // namespace params

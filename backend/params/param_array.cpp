@@ -1,15 +1,15 @@
-#include "genapi/param_array.h"
+#include "params/param_array.h"
 
 #include "base/operation_guard.h"
 #include "genapi/change_count.h"
-#include "genapi/enum_params.h"
-#include "genapi/param_array_state.h"
-#include "genapi/param_object.h"
-#include "genapi/params.h"
+#include "params/enum_params.h"
+#include "params/param_array_state.h"
+#include "params/param_object.h"
+#include "params/params.h"
 
 #include <functional>
 
-namespace genapi
+namespace params
 {
 
 namespace
@@ -25,7 +25,7 @@ Class* typedParam(ParamArrayState& state, const char* name, std::int32_t type, Z
     report(err, state.call([&] {
         ZelCamErr result = ZelErr::kOk;
         ParamArrayState::Slot* const slot = state.find(name, &result);
-        if (slot != nullptr && paramTypeOf(ParamArrayState::nodeOf(*slot).kind) != type)
+        if (slot != nullptr && genapi::paramTypeOf(ParamArrayState::nodeOf(*slot).kind) != type)
             result = ZelErr::kParamType;
         else if (slot != nullptr)
             object = static_cast<Class*>(&state.objectOf(*slot));
@@ -51,7 +51,7 @@ ZelCamErr callByName(ParamArrayState& state, const char* name, Operation operati
 /// What `read` gives; 0 or false with a code in `err` when it fails.
 template <class Value>
 Value readByName(ParamArrayState& state, const char* name, ZelCamErr* err,
-                 ZelCamErr (Feature::*read)(Value*))
+                 ZelCamErr (genapi::Feature::*read)(Value*))
 {
     Value value{};
     report(err, callByName(state, name, read, &value));
@@ -64,7 +64,7 @@ ParamArray::ParamArray() : state_(std::make_unique<ParamArrayState>()) {}
 
 ParamArray::~ParamArray() = default;
 
-ZelCamErr ParamArray::attach(const std::vector<FeatureSource*>& sources)
+ZelCamErr ParamArray::attach(const std::vector<genapi::FeatureSource*>& sources)
 {
     return state_->attach(sources);
 }
@@ -90,9 +90,9 @@ void ParamArray::setChunks(const std::vector<ChunkBytes>& chunks)
     }
 }
 
-ChangeGate& ParamArray::gate() { return state_->gate(); }
+genapi::ChangeGate& ParamArray::gate() { return state_->gate(); }
 
-void ParamArray::invalidate() { ChangeCount::advance(); }
+void ParamArray::invalidate() { genapi::ChangeCount::advance(); }
 
 ZelGenParam::Param* ParamArray::GetParam(const char* name, ZelCamErr* err)
 {
@@ -172,23 +172,23 @@ ZelGenParam::Param* ParamArray::GetParamByIndex(std::int64_t index, ZelCamErr* e
 
 ZelCamErr ParamArray::SetBooleanValue(const char* name, bool value)
 {
-    return callByName(*state_, name, &Feature::writeBoolean, value);
+    return callByName(*state_, name, &genapi::Feature::writeBoolean, value);
 }
 
 bool ParamArray::GetBooleanValue(const char* name, ZelCamErr* err)
 {
-    return readByName(*state_, name, err, &Feature::readBoolean);
+    return readByName(*state_, name, err, &genapi::Feature::readBoolean);
 }
 
 ZelCamErr ParamArray::SetEnumValueStr(const char* name, const char* symbol)
 {
-    return symbol != nullptr ? callByName(*state_, name, &Feature::writeEntrySymbol, symbol)
+    return symbol != nullptr ? callByName(*state_, name, &genapi::Feature::writeEntrySymbol, symbol)
                              : ZelErr::kInvalidArgument;
 }
 
 ZelCamErr ParamArray::SetEnumValue(const char* name, std::int64_t value)
 {
-    return callByName(*state_, name, &Feature::writeEntryValue, value);
+    return callByName(*state_, name, &genapi::Feature::writeEntryValue, value);
 }
 
 const char* ParamArray::GetEnumValueStr(const char* name, ZelCamErr* err)
@@ -199,32 +199,32 @@ const char* ParamArray::GetEnumValueStr(const char* name, ZelCamErr* err)
 
 std::int64_t ParamArray::GetEnumValue(const char* name, ZelCamErr* err)
 {
-    return readByName(*state_, name, err, &Feature::readEntryValue);
+    return readByName(*state_, name, err, &genapi::Feature::readEntryValue);
 }
 
 ZelCamErr ParamArray::SetFloatValue(const char* name, double value)
 {
-    return callByName(*state_, name, &Feature::writeFloat, value);
+    return callByName(*state_, name, &genapi::Feature::writeFloat, value);
 }
 
 double ParamArray::GetFloatValue(const char* name, ZelCamErr* err)
 {
-    return readByName(*state_, name, err, &Feature::readFloat);
+    return readByName(*state_, name, err, &genapi::Feature::readFloat);
 }
 
 ZelCamErr ParamArray::SetIntegerValue(const char* name, std::int64_t value)
 {
-    return callByName(*state_, name, &Feature::writeInteger, value);
+    return callByName(*state_, name, &genapi::Feature::writeInteger, value);
 }
 
 std::int64_t ParamArray::GetIntegerValue(const char* name, ZelCamErr* err)
 {
-    return readByName(*state_, name, err, &Feature::readInteger);
+    return readByName(*state_, name, err, &genapi::Feature::readInteger);
 }
 
 ZelCamErr ParamArray::SetStringValue(const char* name, const char* value)
 {
-    return value != nullptr ? callByName(*state_, name, &Feature::writeString, value)
+    return value != nullptr ? callByName(*state_, name, &genapi::Feature::writeString, value)
                             : ZelErr::kInvalidArgument;
 }
 
@@ -236,12 +236,12 @@ const char* ParamArray::GetStringValue(const char* name, ZelCamErr* err)
 
 ZelCamErr ParamArray::ExecuteCommand(const char* name)
 {
-    return callByName(*state_, name, &Feature::execute);
+    return callByName(*state_, name, &genapi::Feature::execute);
 }
 
 bool ParamArray::IsCommandDone(const char* name, ZelCamErr* err)
 {
-    return readByName(*state_, name, err, &Feature::isDone);
+    return readByName(*state_, name, err, &genapi::Feature::isDone);
 }
 
-} // namespace genapi
+} // namespace params

@@ -2,14 +2,14 @@
 #pragma once
 
 #include "genapi/feature.h"
-#include "genapi/param_array_state.h"
+#include "params/param_array_state.h"
 #include "zel_gen_param_api.h"
 
 #include <cstdint>
 #include <memory>
 #include <string>
 
-namespace genapi
+namespace params
 {
 
 /// Owned by the state of its array, which it borrows. Bound while the array has a feature of its
@@ -32,7 +32,7 @@ public:
 
     ParamArrayState& state() { return state_; }
     /// Null while unbound.
-    Feature* feature();
+    genapi::Feature* feature();
     /// 0 when bound, else why not.
     ZelCamErr reason() const;
 
@@ -46,7 +46,7 @@ public:
     bool isStreamable();
 
 protected:
-    const Node* node() const;
+    const genapi::Node* node() const;
 
 private:
     ParamArrayState& state_;
@@ -69,4 +69,4 @@ inline void report(ZelCamErr* err, ZelCamErr code)
         *err = code;
 }
 
-} // namespace genapi
+} // namespace params

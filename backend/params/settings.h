@@ -1,15 +1,15 @@
 // Settings of a device: values of features under the entries of their selectors.
 #pragma once
 
-#include "genapi/feature_value.h"
-#include "genapi/param_array_state.h"
+#include "params/feature_value.h"
+#include "params/param_array_state.h"
 #include "zel_err.h"
 
 #include <unordered_map>
 #include <utility>
 #include <vector>
 
-namespace genapi
+namespace params
 {
 
 /// A selector and the value that it has while something selected is read or written.
@@ -53,7 +53,8 @@ private:
     ZelCamErr collectOne(ParamArrayState::Slot* slot,
                          const std::vector<ParamArrayState::Slot*>& selectors, Selection* selection,
                          std::vector<Setting>* settings);
-    static std::vector<FeatureValue> choicesOf(Feature& selector, const FeatureValue& present);
+    static std::vector<FeatureValue> choicesOf(genapi::Feature& selector,
+                                               const FeatureValue& present);
     void addSelectors(ParamArrayState::Slot* slot,
                       std::vector<ParamArrayState::Slot*>* selectors) const;
 
@@ -63,4 +64,4 @@ private:
     std::size_t combinations_ = 0; ///< Of a collect().
 };
 
-} // namespace genapi
+} // namespace params

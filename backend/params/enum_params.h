@@ -1,13 +1,13 @@
 // Enumerations and their entries as users hold them.
 #pragma once
 
-#include "genapi/params.h"
+#include "params/params.h"
 
 #include <memory>
 #include <string>
 #include <vector>
 
-namespace genapi
+namespace params
 {
 
 class EnumParam;
@@ -47,7 +47,7 @@ private:
         bool IsFeature() override { return false; }
     };
 
-    const Node* described() const;
+    const genapi::Node* described() const;
     /// Runs `body` inside an Entry while the entry is bound; else the reason.
     template <class Body> ZelCamErr whenDescribed(Body&& body);
 
@@ -79,4 +79,4 @@ private:
     std::vector<std::unique_ptr<EntryParam>> entries_;
 };
 
-} // namespace genapi
+} // namespace params

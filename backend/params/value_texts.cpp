@@ -1,4 +1,4 @@
-#include "genapi/value_texts.h"
+#include "params/value_texts.h"
 
 #include <cstddef>
 #include <mutex>
@@ -7,7 +7,7 @@
 #include <unordered_set>
 #include <utility>
 
-namespace genapi
+namespace params
 {
 
 namespace
@@ -81,4 +81,4 @@ void forgetValueTexts(const void* owner)
         thread->forget(owner);
 }
 
-} // namespace genapi
+} // namespace params

@@ -5,7 +5,7 @@
 
 #include <string>
 
-namespace genapi
+namespace params
 {
 
 class ParamArray;
@@ -40,4 +40,4 @@ ZelCamErr loadConfiguration(ParamArray& array, const char* file);
 /// -40002, -40003, -40004 as loadConfiguration.
 ZelCamErr readConfigurationIdentity(const char* file, DeviceIdentity* identity);
 
-} // namespace genapi
+} // namespace params

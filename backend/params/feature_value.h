@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-namespace genapi
+namespace params
 {
 
 /// One value. Which field counts is told by the type: `integer` for integers and booleans, `real`
@@ -22,16 +22,16 @@ struct FeatureValue {
 };
 
 /// True for types that have a value: not for commands and categories.
-bool hasValue(const Feature& feature);
+bool hasValue(const genapi::Feature& feature);
 
 /// False when the text is no value of this feature's type, or no entry of it. Ranges are not
 /// looked at.
-bool parseValue(const Feature& feature, std::string_view text, FeatureValue* value);
+bool parseValue(const genapi::Feature& feature, std::string_view text, FeatureValue* value);
 
 /// Text that parseValue turns into the same value, to the last bit.
 std::string textOf(const FeatureValue& value);
 
-ZelCamErr readValue(Feature& feature, FeatureValue* value);
-ZelCamErr writeValue(Feature& feature, const FeatureValue& value);
+ZelCamErr readValue(genapi::Feature& feature, FeatureValue* value);
+ZelCamErr writeValue(genapi::Feature& feature, const FeatureValue& value);
 
-} // namespace genapi
+} // namespace params

@@ -1,9 +1,9 @@
-#include "genapi/enum_params.h"
+#include "params/enum_params.h"
 
 #include <algorithm>
 #include <utility>
 
-namespace genapi
+namespace params
 {
 
 EntryParam::EntryParam(EnumParam& owner, std::string symbol)
@@ -14,7 +14,7 @@ EntryParam::EntryParam(EnumParam& owner, std::string symbol)
 void EntryParam::bind(std::int32_t position)
 {
     position_ = position;
-    const Node* const entry = described();
+    const genapi::Node* const entry = described();
     if (entry == nullptr)
         return;
     toolTip_ = owner_.state().intern(entry->toolTip);
@@ -23,9 +23,9 @@ void EntryParam::bind(std::int32_t position)
         entry->displayName.empty() ? symbol_.c_str() : owner_.state().intern(entry->displayName);
 }
 
-const Node* EntryParam::described() const
+const genapi::Node* EntryParam::described() const
 {
-    Feature* const feature = owner_.feature();
+    genapi::Feature* const feature = owner_.feature();
     if (feature == nullptr || position_ < 0)
         return nullptr;
     return &feature->entry(static_cast<std::size_t>(position_));
@@ -100,7 +100,7 @@ const char* EntryParam::GetValueStr(ZelCamErr* err)
 void EnumParam::bind(ParamArrayState::Slot* slot)
 {
     ParamOf::bind(slot);
-    const Feature& described = *feature();
+    const genapi::Feature& described = *feature();
     for (std::size_t i = 0; i < described.entryCount(); ++i) {
         const auto from = entries_.begin() + static_cast<std::ptrdiff_t>(i);
         const auto same = std::find_if(from, entries_.end(), [&](const auto& entry) {
@@ -124,7 +124,7 @@ void EnumParam::unbind()
 
 std::int32_t EnumParam::GetCount(ZelCamErr* err)
 {
-    return read<std::int32_t>(err, 0, [](Feature& feature, std::int32_t* count) {
+    return read<std::int32_t>(err, 0, [](genapi::Feature& feature, std::int32_t* count) {
         for (std::size_t i = 0; i < feature.entryCount(); ++i)
             *count += feature.isEntryImplemented(i) ? 1 : 0;
         return ZelErr::kOk;
@@ -134,7 +134,7 @@ std::int32_t EnumParam::GetCount(ZelCamErr* err)
 ZelGenParam::EnumEntry* EnumParam::GetEnumEntryByIndex(std::int64_t index)
 {
     return state().ask<ZelGenParam::EnumEntry*>(nullptr, [&]() -> ZelGenParam::EnumEntry* {
-        Feature* const bound = feature();
+        genapi::Feature* const bound = feature();
         if (bound == nullptr || index < 0)
             return nullptr;
         for (std::size_t i = 0; i < bound->entryCount(); ++i) {
@@ -147,12 +147,12 @@ ZelGenParam::EnumEntry* EnumParam::GetEnumEntryByIndex(std::int64_t index)
 
 std::int64_t EnumParam::GetValue(ZelCamErr* err)
 {
-    return read<std::int64_t>(err, 0, &Feature::readEntryValue);
+    return read<std::int64_t>(err, 0, &genapi::Feature::readEntryValue);
 }
 
 const char* EnumParam::GetValueStr(ZelCamErr* err)
 {
-    return read<const char*>(err, "", [this](Feature& feature, const char** symbol) {
+    return read<const char*>(err, "", [this](genapi::Feature& feature, const char** symbol) {
         std::size_t entry = 0;
         const ZelCamErr result = feature.readEntry(&entry);
         if (result == ZelErr::kOk)
@@ -163,14 +163,14 @@ const char* EnumParam::GetValueStr(ZelCamErr* err)
 
 ZelCamErr EnumParam::SetValue(std::int64_t value)
 {
-    return call([value](Feature& feature) { return feature.writeEntryValue(value); });
+    return call([value](genapi::Feature& feature) { return feature.writeEntryValue(value); });
 }
 
 ZelCamErr EnumParam::SetValueStr(const char* symbol)
 {
     if (symbol == nullptr)
         return ZelErr::kInvalidArgument;
-    return call([symbol](Feature& feature) { return feature.writeEntrySymbol(symbol); });
+    return call([symbol](genapi::Feature& feature) { return feature.writeEntrySymbol(symbol); });
 }
 
-} // namespace genapi
+} // namespace params

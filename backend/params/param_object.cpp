@@ -1,11 +1,11 @@
-#include "genapi/param_object.h"
+#include "params/param_object.h"
 
-#include "genapi/enum_params.h"
-#include "genapi/params.h"
+#include "params/enum_params.h"
+#include "params/params.h"
 
 #include <utility>
 
-namespace genapi
+namespace params
 {
 
 ParamObject::ParamObject(ParamArrayState& state, std::string name, std::int32_t type)
@@ -16,7 +16,7 @@ ParamObject::ParamObject(ParamArrayState& state, std::string name, std::int32_t 
 void ParamObject::bind(ParamArrayState::Slot* slot)
 {
     slot_ = slot;
-    const Node& described = *node();
+    const genapi::Node& described = *node();
     toolTip_ = state_.intern(described.toolTip);
     description_ = state_.intern(described.text);
     displayName_ =
@@ -25,12 +25,12 @@ void ParamObject::bind(ParamArrayState::Slot* slot)
 
 void ParamObject::unbind() { slot_ = nullptr; }
 
-const Node* ParamObject::node() const
+const genapi::Node* ParamObject::node() const
 {
     return slot_ != nullptr ? &ParamArrayState::nodeOf(*slot_) : nullptr;
 }
 
-Feature* ParamObject::feature()
+genapi::Feature* ParamObject::feature()
 {
     return slot_ != nullptr ? &ParamArrayState::featureOf(*slot_) : nullptr;
 }
@@ -101,4 +101,4 @@ std::unique_ptr<ParamObject> makeParamObject(ParamArrayState& state, const std::
     }
 }
 
-} // namespace genapi
+} // namespace params

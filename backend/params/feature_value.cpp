@@ -1,9 +1,9 @@
-#include "genapi/feature_value.h"
+#include "params/feature_value.h"
 
 #include "base/text.h"
 #include "zel_gen_param_api.h"
 
-namespace genapi
+namespace params
 {
 
 bool FeatureValue::operator==(const FeatureValue& other) const
@@ -12,7 +12,7 @@ bool FeatureValue::operator==(const FeatureValue& other) const
            text == other.text;
 }
 
-bool hasValue(const Feature& feature)
+bool hasValue(const genapi::Feature& feature)
 {
     switch (feature.type()) {
     case ZelGenParam::kTypeInt:
@@ -26,7 +26,7 @@ bool hasValue(const Feature& feature)
     }
 }
 
-bool parseValue(const Feature& feature, std::string_view text, FeatureValue* value)
+bool parseValue(const genapi::Feature& feature, std::string_view text, FeatureValue* value)
 {
     value->type = feature.type();
     if (feature.type() == ZelGenParam::kTypeString) {
@@ -66,7 +66,7 @@ std::string textOf(const FeatureValue& value)
     return value.text;
 }
 
-ZelCamErr readValue(Feature& feature, FeatureValue* value)
+ZelCamErr readValue(genapi::Feature& feature, FeatureValue* value)
 {
     *value = FeatureValue();
     value->type = feature.type();
@@ -95,7 +95,7 @@ ZelCamErr readValue(Feature& feature, FeatureValue* value)
     }
 }
 
-ZelCamErr writeValue(Feature& feature, const FeatureValue& value)
+ZelCamErr writeValue(genapi::Feature& feature, const FeatureValue& value)
 {
     switch (feature.type()) {
     case ZelGenParam::kTypeInt:
@@ -113,4 +113,4 @@ ZelCamErr writeValue(Feature& feature, const FeatureValue& value)
     }
 }
 
-} // namespace genapi
+} // namespace params

@@ -17,7 +17,7 @@
 #include <unordered_set>
 #include <vector>
 
-namespace genapi
+namespace params
 {
 
 class CategoryParam;
@@ -42,19 +42,19 @@ public:
         Entry& operator=(const Entry&) = delete;
 
     private:
-        Entry(ParamArrayState& state, ChangeGate* gate);
+        Entry(ParamArrayState& state, genapi::ChangeGate* gate);
 
         ParamArrayState& state_;
-        const ChangeGate::Change inside_; ///< Entries inside this one do not wait.
+        const genapi::ChangeGate::Change inside_; ///< Entries inside this one do not wait.
         std::unique_lock<std::recursive_mutex> lock_;
     };
 
     /// One name of the attached maps.
     struct Slot {
-        FeatureMap* map = nullptr;
+        genapi::FeatureMap* map = nullptr;
         std::int32_t node = -1;
-        Feature* feature = nullptr;    ///< Once used.
-        ParamObject* object = nullptr; ///< Once handed out.
+        genapi::Feature* feature = nullptr; ///< Once used.
+        ParamObject* object = nullptr;      ///< Once handed out.
     };
 
     /// What `body` gives inside an Entry and the guard of the boundary; `failed` when it cannot
@@ -81,7 +81,7 @@ public:
     ParamArrayState(const ParamArrayState&) = delete;
     ParamArrayState& operator=(const ParamArrayState&) = delete;
 
-    ZelCamErr attach(const std::vector<FeatureSource*>& sources);
+    ZelCamErr attach(const std::vector<genapi::FeatureSource*>& sources);
     void detach(ZelCamErr reason);
 
     /// 0 while maps are attached, else why not.
@@ -89,8 +89,8 @@ public:
 
     /// Null with -40007, -40205 or the reason of being detached.
     Slot* find(const char* name, ZelCamErr* err);
-    static const Node& nodeOf(const Slot& slot);
-    static Feature& featureOf(Slot& slot);
+    static const genapi::Node& nodeOf(const Slot& slot);
+    static genapi::Feature& featureOf(Slot& slot);
     ParamObject& objectOf(Slot& slot);
     /// The object of a feature in a list; -40005 outside it.
     ZelCamErr paramAt(const std::vector<Slot*>& slots, std::int64_t index,
@@ -100,9 +100,9 @@ public:
     CategoryParam* root() { return root_; }
     /// Features in the order of the tree, each once.
     const std::vector<Slot*>& features() const { return flat_; }
-    const std::vector<std::unique_ptr<FeatureMap>>& maps() const { return maps_; }
+    const std::vector<std::unique_ptr<genapi::FeatureMap>>& maps() const { return maps_; }
 
-    ChangeGate& gate() { return gate_; }
+    genapi::ChangeGate& gate() { return gate_; }
 
     /// A text that lives as long as the array; equal texts are one.
     const char* intern(std::string_view text);
@@ -110,25 +110,25 @@ public:
 private:
     /// What calls further up the stack may still hold.
     struct Retired {
-        std::vector<std::unique_ptr<FeatureMap>> maps;
+        std::vector<std::unique_ptr<genapi::FeatureMap>> maps;
         std::unordered_map<std::string_view, Slot> names;
         std::vector<Slot*> flat;
     };
 
-    ZelCamErr build(const std::vector<FeatureSource*>& sources);
+    ZelCamErr build(const std::vector<genapi::FeatureSource*>& sources);
     void drop(ZelCamErr reason);
-    void addNames(FeatureMap& map);
+    void addNames(genapi::FeatureMap& map);
     /// Objects that users kept come back to life.
     void bindObjects();
     void buildTree();
     void addChildren(CategoryParam& category, std::string_view name,
                      std::vector<std::string_view>* path);
 
-    ChangeGate gate_;
+    genapi::ChangeGate gate_;
     std::recursive_mutex mutex_;
     int depth_ = 0;
     ZelCamErr reason_;
-    std::vector<std::unique_ptr<FeatureMap>> maps_;
+    std::vector<std::unique_ptr<genapi::FeatureMap>> maps_;
     std::vector<Retired> retired_;
     std::unordered_map<std::string_view, Slot> names_;
     CategoryParam* root_ = nullptr;
@@ -139,4 +139,4 @@ private:
     std::unordered_map<std::string, std::unique_ptr<ParamObject>> objects_;
 };
 
-} // namespace genapi
+} // namespace params

@@ -1,13 +1,13 @@
 // The parameter objects that users hold: scalars, commands, categories.
 #pragma once
 
-#include "genapi/param_object.h"
+#include "params/param_object.h"
 #include "zel_gen_param_api.h"
 
 #include <functional>
 #include <vector>
 
-namespace genapi
+namespace params
 {
 
 /// The part that all classes of the parameter API have in common.
@@ -29,10 +29,10 @@ public:
     std::int32_t GetVisibility() override { return visibility(); }
     bool IsStreamable() override { return isStreamable(); }
     bool IsVisible(std::int64_t level) override { return isVisible(level); }
-    bool IsValueCached() override { return ask(&Feature::isValueCached); }
-    bool IsAvailable() override { return ask(&Feature::isAvailable); }
-    bool IsWritable() override { return ask(&Feature::isWritable); }
-    bool IsReadable() override { return ask(&Feature::isReadable); }
+    bool IsValueCached() override { return ask(&genapi::Feature::isValueCached); }
+    bool IsAvailable() override { return ask(&genapi::Feature::isAvailable); }
+    bool IsWritable() override { return ask(&genapi::Feature::isWritable); }
+    bool IsReadable() override { return ask(&genapi::Feature::isReadable); }
     ZelGenParam::Node* GetNode() override { return &node_; }
 
 protected:
@@ -40,7 +40,7 @@ protected:
     template <class Question> bool ask(Question question)
     {
         return state().ask(false, [&] {
-            Feature* const bound = feature();
+            genapi::Feature* const bound = feature();
             return bound != nullptr && std::invoke(question, *bound);
         });
     }
@@ -49,7 +49,7 @@ protected:
     template <class Operation> ZelCamErr call(Operation operation)
     {
         return state().call([&] {
-            Feature* const bound = feature();
+            genapi::Feature* const bound = feature();
             return bound != nullptr ? std::invoke(operation, *bound) : reason();
         });
     }
@@ -60,7 +60,7 @@ protected:
     {
         Value value = failed;
         const ZelCamErr result =
-            call([&](Feature& feature) { return std::invoke(operation, feature, &value); });
+            call([&](genapi::Feature& feature) { return std::invoke(operation, feature, &value); });
         report(err, result);
         return result == ZelErr::kOk ? value : failed;
     }
@@ -148,4 +148,4 @@ private:
     std::vector<ParamArrayState::Slot*> children_;
 };
 
-} // namespace genapi
+} // namespace params

@@ -1,11 +1,11 @@
 // Brings a device into a set of settings, or leaves it as it was.
 #pragma once
 
-#include "genapi/settings.h"
+#include "params/settings.h"
 
 #include <vector>
 
-namespace genapi
+namespace params
 {
 
 /// Used once, inside an Entry, while the same maps are attached.
@@ -44,4 +44,4 @@ private:
     Setting refused_;              ///< The last one that the device did not take.
 };
 
-} // namespace genapi
+} // namespace params

@@ -1,17 +1,17 @@
-#include "genapi/param_array_state.h"
+#include "params/param_array_state.h"
 
-#include "genapi/param_object.h"
-#include "genapi/params.h"
-#include "genapi/value_texts.h"
+#include "params/param_object.h"
+#include "params/params.h"
+#include "params/value_texts.h"
 
 #include <algorithm>
 #include <cstdio>
 #include <utility>
 
-namespace genapi
+namespace params
 {
 
-ParamArrayState::Entry::Entry(ParamArrayState& state, ChangeGate* gate)
+ParamArrayState::Entry::Entry(ParamArrayState& state, genapi::ChangeGate* gate)
     : state_((gate != nullptr ? gate->pass() : void(), state)), lock_(state.mutex_)
 {
     ++state_.depth_;
@@ -27,7 +27,7 @@ ParamArrayState::ParamArrayState() : reason_(ZelErr::kInvalidState) {}
 
 ParamArrayState::~ParamArrayState() { forgetValueTexts(this); }
 
-ZelCamErr ParamArrayState::attach(const std::vector<FeatureSource*>& sources)
+ZelCamErr ParamArrayState::attach(const std::vector<genapi::FeatureSource*>& sources)
 {
     const Entry entry = Entry::atOnce(*this);
     try {
@@ -38,15 +38,15 @@ ZelCamErr ParamArrayState::attach(const std::vector<FeatureSource*>& sources)
     }
 }
 
-ZelCamErr ParamArrayState::build(const std::vector<FeatureSource*>& sources)
+ZelCamErr ParamArrayState::build(const std::vector<genapi::FeatureSource*>& sources)
 {
     drop(ZelErr::kInvalidState);
     ZelCamErr failure = ZelErr::kOk;
-    for (FeatureSource* const source : sources) {
-        std::unique_ptr<FeatureMap> map;
+    for (genapi::FeatureSource* const source : sources) {
+        std::unique_ptr<genapi::FeatureMap> map;
         std::string why;
-        const ZelCamErr result =
-            source != nullptr ? FeatureMap::create(*source, &map, &why) : ZelErr::kInvalidArgument;
+        const ZelCamErr result = source != nullptr ? genapi::FeatureMap::create(*source, &map, &why)
+                                                   : ZelErr::kInvalidArgument;
         if (result == ZelErr::kOk) {
             maps_.push_back(std::move(map));
             continue;
@@ -92,9 +92,9 @@ void ParamArrayState::drop(ZelCamErr reason)
     maps_.clear();
 }
 
-void ParamArrayState::addNames(FeatureMap& map)
+void ParamArrayState::addNames(genapi::FeatureMap& map)
 {
-    const Description& description = map.description();
+    const genapi::Description& description = map.description();
     names_.reserve(names_.size() + description.byName.size());
     for (const auto& [name, node] : description.byName)
         names_.emplace(name, Slot{&map, node, nullptr, nullptr});
@@ -104,7 +104,8 @@ void ParamArrayState::bindObjects()
 {
     for (const auto& [key, object] : objects_) {
         const auto found = names_.find(object->name());
-        if (found == names_.end() || paramTypeOf(nodeOf(found->second).kind) != object->type())
+        if (found == names_.end() ||
+            genapi::paramTypeOf(nodeOf(found->second).kind) != object->type())
             continue;
         object->bind(&found->second);
         found->second.object = object.get();
@@ -128,13 +129,13 @@ void ParamArrayState::addChildren(CategoryParam& category, std::string_view name
     auto& children = category.children();
     std::unordered_set<const Slot*> present;
     for (const auto& map : maps_) {
-        const Description& description = map->description();
+        const genapi::Description& description = map->description();
         const auto found = description.byName.find(name);
         if (found == description.byName.end())
             continue;
-        const Node& node = description.at(found->second);
-        for (const Link& link : description.linksOf(node)) {
-            if (link.kind != LinkKind::kFeature)
+        const genapi::Node& node = description.at(found->second);
+        for (const genapi::Link& link : description.linksOf(node)) {
+            if (link.kind != genapi::LinkKind::kFeature)
                 continue;
             const auto slot = names_.find(description.at(link.target).name);
             // Two maps together can make a circle that none has alone.
@@ -149,8 +150,8 @@ void ParamArrayState::addChildren(CategoryParam& category, std::string_view name
         if (!listed_.insert(child).second)
             continue;
         flat_.push_back(child);
-        const Node& node = nodeOf(*child);
-        if (node.kind != NodeKind::kCategory)
+        const genapi::Node& node = nodeOf(*child);
+        if (node.kind != genapi::NodeKind::kCategory)
             continue;
         path->push_back(node.name);
         addChildren(static_cast<CategoryParam&>(objectOf(*child)), node.name, path);
@@ -176,12 +177,12 @@ ParamArrayState::Slot* ParamArrayState::find(const char* name, ZelCamErr* err)
     return slot;
 }
 
-const Node& ParamArrayState::nodeOf(const Slot& slot)
+const genapi::Node& ParamArrayState::nodeOf(const Slot& slot)
 {
     return slot.map->description().at(slot.node);
 }
 
-Feature& ParamArrayState::featureOf(Slot& slot)
+genapi::Feature& ParamArrayState::featureOf(Slot& slot)
 {
     if (slot.feature == nullptr)
         slot.feature = &slot.map->feature(slot.node);
@@ -192,8 +193,8 @@ ParamObject& ParamArrayState::objectOf(Slot& slot)
 {
     if (slot.object != nullptr)
         return *slot.object;
-    const Node& node = nodeOf(slot);
-    const std::int32_t type = paramTypeOf(node.kind);
+    const genapi::Node& node = nodeOf(slot);
+    const std::int32_t type = genapi::paramTypeOf(node.kind);
     std::string key(node.name);
     key += '\0';
     key += static_cast<char>('0' + type);
@@ -221,4 +222,4 @@ const char* ParamArrayState::intern(std::string_view text)
     return texts_.emplace(text).first->c_str();
 }
 
-} // namespace genapi
+} // namespace params

@@ -3,7 +3,7 @@
 
 #include <string>
 
-namespace genapi
+namespace params
 {
 
 /// Keeps `text` for the calling thread in place of the one that it got before for `key`, and
@@ -13,4 +13,4 @@ const char* keepValueText(const void* owner, const void* key, std::string text);
 /// Drops the texts of all threads for the keys of `owner`.
 void forgetValueTexts(const void* owner);
 
-} // namespace genapi
+} // namespace params

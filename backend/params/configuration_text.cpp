@@ -1,8 +1,8 @@
-#include "genapi/configuration_text.h"
+#include "params/configuration_text.h"
 
 #include <charconv>
 
-namespace genapi
+namespace params
 {
 
 namespace
@@ -183,4 +183,4 @@ std::string formatConfiguration(const ConfigurationText& configuration)
     return text;
 }
 
-} // namespace genapi
+} // namespace params
