@@ -27,15 +27,29 @@ FeatureValue initialValue(FeatureType type)
 
 } // namespace
 
-Feature::Feature(FeatureType type, std::string name, std::string toolTip)
+Feature::Feature(FeatureType type, std::string name, Words toolTip)
     : type_(type), name_(std::move(name)),
-      toolTip_(std::move(toolTip)), intRange_{std::numeric_limits<std::int64_t>::min(),
-                                              std::numeric_limits<std::int64_t>::max(), 1},
+      toolTip_(toolTip), intRange_{std::numeric_limits<std::int64_t>::min(),
+                                   std::numeric_limits<std::int64_t>::max(), 1},
       floatRange_{-std::numeric_limits<double>::max(), std::numeric_limits<double>::max()},
       values_(1, initialValue(type))
 {
     const bool wide = type == FeatureType::Integer || type == FeatureType::Float;
     length_ = wide ? 8 : 4;
+}
+
+Feature::Rare& Feature::makeRare()
+{
+    if (!rare_) {
+        rare_ = std::make_unique<Rare>();
+    }
+    return *rare_;
+}
+
+const Feature::Rare& Feature::rare() const
+{
+    static const Rare none;
+    return rare_ ? *rare_ : none;
 }
 
 Feature& Feature::selectedBy(std::string selector, std::size_t count)
@@ -45,10 +59,10 @@ Feature& Feature::selectedBy(std::string selector, std::size_t count)
     return *this;
 }
 
-Feature& Feature::entry(std::string name, std::int64_t value, std::string toolTip,
+Feature& Feature::entry(std::string name, std::int64_t value, Words toolTip,
                         std::function<bool()> available)
 {
-    entries_.push_back({std::move(name), value, std::move(toolTip), std::move(available)});
+    entries_.push_back({std::move(name), value, toolTip, std::move(available)});
     if (entries_.size() == 1) {
         this->value(value);
     }
@@ -84,8 +98,8 @@ Feature& Feature::limits(std::function<FloatLimits(std::size_t)> limits)
 Feature& Feature::formula(std::string text,
                           std::vector<std::pair<std::string, std::string>> variables)
 {
-    formula_ = std::move(text);
-    variables_ = std::move(variables);
+    makeRare().formula = std::move(text);
+    makeRare().variables = std::move(variables);
     access_ = Access::ReadOnly;
     return *this;
 }
@@ -99,8 +113,8 @@ Feature& Feature::constant(std::int64_t value)
 
 Feature& Feature::inPort(std::string port, std::uint64_t address, bool littleEndian)
 {
-    littleEndian_ = littleEndian;
-    port_ = std::move(port);
+    makeRare().littleEndian = littleEndian;
+    makeRare().port = std::move(port);
     address_ = address;
     access_ = Access::ReadOnly;
     return *this;
@@ -132,7 +146,7 @@ Feature& Feature::onChange(std::function<void(std::size_t)> hook)
 
 Feature& Feature::onExecute(std::function<std::int32_t(std::size_t)> hook)
 {
-    onExecute_ = std::move(hook);
+    makeRare().onExecute = std::move(hook);
     return *this;
 }
 
@@ -153,8 +167,8 @@ FeatureValue Feature::current(std::size_t index) const
     if (onRead_) {
         return onRead_(index);
     }
-    if (busy_) {
-        return std::int64_t{busy_() ? 1 : 0};
+    if (rare_ && rare_->busy) {
+        return std::int64_t{rare_->busy() ? 1 : 0};
     }
     return values_.at(index);
 }

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <string>
 #include <utility>
 #include <variant>
@@ -32,10 +33,14 @@ struct FloatLimits {
     double max;
 };
 
+/// Words of descriptions (tool tips, units ...) live as long as the program: literals, or
+/// base::intern().
+using Words = const char*;
+
 struct EnumEntry {
     std::string name;
     std::int64_t value;
-    std::string toolTip;
+    Words toolTip;
     std::function<bool()> available; ///< Empty: always.
 };
 
@@ -51,14 +56,14 @@ struct EnumEntry {
 class Feature
 {
 public:
-    Feature(FeatureType type, std::string name, std::string toolTip);
+    Feature(FeatureType type, std::string name, Words toolTip);
 
     // What the description says.
-    Feature& describe(std::string text) { return description_ = std::move(text), *this; }
-    Feature& displayName(std::string text) { return displayName_ = std::move(text), *this; }
-    Feature& unit(std::string text) { return unit_ = std::move(text), *this; }
+    Feature& describe(std::string text) { return makeRare().description = std::move(text), *this; }
+    Feature& displayName(Words text) { return displayName_ = text, *this; }
+    Feature& unit(Words text) { return unit_ = text, *this; }
     /// Linear, Logarithmic, PureNumber, HexNumber, IPV4Address, MACAddress.
-    Feature& representation(std::string text) { return representation_ = std::move(text), *this; }
+    Feature& representation(Words text) { return representation_ = text, *this; }
     Feature& expert() { return visibility_ = Visibility::Expert, *this; }
     Feature& guru() { return visibility_ = Visibility::Guru, *this; }
     Feature& invisible() { return visibility_ = Visibility::Invisible, *this; }
@@ -72,9 +77,9 @@ public:
     /// hooks look at the selectors.
     Feature& shownBy(std::vector<std::string> selectors)
     {
-        return shownBy_ = std::move(selectors), *this;
+        return makeRare().shownBy = std::move(selectors), *this;
     }
-    Feature& entry(std::string name, std::int64_t value, std::string toolTip,
+    Feature& entry(std::string name, std::int64_t value, Words toolTip,
                    std::function<bool()> available = {});
 
     // Ranges; outside is refused with -1019. The function form gives the range registers of its own
@@ -125,12 +130,15 @@ public:
     Feature& limitedBy(std::vector<std::string> features)
     {
         keepsLimits_ = true;
-        limitedBy_ = std::move(features);
+        makeRare().limitedBy = std::move(features);
         return *this;
     }
     /// A command that is still executing after its write returned. Without it commands are done at
     /// once.
-    Feature& busyWhile(std::function<bool()> test) { return busy_ = std::move(test), *this; }
+    Feature& busyWhile(std::function<bool()> test)
+    {
+        return makeRare().busy = std::move(test), *this;
+    }
 
     // Values, for the owner of the table: no range and access checks, no write hooks.
     std::int64_t integer(std::size_t index = 0) const;
@@ -156,24 +164,38 @@ private:
     friend class FeatureTable;
     friend class FeatureXml;
 
+    /// What few features have. A camera has hundreds of them, and each camera its own.
+    struct Rare {
+        std::string description;
+        std::vector<std::string> limitedBy;
+        std::vector<std::string> shownBy;
+        std::vector<std::string> children; ///< Categories: names of their features.
+        std::string formula;
+        std::vector<std::pair<std::string, std::string>> variables;
+        std::string port;
+        bool littleEndian = false;
+        std::function<std::int32_t(std::size_t)> onExecute;
+        std::function<bool()> busy;
+    };
+    Rare& makeRare();
+    /// All of it empty when it has none of it.
+    const Rare& rare() const;
+
     FeatureType type_;
     std::string name_;
-    std::string toolTip_;
-    std::string description_;
-    std::string displayName_;
-    std::string unit_;
-    std::string representation_;
+    Words toolTip_;
+    Words displayName_ = "";
+    Words unit_ = "";
+    Words representation_ = "";
     Visibility visibility_ = Visibility::Beginner;
     Access access_ = Access::ReadWrite;
     bool streamable_ = false;
     bool changing_ = false;
     bool changesOthers_ = false;
     bool keepsLimits_ = false;
-    std::vector<std::string> limitedBy_;
     std::string selector_;
-    std::vector<std::string> shownBy_;
     std::vector<EnumEntry> entries_;
-    std::vector<std::string> children_; ///< Categories: names of their features.
+    std::unique_ptr<Rare> rare_;
 
     bool hasRange_ = false;
     IntLimits intRange_;
@@ -184,10 +206,6 @@ private:
     std::uint32_t length_ = 0;
     double scale_ = 0.0;
     bool constant_ = false;
-    std::string formula_;
-    std::vector<std::pair<std::string, std::string>> variables_;
-    std::string port_;
-    bool littleEndian_ = false;
     std::uint64_t address_ = 0; ///< Of the block of registers of index 0.
     std::uint64_t stride_ = 0;  ///< From one index to the next.
     std::function<bool()> available_;
@@ -197,8 +215,6 @@ private:
     std::function<FeatureValue(std::size_t)> onRead_;
     std::function<std::int32_t(std::size_t, const FeatureValue&)> onWrite_;
     std::function<void(std::size_t)> onChange_;
-    std::function<std::int32_t(std::size_t)> onExecute_;
-    std::function<bool()> busy_;
 };
 
 } // namespace features

@@ -57,47 +57,45 @@ FeatureTable::FeatureTable(ModuleIdentity identity, std::uint64_t base)
     add(FeatureType::Category, "Root", "All features.");
 }
 
-Feature& FeatureTable::add(FeatureType type, const std::string& name, const std::string& toolTip)
+Feature& FeatureTable::add(FeatureType type, const std::string& name, Words toolTip)
 {
     if (find(name) != nullptr) {
         throw std::logic_error("feature declared twice: " + name);
     }
     if (type != FeatureType::Category && type != FeatureType::Memory) {
-        find(currentCategory_)->children_.push_back(name);
+        find(currentCategory_)->makeRare().children.push_back(name);
     }
     return features_.emplace_back(type, name, toolTip);
 }
 
-Feature& FeatureTable::category(const std::string& name, const std::string& toolTip,
-                                const std::string& parent)
+Feature& FeatureTable::category(const std::string& name, Words toolTip, const std::string& parent)
 {
-    find(parent.empty() ? "Root" : parent)->children_.push_back(name);
+    find(parent.empty() ? "Root" : parent)->makeRare().children.push_back(name);
     currentCategory_ = name;
     return add(FeatureType::Category, name, toolTip).readOnly();
 }
 
-Feature& FeatureTable::integer(const std::string& name, const std::string& toolTip)
+Feature& FeatureTable::integer(const std::string& name, Words toolTip)
 {
     return add(FeatureType::Integer, name, toolTip);
 }
 
-Feature& FeatureTable::real(const std::string& name, const std::string& toolTip)
+Feature& FeatureTable::real(const std::string& name, Words toolTip)
 {
     return add(FeatureType::Float, name, toolTip);
 }
 
-Feature& FeatureTable::boolean(const std::string& name, const std::string& toolTip)
+Feature& FeatureTable::boolean(const std::string& name, Words toolTip)
 {
     return add(FeatureType::Boolean, name, toolTip);
 }
 
-Feature& FeatureTable::enumeration(const std::string& name, const std::string& toolTip)
+Feature& FeatureTable::enumeration(const std::string& name, Words toolTip)
 {
     return add(FeatureType::Enumeration, name, toolTip);
 }
 
-Feature& FeatureTable::string(const std::string& name, const std::string& toolTip,
-                              std::uint32_t capacity)
+Feature& FeatureTable::string(const std::string& name, Words toolTip, std::uint32_t capacity)
 {
     if (capacity > kLongestText) {
         throw std::logic_error("text too long: " + name);
@@ -105,13 +103,13 @@ Feature& FeatureTable::string(const std::string& name, const std::string& toolTi
     return add(FeatureType::String, name, toolTip).bytes((capacity + 3) / 4 * 4);
 }
 
-Feature& FeatureTable::command(const std::string& name, const std::string& toolTip)
+Feature& FeatureTable::command(const std::string& name, Words toolTip)
 {
     return add(FeatureType::Command, name, toolTip);
 }
 
-Feature& FeatureTable::memory(const std::string& name, const std::string& toolTip,
-                              std::uint64_t address, std::uint32_t length)
+Feature& FeatureTable::memory(const std::string& name, Words toolTip, std::uint64_t address,
+                              std::uint32_t length)
 {
     Feature& feature = add(FeatureType::Memory, name, toolTip).bytes(length);
     feature.address_ = address;
@@ -140,7 +138,7 @@ FeatureTable::slotsOf(const Feature& feature)
 {
     std::vector<std::pair<Slot, std::uint32_t>> slots;
     if (feature.type_ == FeatureType::Category || feature.type_ == FeatureType::Memory ||
-        feature.constant_ || !feature.formula_.empty() || !feature.port_.empty()) {
+        feature.constant_ || !feature.rare().formula.empty() || !feature.rare().port.empty()) {
         return slots;
     }
     slots.emplace_back(Slot::Value, feature.length_);
@@ -190,6 +188,10 @@ void FeatureTable::finish()
 {
     for (Feature& feature : features_) {
         layOut(feature);
+        feature.entries_.shrink_to_fit();
+        if (feature.rare_) {
+            feature.rare_->children.shrink_to_fit();
+        }
     }
     xml_ = FeatureXml(*this).text();
     xml_.shrink_to_fit();
@@ -358,8 +360,8 @@ std::int32_t FeatureTable::writeRegister(const Register& reg, const unsigned cha
         return code;
     }
     if (feature.type_ == FeatureType::Command) {
-        const bool run = std::get<std::int64_t>(value) != 0 && feature.onExecute_;
-        return run ? feature.onExecute_(reg.index) : gentl::err::kSuccess;
+        const bool run = std::get<std::int64_t>(value) != 0 && feature.rare().onExecute;
+        return run ? feature.rare().onExecute(reg.index) : gentl::err::kSuccess;
     }
     if (feature.onWrite_) {
         if (const std::int32_t code = feature.onWrite_(reg.index, value); code != 0) {

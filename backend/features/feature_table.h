@@ -42,18 +42,17 @@ public:
 
     // Adding; features live as long as the table at a fixed address. Features go into the category
     // that was added last; `parent` empty: directly under Root.
-    Feature& category(const std::string& name, const std::string& toolTip,
-                      const std::string& parent = {});
-    Feature& integer(const std::string& name, const std::string& toolTip);
-    Feature& real(const std::string& name, const std::string& toolTip);
-    Feature& boolean(const std::string& name, const std::string& toolTip);
-    Feature& enumeration(const std::string& name, const std::string& toolTip);
+    Feature& category(const std::string& name, Words toolTip, const std::string& parent = {});
+    Feature& integer(const std::string& name, Words toolTip);
+    Feature& real(const std::string& name, Words toolTip);
+    Feature& boolean(const std::string& name, Words toolTip);
+    Feature& enumeration(const std::string& name, Words toolTip);
     /// `capacity` bytes; a text that fills them has no closing NUL.
-    Feature& string(const std::string& name, const std::string& toolTip, std::uint32_t capacity);
-    Feature& command(const std::string& name, const std::string& toolTip);
+    Feature& string(const std::string& name, Words toolTip, std::uint32_t capacity);
+    Feature& command(const std::string& name, Words toolTip);
     /// `length` bytes at `address`, outside of the table. A node of the description without a
     /// category, for who knows its name.
-    Feature& memory(const std::string& name, const std::string& toolTip, std::uint64_t address,
+    Feature& memory(const std::string& name, Words toolTip, std::uint64_t address,
                     std::uint32_t length);
     void port(const std::string& name, bool chunk, std::uint64_t id);
 
@@ -101,7 +100,7 @@ private:
         Feature* feature;
     };
 
-    Feature& add(FeatureType type, const std::string& name, const std::string& toolTip);
+    Feature& add(FeatureType type, const std::string& name, Words toolTip);
     void layOut(Feature& feature);
     const Register* at(std::uint64_t address) const;
     std::int32_t readRegister(const Register& reg, unsigned char* bytes) const;

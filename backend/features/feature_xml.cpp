@@ -72,7 +72,7 @@ FeatureXml::FeatureXml(const FeatureTable& table)
         if (!each.selector_.empty()) {
             selected_[each.selector_].emplace_back(each.name_);
         }
-        for (const std::string& other : each.shownBy_) {
+        for (const std::string& other : each.rare().shownBy) {
             if (other != each.selector_) {
                 selected_[other].emplace_back(each.name_);
             }
@@ -150,7 +150,8 @@ void FeatureXml::close(std::string_view tag) { append("</", tag, ">\n"); }
 void FeatureXml::common(const Feature& feature)
 {
     element("ToolTip", feature.toolTip_);
-    element("Description", feature.description_.empty() ? feature.toolTip_ : feature.description_);
+    element("Description", feature.rare().description.empty() ? std::string_view(feature.toolTip_)
+                                                              : feature.rare().description);
     element("DisplayName", feature.displayName_);
     element("Visibility", visibilityName(feature.visibility_));
     if (feature.available_) {
@@ -172,7 +173,7 @@ void FeatureXml::common(const Feature& feature)
 
 void FeatureXml::feature(const Feature& feature)
 {
-    const std::string tag = nodeType(feature, !feature.formula_.empty());
+    const std::string tag = nodeType(feature, !feature.rare().formula.empty());
     open(tag, feature.name_);
     common(feature);
     switch (feature.type_) {
@@ -208,19 +209,19 @@ void FeatureXml::feature(const Feature& feature)
 
 void FeatureXml::category(const Feature& feature)
 {
-    for (const std::string& child : feature.children_) {
+    for (const std::string& child : feature.rare().children) {
         element("pFeature", child);
     }
 }
 
 void FeatureXml::integer(const Feature& feature)
 {
-    if (!feature.formula_.empty()) {
-        for (const auto& [variable, source] : feature.variables_) {
+    if (!feature.rare().formula.empty()) {
+        for (const auto& [variable, source] : feature.rare().variables) {
             text_.append("  <pVariable Name=\"").append(variable).append("\">");
             text_.append(source).append("</pVariable>\n");
         }
-        element("Formula", feature.formula_);
+        element("Formula", feature.rare().formula);
     } else if (feature.constant_) {
         element("Value", std::to_string(feature.integer()));
     } else {
@@ -276,7 +277,7 @@ void FeatureXml::string(const Feature& feature)
 bool FeatureXml::mayBeKept(const Feature& feature)
 {
     return feature.type_ != FeatureType::Command && feature.type_ != FeatureType::Memory &&
-           !feature.onRead_ && !feature.changing_ && feature.port_.empty();
+           !feature.onRead_ && !feature.changing_ && feature.rare().port.empty();
 }
 
 void FeatureXml::selected(const Feature& feature)
@@ -299,7 +300,7 @@ void FeatureXml::place(const Feature& feature, std::uint64_t offset, std::uint32
     }
     element("Length", std::to_string(length));
     element("AccessMode", accessMode);
-    element("pPort", feature.port_.empty() ? "Device" : feature.port_);
+    element("pPort", feature.rare().port.empty() ? "Device" : feature.rare().port);
     element("Cachable", cached ? "WriteThrough" : "NoCache");
     if (cached && hasChanges_) {
         element("pInvalidator", kChanges);
@@ -319,7 +320,7 @@ void FeatureXml::valueRegister(const Feature& feature)
     if (!isFloatRegister) {
         element("Sign", feature.length_ == 8 ? "Signed" : "Unsigned");
     }
-    element("Endianess", feature.littleEndian_ ? "LittleEndian" : "BigEndian");
+    element("Endianess", feature.rare().littleEndian ? "LittleEndian" : "BigEndian");
     close(tag);
     if (feature.type_ == FeatureType::Float && feature.scale_ != 0.0) {
         open("Converter", feature.name_ + "Converter");
@@ -335,7 +336,7 @@ void FeatureXml::valueRegister(const Feature& feature)
 void FeatureXml::registers(const Feature& feature)
 {
     if (feature.type_ == FeatureType::Category || feature.type_ == FeatureType::Memory ||
-        feature.constant_ || !feature.formula_.empty()) {
+        feature.constant_ || !feature.rare().formula.empty()) {
         return;
     }
     if (feature.type_ != FeatureType::String) {
@@ -376,7 +377,7 @@ void FeatureXml::registers(const Feature& feature)
                                  slot == FeatureTable::Slot::Increment;
             place(feature, offset, size, "RO", isLimit && feature.keepsLimits_);
             if (isLimit) {
-                for (const std::string& other : feature.limitedBy_) {
+                for (const std::string& other : feature.rare().limitedBy) {
                     element("pInvalidator", other);
                 }
             }

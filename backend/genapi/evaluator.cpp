@@ -66,7 +66,7 @@ Evaluator::Evaluator(FeatureSource& source, Description description)
     : description_(std::move(description)), router_(source, description_.overlays),
       dependents_(description_),
       countsOnNetworkOrder_(description_.isOldSchema && source.hasNetworkByteOrder()),
-      cells_(description_.nodes.size()), known_(description_.nodes.size()),
+      cellOf_(description_.nodes.size(), -1), known_(description_.nodes.size()),
       values_(description_.nodes.size()), changed_(2 * description_.nodes.size())
 {
 }

@@ -10,6 +10,7 @@
 
 #include <array>
 #include <cstdint>
+#include <deque>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -150,6 +151,7 @@ private:
     void changed(std::int32_t node);
     void makeOld(std::int32_t node);
     void makeOldAround(const Place& place);
+    Cell& cellAt(std::int32_t cell);
     void remember(std::int32_t cell, const Place& place);
 
     ZelCamErr findAccess(const Node& node, AccessMode* mode);
@@ -205,7 +207,8 @@ private:
     PortRouter router_;
     Dependents dependents_;
     const bool countsOnNetworkOrder_;
-    std::vector<Cell> cells_; ///< By Node::cell.
+    std::vector<std::int32_t> cellOf_; ///< Index into cells_, by Node::cell; -1: not used yet.
+    std::deque<Cell> cells_;           ///< Most registers are never looked at.
     /// Cells by the blocks of the device's memory that they were read from.
     std::unordered_map<std::uint64_t, std::vector<std::int32_t>> cellsAt_;
     std::vector<KnownAccess> known_;

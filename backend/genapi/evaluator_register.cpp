@@ -98,9 +98,19 @@ ZelCamErr Evaluator::readTextRegister(const Node& node, std::string* value)
     return ZelErr::kOk;
 }
 
+Evaluator::Cell& Evaluator::cellAt(std::int32_t cell)
+{
+    std::int32_t& index = cellOf_[static_cast<std::size_t>(cell)];
+    if (index < 0) {
+        cells_.emplace_back();
+        index = static_cast<std::int32_t>(cells_.size() - 1);
+    }
+    return cells_[static_cast<std::size_t>(index)];
+}
+
 void Evaluator::remember(std::int32_t cell, const Place& place)
 {
-    Cell& kept = cells_[static_cast<std::size_t>(cell)];
+    Cell& kept = cellAt(cell);
     if (kept.place == place || place.length == 0 || place.overlay >= 0)
         return;
     if (cellsAt_.size() > kMaxBlocks) {
@@ -126,12 +136,12 @@ void Evaluator::makeOldAround(const Place& place)
         if (found == cellsAt_.end())
             continue;
         for (const std::int32_t cell : found->second) {
-            const Place& other = cells_[static_cast<std::size_t>(cell)].place;
+            const Place& other = cellAt(cell).place;
             if (other.address > last || place.address > other.address + (other.length - 1))
                 continue;
             // All entries of a structure follow it.
             for (std::int32_t node = cell;
-                 node < static_cast<std::int32_t>(cells_.size()) && at(node).cell == cell; ++node)
+                 node < static_cast<std::int32_t>(cellOf_.size()) && at(node).cell == cell; ++node)
                 makeOld(node);
         }
     }
@@ -139,7 +149,7 @@ void Evaluator::makeOldAround(const Place& place)
 
 ZelCamErr Evaluator::readCell(const Node& node, const Place& place, std::uint8_t* bytes)
 {
-    Cell& cell = cells_[static_cast<std::size_t>(node.cell)];
+    Cell& cell = cellAt(node.cell);
     const std::int32_t index = indexOf(node);
     const bool isKept = dependents_.mayKeepBytes(index) && holds(index, Part::kValue, cell.then);
     if (!(isKept || cell.operation == operation_) || !(cell.place == place)) {

@@ -2,6 +2,7 @@
 #include "simulator/event_section.h"
 
 #include "base/endian.h"
+#include "base/text.h"
 #include "gentl_abi/gentl_abi.h"
 
 #include <string>
@@ -99,7 +100,8 @@ void EventSection::declareEvents()
         const std::string name = std::string("Event") + kEvents[i].name;
         const std::string port = name + "Port";
         table.port(port, false, kFirstEventId + i);
-        table.category(name + "Data", std::string("Data of the event ") + kEvents[i].name + ".",
+        table.category(name + "Data",
+                       base::intern(std::string("Data of the event ") + kEvents[i].name + "."),
                        "EventControl");
         table.integer(name, kEvents[i].toolTip)
             .describe(std::string(kEvents[i].toolTip) +

@@ -1,6 +1,7 @@
 // Geometry, pixel format and test pattern of a simulated camera.
 #include "simulator/image_section.h"
 
+#include "base/text.h"
 #include "gentl_abi/gentl_abi.h"
 
 #include <algorithm>
@@ -106,7 +107,7 @@ void ImageSection::declareWindow(Axis& axis, const char* size, const char* offse
 {
     const std::string way = direction;
     const auto changed = context_.changesPicture();
-    axis.size = &context_.table.integer(size, "Size of the image, " + way + ".")
+    axis.size = &context_.table.integer(size, base::intern("Size of the image, " + way + "."))
                      .describe("Pixels of the image, " + way +
                                ". The offset limits the size and the size the "
                                "offset: the window lies inside the picture.")
@@ -122,7 +123,7 @@ void ImageSection::declareWindow(Axis& axis, const char* size, const char* offse
                      .lockedIf(context_.whileStreaming())
                      .onChange(changed);
     axis.offset =
-        &context_.table.integer(offset, "Start of the image, " + way + ".")
+        &context_.table.integer(offset, base::intern("Start of the image, " + way + "."))
              .describe("First pixel of the image in the picture, " + way + ".")
              .unit("px")
              .streamable()
@@ -197,7 +198,7 @@ void ImageSection::declareFormat(const std::function<bool()>& wideFormats)
             throw std::invalid_argument("unknown pixel format " + name);
         }
         const bool wide = format->bits > 12;
-        format_->entry(name, format->code, name + ".",
+        format_->entry(name, format->code, base::intern(name + "."),
                        wide ? wideFormats : std::function<bool()>());
     }
 }
@@ -212,7 +213,8 @@ void ImageSection::declareFormatInfo()
                             return FeatureValue(std::int64_t{format().bitsPerPixel()});
                         });
     for (const int bits : {8, 10, 12, 16, 24, 32, 48}) {
-        size.entry("Bpp" + std::to_string(bits), bits, std::to_string(bits) + " bits per pixel.");
+        size.entry("Bpp" + std::to_string(bits), bits,
+                   base::intern(std::to_string(bits) + " bits per pixel."));
     }
     table.enumeration("PixelColorFilter", "Colour pattern of the pixels.")
         .expert()

@@ -38,16 +38,16 @@ UserSetSection::UserSetSection(CameraContext& context, std::function<void()> loa
 
 UserSetSection::Settings UserSetSection::present() const
 {
-    Settings settings;
+    std::vector<FeatureValue> settings;
     for (const Feature& feature : context_.table.features()) {
         if (feature.isStreamable()) {
-            auto& values = settings.emplace_back();
             for (std::size_t i = 0; i < feature.count(); ++i) {
-                values.push_back(feature.stored(i));
+                settings.push_back(feature.stored(i));
             }
         }
     }
-    return settings;
+    settings.shrink_to_fit();
+    return std::make_shared<const std::vector<FeatureValue>>(std::move(settings));
 }
 
 void UserSetSection::keepFactorySettings() { sets_.fill(present()); }
@@ -57,9 +57,8 @@ void UserSetSection::load(std::size_t set)
     std::size_t next = 0;
     for (Feature& feature : context_.table.features()) {
         if (feature.isStreamable()) {
-            const auto& values = sets_.at(set).at(next++);
-            for (std::size_t i = 0; i < values.size(); ++i) {
-                feature.set(values[i], i);
+            for (std::size_t i = 0; i < feature.count(); ++i) {
+                feature.set(sets_.at(set)->at(next++), i);
             }
         }
     }

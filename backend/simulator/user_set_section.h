@@ -5,6 +5,7 @@
 
 #include <array>
 #include <functional>
+#include <memory>
 #include <vector>
 
 namespace simulator
@@ -22,7 +23,8 @@ public:
     void loadDefault();
 
 private:
-    using Settings = std::vector<std::vector<FeatureValue>>; ///< Of all streamable features.
+    /// Values of all streamable features, one after the other. Sets that are the same share them.
+    using Settings = std::shared_ptr<const std::vector<FeatureValue>>;
     static constexpr std::size_t kSetCount = 3;
 
     Settings present() const;
