@@ -29,7 +29,6 @@ constexpr int kTurn = 512;
 constexpr int kLastTurn = 4096;
 // Gathering pays from here on.
 constexpr std::chrono::microseconds kShortestNap{60};
-constexpr std::uint32_t kNapPackets = 64;
 constexpr std::chrono::milliseconds kHousekeeping{50};
 // A frame of an earlier acquisition is over when nothing came for so long; it is not waited for
 // longer than the other.
@@ -428,7 +427,7 @@ std::chrono::microseconds GigeStream::nap(Clock::time_point now, std::uint64_t p
     }
     const auto perPacket = (now - lastEmpty_) / static_cast<Clock::rep>(came);
     const std::size_t room = source_->capacity(packetSize_) / 2;
-    const auto packets = std::min<std::size_t>({kNapPackets, expected_, room});
+    const auto packets = std::min({source_->turn(), std::size_t{expected_}, room});
     const auto pause = std::chrono::duration_cast<std::chrono::microseconds>(
         perPacket * static_cast<Clock::rep>(packets) * 9 / 10);
     const auto work = std::chrono::duration_cast<std::chrono::microseconds>(due_ - now);

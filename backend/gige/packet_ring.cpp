@@ -24,7 +24,7 @@ namespace
 {
 
 // Holds the largest joined datagrams, and is handed over when it is full or its time is up.
-constexpr std::size_t kBlock = std::size_t{256} * 1024;
+constexpr std::size_t kBlock = std::size_t{128} * 1024;
 constexpr std::size_t kFewestBlocks = 4;
 constexpr unsigned kRetireMs = 1;
 constexpr unsigned kFrame = 2048; // A unit of the interface only: packets lie close together.
@@ -193,6 +193,8 @@ bool PacketRing::setFilter(const DatagramFilter& filter)
 {
     return Program(filter).attach(fd_.get());
 }
+
+std::size_t PacketRing::size() const { return blocks_ * kBlock; }
 
 void* PacketRing::block() const { return memory_ + block_ * kBlock; }
 

@@ -48,6 +48,8 @@ public:
 
     /// False: nothing waits. Datagrams whose checksum is wrong are passed over.
     bool next(Packet* packet);
+    /// Bytes of all blocks.
+    std::size_t size() const;
     /// Datagrams that found no room since the last call.
     std::uint32_t takeDrops();
 

@@ -17,6 +17,8 @@ public:
     virtual int descriptor() const = 0;
     /// Packets that may wait before some are lost, if all are of this size.
     virtual std::size_t capacity(std::size_t packetSize) const = 0;
+    /// Packets that are worth a turn of the thread.
+    virtual std::size_t turn() const = 0;
 };
 
 } // namespace gige

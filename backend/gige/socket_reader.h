@@ -37,6 +37,7 @@ public:
     bool drain(FrameAssembler& assembler, StreamNumbers& numbers, int most) override;
     int descriptor() const override { return socket_.descriptor(); }
     std::size_t capacity(std::size_t packetSize) const override;
+    std::size_t turn() const override { return kMost; }
 
 private:
     struct Buffers;

@@ -18,7 +18,7 @@ class FrameStore
 {
 public:
     static constexpr std::size_t kMostFrames = 128;
-    static constexpr std::size_t kMostBytes = std::size_t{64} << 20U;
+    static constexpr std::size_t kMostBytes = std::size_t{128} << 20U;
 
     void add(std::shared_ptr<SentFrame> frame) ZEL_EXCLUDES(mutex_);
     void clear() ZEL_EXCLUDES(mutex_);
