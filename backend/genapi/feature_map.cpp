@@ -28,11 +28,11 @@ ZelCamErr FeatureMap::create(FeatureSource& source, std::unique_ptr<FeatureMap>*
     return parsed;
 }
 
-Feature& FeatureMap::feature(std::int32_t index)
+CheckedNode& FeatureMap::feature(std::int32_t index)
 {
     auto& slot = features_[static_cast<std::size_t>(index)];
     if (slot == nullptr)
-        slot = std::make_unique<Feature>(evaluator_, index);
+        slot = std::make_unique<CheckedNode>(evaluator_, index);
     return *slot;
 }
 

@@ -1,8 +1,8 @@
 // The node map of one module: the description, what it evaluates to, and its features.
 #pragma once
 
+#include "genapi/checked_node.h"
 #include "genapi/evaluator.h"
-#include "genapi/feature.h"
 #include "genapi/feature_source.h"
 
 #include <memory>
@@ -27,7 +27,7 @@ public:
     const Description& description() const { return evaluator_.description(); }
 
     /// The node as a feature; made on first use, lives as long as the map.
-    Feature& feature(std::int32_t index);
+    CheckedNode& feature(std::int32_t index);
 
     /// Copies the bytes behind the event or chunk ports with this id.
     void setData(bool isEvent, std::uint64_t id, const void* data, std::size_t size);
@@ -37,7 +37,7 @@ private:
     FeatureMap(FeatureSource& source, Description description);
 
     Evaluator evaluator_;
-    std::vector<std::unique_ptr<Feature>> features_;
+    std::vector<std::unique_ptr<CheckedNode>> features_;
 };
 
 } // namespace genapi

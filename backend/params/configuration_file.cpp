@@ -85,7 +85,7 @@ private:
         setting->slot = state_.find(line.name.c_str(), nullptr);
         if (setting->slot == nullptr)
             return false;
-        const genapi::Feature& feature = ParamArrayState::featureOf(*setting->slot);
+        const genapi::CheckedNode& feature = ParamArrayState::featureOf(*setting->slot);
         if (!isSetting(*setting->slot) || !parseValue(feature, line.value, &setting->value))
             return false;
         std::size_t used = 0;
@@ -103,7 +103,7 @@ private:
     bool readSelector(const ConfigurationLine& line, Slot& selector, FeatureValue* value,
                       std::size_t* used)
     {
-        const genapi::Feature& feature = ParamArrayState::featureOf(selector);
+        const genapi::CheckedNode& feature = ParamArrayState::featureOf(selector);
         for (const auto& [name, text] : line.selectors) {
             if (name == feature.node().name) {
                 ++*used;

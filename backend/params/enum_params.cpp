@@ -25,7 +25,7 @@ void EntryParam::bind(std::int32_t position)
 
 const genapi::Node* EntryParam::described() const
 {
-    genapi::Feature* const feature = owner_.feature();
+    genapi::CheckedNode* const feature = owner_.feature();
     if (feature == nullptr || position_ < 0)
         return nullptr;
     return &feature->entry(static_cast<std::size_t>(position_));
@@ -100,7 +100,7 @@ const char* EntryParam::GetValueStr(ZelCamErr* err)
 void EnumParam::bind(ParamArrayState::Slot* slot)
 {
     ParamOf::bind(slot);
-    const genapi::Feature& described = *feature();
+    const genapi::CheckedNode& described = *feature();
     for (std::size_t i = 0; i < described.entryCount(); ++i) {
         const auto from = entries_.begin() + static_cast<std::ptrdiff_t>(i);
         const auto same = std::find_if(from, entries_.end(), [&](const auto& entry) {
@@ -124,7 +124,7 @@ void EnumParam::unbind()
 
 std::int32_t EnumParam::GetCount(ZelCamErr* err)
 {
-    return read<std::int32_t>(err, 0, [](genapi::Feature& feature, std::int32_t* count) {
+    return read<std::int32_t>(err, 0, [](genapi::CheckedNode& feature, std::int32_t* count) {
         for (std::size_t i = 0; i < feature.entryCount(); ++i)
             *count += feature.isEntryImplemented(i) ? 1 : 0;
         return ZelErr::kOk;
@@ -134,7 +134,7 @@ std::int32_t EnumParam::GetCount(ZelCamErr* err)
 ZelGenParam::EnumEntry* EnumParam::GetEnumEntryByIndex(std::int64_t index)
 {
     return state().ask<ZelGenParam::EnumEntry*>(nullptr, [&]() -> ZelGenParam::EnumEntry* {
-        genapi::Feature* const bound = feature();
+        genapi::CheckedNode* const bound = feature();
         if (bound == nullptr || index < 0)
             return nullptr;
         for (std::size_t i = 0; i < bound->entryCount(); ++i) {
@@ -147,12 +147,12 @@ ZelGenParam::EnumEntry* EnumParam::GetEnumEntryByIndex(std::int64_t index)
 
 std::int64_t EnumParam::GetValue(ZelCamErr* err)
 {
-    return read<std::int64_t>(err, 0, &genapi::Feature::readEntryValue);
+    return read<std::int64_t>(err, 0, &genapi::CheckedNode::readEntryValue);
 }
 
 const char* EnumParam::GetValueStr(ZelCamErr* err)
 {
-    return read<const char*>(err, "", [this](genapi::Feature& feature, const char** symbol) {
+    return read<const char*>(err, "", [this](genapi::CheckedNode& feature, const char** symbol) {
         std::size_t entry = 0;
         const ZelCamErr result = feature.readEntry(&entry);
         if (result == ZelErr::kOk)
@@ -163,14 +163,15 @@ const char* EnumParam::GetValueStr(ZelCamErr* err)
 
 ZelCamErr EnumParam::SetValue(std::int64_t value)
 {
-    return call([value](genapi::Feature& feature) { return feature.writeEntryValue(value); });
+    return call([value](genapi::CheckedNode& feature) { return feature.writeEntryValue(value); });
 }
 
 ZelCamErr EnumParam::SetValueStr(const char* symbol)
 {
     if (symbol == nullptr)
         return ZelErr::kInvalidArgument;
-    return call([symbol](genapi::Feature& feature) { return feature.writeEntrySymbol(symbol); });
+    return call(
+        [symbol](genapi::CheckedNode& feature) { return feature.writeEntrySymbol(symbol); });
 }
 
 } // namespace params

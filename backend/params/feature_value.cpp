@@ -12,7 +12,7 @@ bool FeatureValue::operator==(const FeatureValue& other) const
            text == other.text;
 }
 
-bool hasValue(const genapi::Feature& feature)
+bool hasValue(const genapi::CheckedNode& feature)
 {
     switch (feature.type()) {
     case ZelGenParam::kTypeInt:
@@ -26,7 +26,7 @@ bool hasValue(const genapi::Feature& feature)
     }
 }
 
-bool parseValue(const genapi::Feature& feature, std::string_view text, FeatureValue* value)
+bool parseValue(const genapi::CheckedNode& feature, std::string_view text, FeatureValue* value)
 {
     value->type = feature.type();
     if (feature.type() == ZelGenParam::kTypeString) {
@@ -66,7 +66,7 @@ std::string textOf(const FeatureValue& value)
     return value.text;
 }
 
-ZelCamErr readValue(genapi::Feature& feature, FeatureValue* value)
+ZelCamErr readValue(genapi::CheckedNode& feature, FeatureValue* value)
 {
     *value = FeatureValue();
     value->type = feature.type();
@@ -95,7 +95,7 @@ ZelCamErr readValue(genapi::Feature& feature, FeatureValue* value)
     }
 }
 
-ZelCamErr writeValue(genapi::Feature& feature, const FeatureValue& value)
+ZelCamErr writeValue(genapi::CheckedNode& feature, const FeatureValue& value)
 {
     switch (feature.type()) {
     case ZelGenParam::kTypeInt:

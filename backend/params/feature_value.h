@@ -1,7 +1,7 @@
 // The value of a feature of any type, as configuration files keep it.
 #pragma once
 
-#include "genapi/feature.h"
+#include "genapi/checked_node.h"
 
 #include <cstdint>
 #include <string>
@@ -22,16 +22,16 @@ struct FeatureValue {
 };
 
 /// True for types that have a value: not for commands and categories.
-bool hasValue(const genapi::Feature& feature);
+bool hasValue(const genapi::CheckedNode& feature);
 
 /// False when the text is no value of this feature's type, or no entry of it. Ranges are not
 /// looked at.
-bool parseValue(const genapi::Feature& feature, std::string_view text, FeatureValue* value);
+bool parseValue(const genapi::CheckedNode& feature, std::string_view text, FeatureValue* value);
 
 /// Text that parseValue turns into the same value, to the last bit.
 std::string textOf(const FeatureValue& value);
 
-ZelCamErr readValue(genapi::Feature& feature, FeatureValue* value);
-ZelCamErr writeValue(genapi::Feature& feature, const FeatureValue& value);
+ZelCamErr readValue(genapi::CheckedNode& feature, FeatureValue* value);
+ZelCamErr writeValue(genapi::CheckedNode& feature, const FeatureValue& value);
 
 } // namespace params

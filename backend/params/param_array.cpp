@@ -51,7 +51,7 @@ ZelCamErr callByName(ParamArrayState& state, const char* name, Operation operati
 /// What `read` gives; 0 or false with a code in `err` when it fails.
 template <class Value>
 Value readByName(ParamArrayState& state, const char* name, ZelCamErr* err,
-                 ZelCamErr (genapi::Feature::*read)(Value*))
+                 ZelCamErr (genapi::CheckedNode::*read)(Value*))
 {
     Value value{};
     report(err, callByName(state, name, read, &value));
@@ -172,23 +172,24 @@ ZelGenParam::Param* ParamArray::GetParamByIndex(std::int64_t index, ZelCamErr* e
 
 ZelCamErr ParamArray::SetBooleanValue(const char* name, bool value)
 {
-    return callByName(*state_, name, &genapi::Feature::writeBoolean, value);
+    return callByName(*state_, name, &genapi::CheckedNode::writeBoolean, value);
 }
 
 bool ParamArray::GetBooleanValue(const char* name, ZelCamErr* err)
 {
-    return readByName(*state_, name, err, &genapi::Feature::readBoolean);
+    return readByName(*state_, name, err, &genapi::CheckedNode::readBoolean);
 }
 
 ZelCamErr ParamArray::SetEnumValueStr(const char* name, const char* symbol)
 {
-    return symbol != nullptr ? callByName(*state_, name, &genapi::Feature::writeEntrySymbol, symbol)
-                             : ZelErr::kInvalidArgument;
+    return symbol != nullptr
+               ? callByName(*state_, name, &genapi::CheckedNode::writeEntrySymbol, symbol)
+               : ZelErr::kInvalidArgument;
 }
 
 ZelCamErr ParamArray::SetEnumValue(const char* name, std::int64_t value)
 {
-    return callByName(*state_, name, &genapi::Feature::writeEntryValue, value);
+    return callByName(*state_, name, &genapi::CheckedNode::writeEntryValue, value);
 }
 
 const char* ParamArray::GetEnumValueStr(const char* name, ZelCamErr* err)
@@ -199,32 +200,32 @@ const char* ParamArray::GetEnumValueStr(const char* name, ZelCamErr* err)
 
 std::int64_t ParamArray::GetEnumValue(const char* name, ZelCamErr* err)
 {
-    return readByName(*state_, name, err, &genapi::Feature::readEntryValue);
+    return readByName(*state_, name, err, &genapi::CheckedNode::readEntryValue);
 }
 
 ZelCamErr ParamArray::SetFloatValue(const char* name, double value)
 {
-    return callByName(*state_, name, &genapi::Feature::writeFloat, value);
+    return callByName(*state_, name, &genapi::CheckedNode::writeFloat, value);
 }
 
 double ParamArray::GetFloatValue(const char* name, ZelCamErr* err)
 {
-    return readByName(*state_, name, err, &genapi::Feature::readFloat);
+    return readByName(*state_, name, err, &genapi::CheckedNode::readFloat);
 }
 
 ZelCamErr ParamArray::SetIntegerValue(const char* name, std::int64_t value)
 {
-    return callByName(*state_, name, &genapi::Feature::writeInteger, value);
+    return callByName(*state_, name, &genapi::CheckedNode::writeInteger, value);
 }
 
 std::int64_t ParamArray::GetIntegerValue(const char* name, ZelCamErr* err)
 {
-    return readByName(*state_, name, err, &genapi::Feature::readInteger);
+    return readByName(*state_, name, err, &genapi::CheckedNode::readInteger);
 }
 
 ZelCamErr ParamArray::SetStringValue(const char* name, const char* value)
 {
-    return value != nullptr ? callByName(*state_, name, &genapi::Feature::writeString, value)
+    return value != nullptr ? callByName(*state_, name, &genapi::CheckedNode::writeString, value)
                             : ZelErr::kInvalidArgument;
 }
 
@@ -236,12 +237,12 @@ const char* ParamArray::GetStringValue(const char* name, ZelCamErr* err)
 
 ZelCamErr ParamArray::ExecuteCommand(const char* name)
 {
-    return callByName(*state_, name, &genapi::Feature::execute);
+    return callByName(*state_, name, &genapi::CheckedNode::execute);
 }
 
 bool ParamArray::IsCommandDone(const char* name, ZelCamErr* err)
 {
-    return readByName(*state_, name, err, &genapi::Feature::isDone);
+    return readByName(*state_, name, err, &genapi::CheckedNode::isDone);
 }
 
 } // namespace params

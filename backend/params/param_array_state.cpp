@@ -182,7 +182,7 @@ const genapi::Node& ParamArrayState::nodeOf(const Slot& slot)
     return slot.map->description().at(slot.node);
 }
 
-genapi::Feature& ParamArrayState::featureOf(Slot& slot)
+genapi::CheckedNode& ParamArrayState::featureOf(Slot& slot)
 {
     if (slot.feature == nullptr)
         slot.feature = &slot.map->feature(slot.node);

@@ -53,8 +53,8 @@ public:
     struct Slot {
         genapi::FeatureMap* map = nullptr;
         std::int32_t node = -1;
-        genapi::Feature* feature = nullptr; ///< Once used.
-        ParamObject* object = nullptr;      ///< Once handed out.
+        genapi::CheckedNode* feature = nullptr; ///< Once used.
+        ParamObject* object = nullptr;          ///< Once handed out.
     };
 
     /// What `body` gives inside an Entry and the guard of the boundary; `failed` when it cannot
@@ -90,7 +90,7 @@ public:
     /// Null with -40007, -40205 or the reason of being detached.
     Slot* find(const char* name, ZelCamErr* err);
     static const genapi::Node& nodeOf(const Slot& slot);
-    static genapi::Feature& featureOf(Slot& slot);
+    static genapi::CheckedNode& featureOf(Slot& slot);
     ParamObject& objectOf(Slot& slot);
     /// The object of a feature in a list; -40005 outside it.
     ZelCamErr paramAt(const std::vector<Slot*>& slots, std::int64_t index,

@@ -30,7 +30,7 @@ const genapi::Node* ParamObject::node() const
     return slot_ != nullptr ? &ParamArrayState::nodeOf(*slot_) : nullptr;
 }
 
-genapi::Feature* ParamObject::feature()
+genapi::CheckedNode* ParamObject::feature()
 {
     return slot_ != nullptr ? &ParamArrayState::featureOf(*slot_) : nullptr;
 }

@@ -1,7 +1,7 @@
 // What all parameter objects share: the bond to a feature that may come and go.
 #pragma once
 
-#include "genapi/feature.h"
+#include "genapi/checked_node.h"
 #include "params/param_array_state.h"
 #include "zel_gen_param_api.h"
 
@@ -32,7 +32,7 @@ public:
 
     ParamArrayState& state() { return state_; }
     /// Null while unbound.
-    genapi::Feature* feature();
+    genapi::CheckedNode* feature();
     /// 0 when bound, else why not.
     ZelCamErr reason() const;
 

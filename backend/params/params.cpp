@@ -8,60 +8,60 @@ namespace params
 
 ZelCamErr IntParam::SetValue(std::int64_t value)
 {
-    return call([value](genapi::Feature& feature) { return feature.writeInteger(value); });
+    return call([value](genapi::CheckedNode& feature) { return feature.writeInteger(value); });
 }
 
 std::int64_t IntParam::GetValue(ZelCamErr* err)
 {
-    return read<std::int64_t>(err, 0, &genapi::Feature::readInteger);
+    return read<std::int64_t>(err, 0, &genapi::CheckedNode::readInteger);
 }
 
 std::int64_t IntParam::GetMin(ZelCamErr* err)
 {
-    return read<std::int64_t>(err, 0, [](genapi::Feature& feature, std::int64_t* limit) {
+    return read<std::int64_t>(err, 0, [](genapi::CheckedNode& feature, std::int64_t* limit) {
         return feature.integerLimit(genapi::Bound::kMin, limit);
     });
 }
 
 std::int64_t IntParam::GetMax(ZelCamErr* err)
 {
-    return read<std::int64_t>(err, 0, [](genapi::Feature& feature, std::int64_t* limit) {
+    return read<std::int64_t>(err, 0, [](genapi::CheckedNode& feature, std::int64_t* limit) {
         return feature.integerLimit(genapi::Bound::kMax, limit);
     });
 }
 
 std::int64_t IntParam::GetIncrement(ZelCamErr* err)
 {
-    return read<std::int64_t>(err, 0, &genapi::Feature::increment);
+    return read<std::int64_t>(err, 0, &genapi::CheckedNode::increment);
 }
 
 ZelCamErr FloatParam::SetValue(double value)
 {
-    return call([value](genapi::Feature& feature) { return feature.writeFloat(value); });
+    return call([value](genapi::CheckedNode& feature) { return feature.writeFloat(value); });
 }
 
 double FloatParam::GetValue(ZelCamErr* err)
 {
-    return read<double>(err, 0.0, &genapi::Feature::readFloat);
+    return read<double>(err, 0.0, &genapi::CheckedNode::readFloat);
 }
 
 double FloatParam::GetMin(ZelCamErr* err)
 {
-    return read<double>(err, 0.0, [](genapi::Feature& feature, double* limit) {
+    return read<double>(err, 0.0, [](genapi::CheckedNode& feature, double* limit) {
         return feature.floatLimit(genapi::Bound::kMin, limit);
     });
 }
 
 double FloatParam::GetMax(ZelCamErr* err)
 {
-    return read<double>(err, 0.0, [](genapi::Feature& feature, double* limit) {
+    return read<double>(err, 0.0, [](genapi::CheckedNode& feature, double* limit) {
         return feature.floatLimit(genapi::Bound::kMax, limit);
     });
 }
 
 const char* FloatParam::GetUnit(ZelCamErr* err)
 {
-    return read<const char*>(err, "", [this](genapi::Feature& feature, const char** unit) {
+    return read<const char*>(err, "", [this](genapi::CheckedNode& feature, const char** unit) {
         *unit = state().intern(feature.unit());
         return ZelErr::kOk;
     });
@@ -69,22 +69,22 @@ const char* FloatParam::GetUnit(ZelCamErr* err)
 
 ZelCamErr BooleanParam::SetValue(bool value)
 {
-    return call([value](genapi::Feature& feature) { return feature.writeBoolean(value); });
+    return call([value](genapi::CheckedNode& feature) { return feature.writeBoolean(value); });
 }
 
 bool BooleanParam::GetValue(ZelCamErr* err)
 {
-    return read<bool>(err, false, &genapi::Feature::readBoolean);
+    return read<bool>(err, false, &genapi::CheckedNode::readBoolean);
 }
 
 std::int32_t StringParam::GetMaxLength(ZelCamErr* err)
 {
-    return read<std::int32_t>(err, 0, &genapi::Feature::maxLength);
+    return read<std::int32_t>(err, 0, &genapi::CheckedNode::maxLength);
 }
 
 const char* StringParam::GetValue(ZelCamErr* err)
 {
-    return read<const char*>(err, "", [this](genapi::Feature& feature, const char** value) {
+    return read<const char*>(err, "", [this](genapi::CheckedNode& feature, const char** value) {
         std::string text;
         const ZelCamErr result = feature.readString(&text);
         if (result == ZelErr::kOk)
@@ -97,14 +97,14 @@ ZelCamErr StringParam::SetValue(const char* value)
 {
     if (value == nullptr)
         return ZelErr::kInvalidArgument;
-    return call([value](genapi::Feature& feature) { return feature.writeString(value); });
+    return call([value](genapi::CheckedNode& feature) { return feature.writeString(value); });
 }
 
-ZelCamErr CommandParam::Execute() { return call(&genapi::Feature::execute); }
+ZelCamErr CommandParam::Execute() { return call(&genapi::CheckedNode::execute); }
 
 bool CommandParam::IsDone(ZelCamErr* err)
 {
-    return read<bool>(err, false, &genapi::Feature::isDone);
+    return read<bool>(err, false, &genapi::CheckedNode::isDone);
 }
 
 void CategoryParam::unbind()

@@ -29,10 +29,10 @@ public:
     std::int32_t GetVisibility() override { return visibility(); }
     bool IsStreamable() override { return isStreamable(); }
     bool IsVisible(std::int64_t level) override { return isVisible(level); }
-    bool IsValueCached() override { return ask(&genapi::Feature::isValueCached); }
-    bool IsAvailable() override { return ask(&genapi::Feature::isAvailable); }
-    bool IsWritable() override { return ask(&genapi::Feature::isWritable); }
-    bool IsReadable() override { return ask(&genapi::Feature::isReadable); }
+    bool IsValueCached() override { return ask(&genapi::CheckedNode::isValueCached); }
+    bool IsAvailable() override { return ask(&genapi::CheckedNode::isAvailable); }
+    bool IsWritable() override { return ask(&genapi::CheckedNode::isWritable); }
+    bool IsReadable() override { return ask(&genapi::CheckedNode::isReadable); }
     ZelGenParam::Node* GetNode() override { return &node_; }
 
 protected:
@@ -40,7 +40,7 @@ protected:
     template <class Question> bool ask(Question question)
     {
         return state().ask(false, [&] {
-            genapi::Feature* const bound = feature();
+            genapi::CheckedNode* const bound = feature();
             return bound != nullptr && std::invoke(question, *bound);
         });
     }
@@ -49,7 +49,7 @@ protected:
     template <class Operation> ZelCamErr call(Operation operation)
     {
         return state().call([&] {
-            genapi::Feature* const bound = feature();
+            genapi::CheckedNode* const bound = feature();
             return bound != nullptr ? std::invoke(operation, *bound) : reason();
         });
     }
@@ -59,8 +59,8 @@ protected:
     Value read(ZelCamErr* err, Value failed, Operation operation)
     {
         Value value = failed;
-        const ZelCamErr result =
-            call([&](genapi::Feature& feature) { return std::invoke(operation, feature, &value); });
+        const ZelCamErr result = call(
+            [&](genapi::CheckedNode& feature) { return std::invoke(operation, feature, &value); });
         report(err, result);
         return result == ZelErr::kOk ? value : failed;
     }

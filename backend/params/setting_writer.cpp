@@ -111,7 +111,7 @@ ZelCamErr SettingWriter::runOnce(std::vector<Task>* tasks, bool* hasProgress)
 ZelCamErr SettingWriter::writeOne(Task* task)
 {
     Setting& setting = task->setting;
-    genapi::Feature& feature = ParamArrayState::featureOf(*setting.slot);
+    genapi::CheckedNode& feature = ParamArrayState::featureOf(*setting.slot);
     if (const ZelCamErr result = SettingWalk::select(setting.selection); result != ZelErr::kOk)
         return result;
     Setting old{setting.slot, setting.selection, {}, 0};

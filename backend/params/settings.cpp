@@ -73,7 +73,7 @@ std::vector<Slot*> SettingWalk::selectorsOf(Slot* slot) const
 ZelCamErr SettingWalk::select(const Selection& selection)
 {
     for (const auto& [slot, value] : selection) {
-        genapi::Feature& selector = ParamArrayState::featureOf(*slot);
+        genapi::CheckedNode& selector = ParamArrayState::featureOf(*slot);
         FeatureValue present;
         ZelCamErr result = readValue(selector, &present);
         if (result == ZelErr::kOk && !(present == value))
@@ -84,7 +84,7 @@ ZelCamErr SettingWalk::select(const Selection& selection)
     return ZelErr::kOk;
 }
 
-std::vector<FeatureValue> SettingWalk::choicesOf(genapi::Feature& selector,
+std::vector<FeatureValue> SettingWalk::choicesOf(genapi::CheckedNode& selector,
                                                  const FeatureValue& present)
 {
     std::vector<FeatureValue> choices;
@@ -127,7 +127,7 @@ std::vector<FeatureValue> SettingWalk::choicesOf(genapi::Feature& selector,
 ZelCamErr SettingWalk::collectOne(Slot* slot, const std::vector<Slot*>& selectors,
                                   Selection* selection, std::vector<Setting>* settings)
 {
-    genapi::Feature& feature = ParamArrayState::featureOf(*slot);
+    genapi::CheckedNode& feature = ParamArrayState::featureOf(*slot);
     if (++combinations_ > kMaxCombinations) {
         return ZelErr::kGenTLResourceExhausted;
     }
@@ -141,7 +141,7 @@ ZelCamErr SettingWalk::collectOne(Slot* slot, const std::vector<Slot*>& selector
         return result;
     }
     Slot* const selectorSlot = selectors[selection->size()];
-    genapi::Feature& selector = ParamArrayState::featureOf(*selectorSlot);
+    genapi::CheckedNode& selector = ParamArrayState::featureOf(*selectorSlot);
     FeatureValue present;
     ZelCamErr result = readValue(selector, &present);
     if (result != ZelErr::kOk)

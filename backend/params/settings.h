@@ -53,7 +53,7 @@ private:
     ZelCamErr collectOne(ParamArrayState::Slot* slot,
                          const std::vector<ParamArrayState::Slot*>& selectors, Selection* selection,
                          std::vector<Setting>* settings);
-    static std::vector<FeatureValue> choicesOf(genapi::Feature& selector,
+    static std::vector<FeatureValue> choicesOf(genapi::CheckedNode& selector,
                                                const FeatureValue& present);
     void addSelectors(ParamArrayState::Slot* slot,
                       std::vector<ParamArrayState::Slot*>* selectors) const;

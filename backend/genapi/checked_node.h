@@ -20,10 +20,10 @@ std::int32_t paramTypeOf(NodeKind kind);
 /// Belongs to its map and is called under its lock. Every operation answers 0 or a code: -40202 not
 /// accessible now, -40203 another type, -40204 out of range or off the increment, -40206 unknown
 /// entry, the other codes of an Evaluator. A reader that fails leaves `*value` alone.
-class Feature
+class CheckedNode
 {
 public:
-    Feature(Evaluator& evaluator, std::int32_t index);
+    CheckedNode(Evaluator& evaluator, std::int32_t index);
 
     const Node& node() const { return node_; }
 

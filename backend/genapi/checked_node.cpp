@@ -1,4 +1,4 @@
-#include "genapi/feature.h"
+#include "genapi/checked_node.h"
 
 #include <utility>
 
@@ -28,7 +28,7 @@ std::int32_t paramTypeOf(NodeKind kind)
     }
 }
 
-Feature::Feature(Evaluator& evaluator, std::int32_t index)
+CheckedNode::CheckedNode(Evaluator& evaluator, std::int32_t index)
     : evaluator_(evaluator), node_(evaluator.description().at(index)), index_(index),
       type_(paramTypeOf(node_.kind)),
       isKept_(type_ != ZelGenParam::kTypeCommand && type_ != ZelGenParam::kTypeUnknown &&
@@ -37,12 +37,12 @@ Feature::Feature(Evaluator& evaluator, std::int32_t index)
 {
 }
 
-ZelCamErr Feature::checkType(std::int32_t wanted) const
+ZelCamErr CheckedNode::checkType(std::int32_t wanted) const
 {
     return type_ == wanted ? ZelErr::kOk : ZelErr::kParamType;
 }
 
-ZelCamErr Feature::checkMode(bool (*wanted)(AccessMode))
+ZelCamErr CheckedNode::checkMode(bool (*wanted)(AccessMode))
 {
     evaluator_.begin();
     AccessMode mode = AccessMode::kAll;
@@ -50,14 +50,14 @@ ZelCamErr Feature::checkMode(bool (*wanted)(AccessMode))
     return result != ZelErr::kOk || wanted(mode) ? result : ZelErr::kParamAccess;
 }
 
-ZelCamErr Feature::checkAvailable(std::int32_t wanted)
+ZelCamErr CheckedNode::checkAvailable(std::int32_t wanted)
 {
     const ZelCamErr result = checkType(wanted);
     return result == ZelErr::kOk ? checkMode(genapi::isAvailable) : result;
 }
 
 template <class Value, class Read>
-ZelCamErr Feature::readKept(std::int32_t wanted, Kept<Value>* kept, Value* value, Read read)
+ZelCamErr CheckedNode::readKept(std::int32_t wanted, Kept<Value>* kept, Value* value, Read read)
 {
     if (const ZelCamErr result = checkType(wanted); result != ZelErr::kOk)
         return result;
@@ -80,37 +80,37 @@ ZelCamErr Feature::readKept(std::int32_t wanted, Kept<Value>* kept, Value* value
     return ZelErr::kOk;
 }
 
-template <class Value> ZelCamErr Feature::write(std::int32_t wanted, Value value)
+template <class Value> ZelCamErr CheckedNode::write(std::int32_t wanted, Value value)
 {
     evaluator_.begin();
     const ZelCamErr result = checkType(wanted);
     return result == ZelErr::kOk ? evaluator_.write(index_, value) : result;
 }
 
-template <class Value> ZelCamErr Feature::limit(std::int32_t wanted, Bound bound, Value* value)
+template <class Value> ZelCamErr CheckedNode::limit(std::int32_t wanted, Bound bound, Value* value)
 {
     const ZelCamErr result = checkAvailable(wanted);
     return result == ZelErr::kOk ? evaluator_.limit(index_, bound, value) : result;
 }
 
-template ZelCamErr Feature::write(std::int32_t, std::int64_t);
-template ZelCamErr Feature::write(std::int32_t, double);
-template ZelCamErr Feature::limit(std::int32_t, Bound, std::int64_t*);
-template ZelCamErr Feature::limit(std::int32_t, Bound, double*);
+template ZelCamErr CheckedNode::write(std::int32_t, std::int64_t);
+template ZelCamErr CheckedNode::write(std::int32_t, double);
+template ZelCamErr CheckedNode::limit(std::int32_t, Bound, std::int64_t*);
+template ZelCamErr CheckedNode::limit(std::int32_t, Bound, double*);
 
-ZelCamErr Feature::readInteger(std::int64_t* value)
+ZelCamErr CheckedNode::readInteger(std::int64_t* value)
 {
     return readKept(ZelGenParam::kTypeInt, &keptInteger_, value,
                     [this](std::int64_t* fresh) { return evaluator_.read(index_, fresh); });
 }
 
-ZelCamErr Feature::readFloat(double* value)
+ZelCamErr CheckedNode::readFloat(double* value)
 {
     return readKept(ZelGenParam::kTypeFloat, &keptReal_, value,
                     [this](double* fresh) { return evaluator_.read(index_, fresh); });
 }
 
-ZelCamErr Feature::readBoolean(bool* value)
+ZelCamErr CheckedNode::readBoolean(bool* value)
 {
     std::int64_t whole = 0;
     const ZelCamErr result =
@@ -121,19 +121,19 @@ ZelCamErr Feature::readBoolean(bool* value)
     return result;
 }
 
-ZelCamErr Feature::readString(std::string* value)
+ZelCamErr CheckedNode::readString(std::string* value)
 {
     return readKept(ZelGenParam::kTypeString, &keptText_, value,
                     [this](std::string* fresh) { return evaluator_.readText(index_, fresh); });
 }
 
-ZelCamErr Feature::increment(std::int64_t* value)
+ZelCamErr CheckedNode::increment(std::int64_t* value)
 {
     const ZelCamErr result = checkAvailable(ZelGenParam::kTypeInt);
     return result == ZelErr::kOk ? evaluator_.increment(index_, value) : result;
 }
 
-std::string_view Feature::unit()
+std::string_view CheckedNode::unit()
 {
     evaluator_.begin();
     const Node* node = &node_;
@@ -145,14 +145,14 @@ std::string_view Feature::unit()
     return node->unit;
 }
 
-ZelCamErr Feature::writeString(std::string_view value)
+ZelCamErr CheckedNode::writeString(std::string_view value)
 {
     evaluator_.begin();
     const ZelCamErr result = checkType(ZelGenParam::kTypeString);
     return result == ZelErr::kOk ? evaluator_.writeText(index_, value) : result;
 }
 
-ZelCamErr Feature::maxLength(std::int32_t* length)
+ZelCamErr CheckedNode::maxLength(std::int32_t* length)
 {
     if (const ZelCamErr result = checkType(ZelGenParam::kTypeString); result != ZelErr::kOk)
         return result;
@@ -164,14 +164,14 @@ ZelCamErr Feature::maxLength(std::int32_t* length)
     return result;
 }
 
-ZelCamErr Feature::commandValue(std::int64_t* value)
+ZelCamErr CheckedNode::commandValue(std::int64_t* value)
 {
     const Link* const given = evaluator_.description().find(node_, LinkKind::kCommandValue);
     *value = 1;
     return given != nullptr ? evaluator_.read(*given, value) : ZelErr::kOk;
 }
 
-ZelCamErr Feature::execute()
+ZelCamErr CheckedNode::execute()
 {
     evaluator_.begin();
     std::int64_t value = 1;
@@ -187,7 +187,7 @@ ZelCamErr Feature::execute()
     return result;
 }
 
-bool Feature::canTellDone()
+bool CheckedNode::canTellDone()
 {
     // Where nobody takes the value away, there is nothing to wait for.
     const Node* node = &node_;
@@ -200,7 +200,7 @@ bool Feature::canTellDone()
     return node_.isSelfClearing;
 }
 
-ZelCamErr Feature::isDone(bool* done)
+ZelCamErr CheckedNode::isDone(bool* done)
 {
     std::int64_t value = 1;
     ZelCamErr result = checkAvailable(ZelGenParam::kTypeCommand);
@@ -223,38 +223,38 @@ ZelCamErr Feature::isDone(bool* done)
     return result;
 }
 
-const Node& Feature::entry(std::size_t entry) const
+const Node& CheckedNode::entry(std::size_t entry) const
 {
     return evaluator_.description().at(entries_[entry]);
 }
 
-std::int64_t Feature::entryValue(std::size_t entry) const
+std::int64_t CheckedNode::entryValue(std::size_t entry) const
 {
     std::int64_t value = 0;
     evaluator_.read(entries_[entry], &value);
     return value;
 }
 
-AccessMode Feature::entryMode(std::size_t entry)
+AccessMode CheckedNode::entryMode(std::size_t entry)
 {
     AccessMode mode = AccessMode::kAll;
     const ZelCamErr result = evaluator_.access(entries_[entry], &mode);
     return result == ZelErr::kOk ? mode : AccessMode::kNotImplemented;
 }
 
-bool Feature::isEntryImplemented(std::size_t entry)
+bool CheckedNode::isEntryImplemented(std::size_t entry)
 {
     evaluator_.begin();
     return entryMode(entry) != AccessMode::kNotImplemented;
 }
 
-bool Feature::isEntryAvailable(std::size_t entry)
+bool CheckedNode::isEntryAvailable(std::size_t entry)
 {
     evaluator_.begin();
     return genapi::isAvailable(entryMode(entry));
 }
 
-ZelCamErr Feature::readEntry(std::size_t* entry)
+ZelCamErr CheckedNode::readEntry(std::size_t* entry)
 {
     if (clearing_ >= 0)
         evaluator_.forget();
@@ -265,7 +265,7 @@ ZelCamErr Feature::readEntry(std::size_t* entry)
     return result;
 }
 
-ZelCamErr Feature::readEntryValue(std::int64_t* value)
+ZelCamErr CheckedNode::readEntryValue(std::int64_t* value)
 {
     std::size_t entry = 0;
     const ZelCamErr result = readEntry(&entry);
@@ -274,7 +274,7 @@ ZelCamErr Feature::readEntryValue(std::int64_t* value)
     return result;
 }
 
-ZelCamErr Feature::findEntry(std::size_t* entry)
+ZelCamErr CheckedNode::findEntry(std::size_t* entry)
 {
     std::int64_t value = 0;
     if (const ZelCamErr result = evaluator_.read(index_, &value); result != ZelErr::kOk)
@@ -295,7 +295,7 @@ ZelCamErr Feature::findEntry(std::size_t* entry)
     return found < entries_.size() ? ZelErr::kOk : ZelErr::kParamInvalidArgument;
 }
 
-ZelCamErr Feature::writeEntry(std::size_t entry)
+ZelCamErr CheckedNode::writeEntry(std::size_t entry)
 {
     const AccessMode mode = entryMode(entry);
     if (!genapi::isAvailable(mode))
@@ -305,7 +305,7 @@ ZelCamErr Feature::writeEntry(std::size_t entry)
     return result;
 }
 
-ZelCamErr Feature::writeEntrySymbol(std::string_view symbol)
+ZelCamErr CheckedNode::writeEntrySymbol(std::string_view symbol)
 {
     if (const ZelCamErr result = checkType(ZelGenParam::kTypeEnum); result != ZelErr::kOk)
         return result;
