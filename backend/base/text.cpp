@@ -156,13 +156,30 @@ std::string formatReal(double value)
     return std::string(digits.data(), end.ptr);
 }
 
+namespace
+{
+
+/// How many characters from the first on need no escape.
+std::size_t plainXml(std::string_view text)
+{
+    static constexpr auto kSpecial = [] {
+        std::array<bool, 256> special{};
+        special['&'] = special['<'] = special['>'] = special['"'] = true;
+        return special;
+    }();
+    const auto* const special = std::find_if(
+        text.begin(), text.end(), [](char c) { return kSpecial[static_cast<unsigned char>(c)]; });
+    return static_cast<std::size_t>(special - text.begin());
+}
+
+} // namespace
+
+bool isPlainXml(std::string_view text) { return plainXml(text) == text.size(); }
+
 void appendEscapedXml(std::string_view text, std::string* to)
 {
     for (;;) {
-        const auto* const special = std::find_if(text.begin(), text.end(), [](char c) {
-            return c == '&' || c == '<' || c == '>' || c == '"';
-        });
-        const auto plain = static_cast<std::size_t>(special - text.begin());
+        const std::size_t plain = plainXml(text);
         to->append(text.data(), plain);
         if (plain == text.size()) {
             return;

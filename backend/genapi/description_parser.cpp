@@ -64,6 +64,18 @@ std::string fromUtf16(std::string_view text, bool isBig)
     return result;
 }
 
+bool hasDocumentType(std::string_view text)
+{
+    constexpr std::string_view kBegin = "<!DOCTYPE";
+    // Far rarer than the bracket before it.
+    for (std::size_t at = text.find('!'); at != std::string_view::npos;
+         at = text.find('!', at + 1)) {
+        if (at > 0 && text.substr(at - 1, kBegin.size()) == kBegin)
+            return true;
+    }
+    return false;
+}
+
 /// The document as UTF-8 XML, either a part of `document` or kept in `made`.
 ZelCamErr readText(const std::string& document, std::string* made, std::string_view* text,
                    std::string* why)
@@ -91,12 +103,12 @@ ZelCamErr readText(const std::string& document, std::string* made, std::string_v
         *made = base::toUtf8(*text);
         *text = *made;
     }
-    if (std::count(text->begin(), text->end(), '<') > kMaxTags) {
+    if (text->size() > kMaxTags && std::count(text->begin(), text->end(), '<') > kMaxTags) {
         *why = "there are too many elements";
         return ZelErr::kParamTree;
     }
     // Entities exist only to be abused; no camera's description has a document type.
-    if (text->find("<!DOCTYPE") == std::string_view::npos && !text->empty())
+    if (!hasDocumentType(*text) && !text->empty())
         return ZelErr::kOk;
     *why = "the text is not well-formed XML";
     return ZelErr::kParamTree;
