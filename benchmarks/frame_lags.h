@@ -6,6 +6,7 @@
 #include <linux/if_ether.h>
 #include <net/if.h>
 #include <netpacket/packet.h>
+#include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -25,7 +26,9 @@
 class FrameLags
 {
 public:
-    explicit FrameLags(const char* adapter)
+    /// `wakes`: told are not the frames but how late this thread itself wakes with each trailer:
+    /// what the machine costs whoever waits.
+    FrameLags(const char* adapter, bool wakes) : wakes_(wakes)
     {
         constexpr auto kNetwork = static_cast<std::uint32_t>(SKF_NET_OFF);
         // UDP, and the trailer's format behind headers of 20 and 8 bytes.
@@ -58,10 +61,10 @@ public:
     double at(double part)
     {
         end();
-        std::vector<double> lags;
+        std::vector<double> lags(wakeLags_);
         for (const auto& [number, time] : frames_) {
             const auto last = trailers_.find(number);
-            if (last != trailers_.end() && time > last->second) {
+            if (!wakes_ && last != trailers_.end() && time > last->second) {
                 lags.push_back(1e-9 * static_cast<double>(time - last->second));
             }
         }
@@ -97,7 +100,12 @@ private:
     {
         constexpr timespec kNap{0, 20'000'000};
         while (fd_ >= 0 && !ending_) {
-            ::nanosleep(&kNap, nullptr);
+            if (wakes_) {
+                pollfd readable{fd_, POLLIN, 0};
+                ::poll(&readable, 1, 20);
+            } else {
+                ::nanosleep(&kNap, nullptr);
+            }
             while (takeOne()) {
             }
         }
@@ -120,15 +128,20 @@ private:
             timespec time{};
             std::memcpy(&time, CMSG_DATA(part), sizeof time);
             const std::uint64_t number = packet[30] << 8U | packet[31];
-            trailers_.emplace(number, // Sent again: the first one counts.
-                              time.tv_sec * std::int64_t{1000000000} + time.tv_nsec);
+            const std::int64_t came = time.tv_sec * std::int64_t{1000000000} + time.tv_nsec;
+            trailers_.emplace(number, came); // Sent again: the first one counts.
+            if (wakes_) {
+                wakeLags_.push_back(1e-9 * static_cast<double>(now() - came));
+            }
         }
         return size >= 0;
     }
 
+    const bool wakes_;
     int fd_ = -1;
     std::atomic<bool> ending_{false};
     std::map<std::uint64_t, std::int64_t> trailers_;
     std::vector<std::pair<std::uint64_t, std::int64_t>> frames_;
+    std::vector<double> wakeLags_;
     std::thread thread_;
 };

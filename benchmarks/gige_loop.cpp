@@ -1,8 +1,8 @@
 // One of the two loops of the receiver's benchmark, over a GigE Vision camera that is set up:
 //     gige_loop ours|aravis ADDRESS ADAPTER SECONDS [OPTION=VALUE ...]
 // Options: buffer (bytes of the socket; 0: as the system has it), ring (1: packet socket), nap
-// (microseconds; ours). Prints frames, incomplete ones, seconds, processor seconds and lags as
-// JSON.
+// (microseconds; ours), wakes (1: the lags are those of a thread that only waits for trailers).
+// Prints frames, incomplete ones, seconds, processor seconds and lags as JSON.
 #include "frame_lags.h"
 #include "loop_clocks.h"
 #include "zel_camera_api.h"
@@ -25,6 +25,7 @@ struct Options {
     long long buffer = 16 << 20;
     bool ring = false;
     long long nap = -1;
+    bool wakes = false;
     double seconds = 2.0;
 };
 
@@ -177,11 +178,13 @@ int main(int argc, char** argv)
             options.ring = value != 0;
         } else if (name == "nap") {
             options.nap = value;
+        } else if (name == "wakes") {
+            options.wakes = value != 0;
         } else {
             return 2;
         }
     }
-    FrameLags lags(argv[3]);
+    FrameLags lags(argv[3], options.wakes);
     return std::strcmp(argv[1], "ours") == 0 ? ours(argv[2], options, lags)
                                              : aravis(argv[2], options, lags);
 }

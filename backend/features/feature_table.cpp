@@ -217,8 +217,13 @@ void FeatureTable::readXml(std::size_t offset, void* data, std::size_t size) con
         xml_ = FeatureXml(*this).text();
     }
     std::memcpy(data, xml_.data() + offset, size);
-    if (offset + size == xmlSize_) {
+    // From its start on: who only asks for the end again and again has it made once.
+    if (offset <= xmlRead_) {
+        xmlRead_ = std::max(xmlRead_, offset + size);
+    }
+    if (xmlRead_ == xmlSize_) {
         std::string().swap(xml_);
+        xmlRead_ = 0;
     }
 }
 

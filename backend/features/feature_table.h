@@ -60,8 +60,8 @@ public:
     void finish();
 
     // The description, the same for the life of the table; thread safe. Few look at it twice and it
-    // takes as much memory as the features, so that it is let go when it was read to its end, and
-    // made again for who comes later.
+    // takes as much memory as the features, so that it is let go when all of it was read, and made
+    // again for who comes later.
     std::string xml() const;
     std::size_t xmlSize() const { return xmlSize_; }
     /// Copies what lies in [offset, offset + size); the caller has compared with xmlSize().
@@ -118,7 +118,8 @@ private:
     std::vector<Register> registers_; ///< By address, without gaps.
     std::size_t xmlSize_ = 0;
     mutable std::mutex xmlMutex_;
-    mutable std::string xml_; ///< Empty while nobody reads it; under xmlMutex_.
+    mutable std::string xml_;         ///< Empty while nobody reads it; under xmlMutex_.
+    mutable std::size_t xmlRead_ = 0; ///< Bytes of it from its start that were read.
 };
 
 } // namespace features

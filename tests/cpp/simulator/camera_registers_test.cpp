@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <random>
@@ -215,6 +216,17 @@ TEST(Memory, AllowsAndForbids)
     std::string xml(camera.model.xml().size(), ' ');
     ASSERT_EQ(camera.model.read(camera.model.xmlAddress(), xml.data(), xml.size()), 0);
     EXPECT_EQ(xml, camera.model.xml());
+    // It was let go then and is made again, in pieces and from the middle, too.
+    std::string pieces(xml.size(), ' ');
+    for (std::size_t at = 0; at < xml.size(); at += 1000) {
+        const std::size_t size = std::min<std::size_t>(1000, xml.size() - at);
+        const std::size_t place = (at + xml.size() / 2000 * 1000) % (xml.size() / 1000 * 1000);
+        ASSERT_EQ(camera.model.read(camera.model.xmlAddress() + at, &pieces[at], size), 0);
+        std::string part(500, ' ');
+        ASSERT_EQ(camera.model.read(camera.model.xmlAddress() + place, &part[0], 500), 0);
+        ASSERT_EQ(part, xml.substr(place, 500));
+    }
+    EXPECT_EQ(pieces, xml);
 }
 
 TEST(Faults, RefuseTheNextAccesses)
