@@ -97,7 +97,9 @@ void DeviceImpl::start()
             });
     }
     cameraCode_ = camera_.attach({transport_->camera()});
-    if (!attachTransportParameters(*transport_)) {
+    // A camera whose description makes no sense is open without; one for which there was no memory
+    // can be opened another time.
+    if (cameraCode_ == ZelErr::kGenTLOutOfMemory || !attachTransportParameters(*transport_)) {
         throw std::bad_alloc();
     }
     open_ = true;
