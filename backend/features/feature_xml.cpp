@@ -142,7 +142,7 @@ void FeatureXml::element(std::string_view tag, std::string_view content)
         return;
     }
     // Nearly all of them are short: put together first, they take one call instead of seven.
-    std::array<char, 160> line; // NOLINT(cppcoreguidelines-pro-type-member-init)
+    std::array<char, 160> line;
     if (content.size() + 2 * tag.size() + 8 > line.size() || !base::isPlainXml(content)) {
         append("  <", tag, ">");
         base::appendEscapedXml(content, &text_);
