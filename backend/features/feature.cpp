@@ -48,8 +48,8 @@ Feature::Rare& Feature::makeRare()
 
 const Feature::Rare& Feature::rare() const
 {
-    static const Rare none;
-    return rare_ ? *rare_ : none;
+    static const auto* const none = new Rare; // Never destroyed: cameras run while a process exits.
+    return rare_ ? *rare_ : *none;
 }
 
 Feature& Feature::selectedBy(std::string selector, std::size_t count)
