@@ -29,7 +29,11 @@ constexpr int kTurn = 512;
 constexpr int kLastTurn = 4096;
 // Gathering pays from here on.
 constexpr std::chrono::microseconds kShortestNap{60};
+// What being woken may take: the processor sleeps, others have it.
+constexpr std::chrono::microseconds kWake{100};
 constexpr std::chrono::milliseconds kHousekeeping{50};
+// A network that has lost packets is likely to lose more.
+constexpr std::chrono::seconds kLossy{1};
 // A frame of an earlier acquisition is over when nothing came for so long; it is not waited for
 // longer than the other.
 constexpr std::chrono::milliseconds kQuiet{2};
@@ -342,7 +346,9 @@ ZelCamErr GigeStream::start(std::uint64_t frames)
     numbers_.reset();
     assembler_.start(settings);
     stopping_ = false;
-    nextHousekeeping_ = nextTraversal_ = lastEmpty_ = Clock::now();
+    nextHousekeeping_ = nextTraversal_ = lastEmpty_ = lossy_ = Clock::now();
+    askedBefore_ = 0;
+    pace_ = {};
     thread_ = base::startThread("zel-gige-stream", [this] {
         base::contained("the receiver of a stream", [this] { receive(); });
     });
@@ -404,11 +410,9 @@ void GigeStream::receive()
             continue;
         }
         const auto pause = nap(now, before);
-        lastEmpty_ = now;
         if (pause >= kShortestNap) {
             static_cast<void>(waitReadable(-1, wake_.get(), now + pause));
-            lastEmpty_ = now;
-        } else {
+        } else if (!isNearEnd(now)) {
             await(std::min(due_, nextHousekeeping_));
         }
     }
@@ -418,20 +422,36 @@ void GigeStream::receive()
 }
 
 /// While a frame comes: about as long as so many packets take as are worth a turn, never beyond the
-/// frame's end or what the assembler has to do, and never longer than the socket has room.
+/// frame's end or what the assembler has to do, and never longer than the socket has room. Where
+/// packets get lost naps are short: who sleeps asks late.
 std::chrono::microseconds GigeStream::nap(Clock::time_point now, std::uint64_t packetsBefore)
 {
     const std::uint64_t came = numbers_.packets - packetsBefore;
-    if (came == 0 || expected_ == 0 || options_.napUs == 0) {
+    if (numbers_.asked != askedBefore_) {
+        askedBefore_ = numbers_.asked;
+        lossy_ = now + kLossy;
+    }
+    if (came == 0) {
         return {};
     }
-    const auto perPacket = (now - lastEmpty_) / static_cast<Clock::rep>(came);
-    const std::size_t room = source_->capacity(packetSize_) / 2;
-    const auto packets = std::min({source_->turn(), std::size_t{expected_}, room});
+    pace_.add(came, now - lastEmpty_);
+    lastEmpty_ = now;
+    if (expected_ == 0 || options_.napUs == 0) {
+        return {};
+    }
+    const std::size_t turn = now < lossy_ ? source_->turn() / 4 : source_->turn();
+    const std::size_t packets = std::min(turn, source_->capacity(packetSize_) / 2);
     const auto pause = std::chrono::duration_cast<std::chrono::microseconds>(
-        perPacket * static_cast<Clock::rep>(packets) * 9 / 10);
+        std::min(pace_.of(packets) * 9 / 10, pace_.of(expected_) * 3 / 4));
     const auto work = std::chrono::duration_cast<std::chrono::microseconds>(due_ - now);
     return std::min({pause, std::chrono::microseconds(options_.napUs), work});
+}
+
+/// Without naps the end of a frame is not slept for: being woken takes about as long.
+bool GigeStream::isNearEnd(Clock::time_point now) const
+{
+    const auto left = pace_.of(expected_);
+    return options_.napUs == 0 && expected_ > 0 && left < kWake && now < lastEmpty_ + 2 * kWake;
 }
 
 void GigeStream::await(Clock::time_point due)

@@ -6,6 +6,7 @@
 #include "features/table_source.h"
 #include "gige/control_channel.h"
 #include "gige/frame_assembler.h"
+#include "gige/packet_pace.h"
 #include "gige/receiver_options.h"
 #include "gige/stream_socket.h"
 
@@ -75,6 +76,7 @@ private:
     void receive();
     bool drain(int most);
     std::chrono::microseconds nap(Clock::time_point now, std::uint64_t packetsBefore);
+    bool isNearEnd(Clock::time_point now) const;
     void housekeep(Clock::time_point now);
     void await(Clock::time_point due);
 
@@ -112,6 +114,9 @@ private:
     Clock::time_point due_{};    ///< Next work of the assembler.
     std::uint32_t expected_ = 0; ///< Packets until the end of the newest frame.
     Clock::time_point lastEmpty_{};
+    PacketPace pace_;
+    std::uint64_t askedBefore_ = 0;
+    Clock::time_point lossy_{}; ///< Until then.
     Clock::time_point nextHousekeeping_{};
     Clock::time_point nextTraversal_{};
     bool toldOfDrops_ = false;

@@ -234,7 +234,7 @@ bool PacketRing::next(Packet* packet)
         if (left_ > 0) {
             // Written on another core: on its way while this one is copied.
             constexpr std::size_t kLine = 64;
-            for (std::size_t at = 0; at < 4 * kLine; at += kLine) {
+            for (std::size_t at = 0; at < header.tp_next_offset; at += kLine) {
                 __builtin_prefetch(packet_ + at);
             }
         }

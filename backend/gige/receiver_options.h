@@ -22,7 +22,7 @@ struct ReceiverOptions {
     std::atomic<std::int64_t> resendTimeoutUs{300};
     std::atomic<std::int64_t> resendTries{8};
     std::atomic<std::int64_t> retentionUs{300000};
-    std::atomic<std::int64_t> napUs{1000};
+    std::atomic<std::int64_t> napUs{2000};
     /// Bytes. Frames wait here while the receiver gets no processor.
     std::atomic<std::int64_t> socketBuffer{16 << 20};
     std::atomic<std::int64_t> method{static_cast<std::int64_t>(ReceiveMethod::Automatic)};

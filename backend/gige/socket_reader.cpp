@@ -71,14 +71,20 @@ std::size_t SocketReader::capacity(std::size_t packetSize) const
 
 bool SocketReader::drain(FrameAssembler& assembler, StreamNumbers& numbers, int most)
 {
+    Clock::time_point now = Clock::now();
+    int timed = 0; // Packets that were taken when the clock was asked.
     for (int taken = 0; taken < most;) {
+        if (taken >= timed + kMost) {
+            timed = taken;
+            now = Clock::now();
+        }
         int got = 0;
         if (socket_.mustCheck()) {
-            got = receiveChecked(assembler, numbers);
+            got = receiveChecked(assembler, numbers, now);
         } else if (method_ == ReceiveMethod::Joined) {
-            got = receiveJoined(assembler, numbers);
+            got = receiveJoined(assembler, numbers, now);
         } else {
-            got = receiveBatch(assembler, numbers, method_ == ReceiveMethod::Single ? 1 : kMost);
+            got = receiveBatch(assembler, numbers, now);
         }
         if (got < 0) {
             if (errno == ECONNREFUSED || errno == EINTR) {
@@ -109,7 +115,8 @@ void SocketReader::readControl(msghdr* message, StreamNumbers& numbers, std::siz
 }
 
 /// While the camera's port is not known: one packet, whose sender is looked at.
-int SocketReader::receiveChecked(FrameAssembler& assembler, StreamNumbers& numbers)
+int SocketReader::receiveChecked(FrameAssembler& assembler, StreamNumbers& numbers,
+                                 Clock::time_point now)
 {
     sockaddr_in from{};
     iovec data{buffers_->overflow.data(), kLongestDatagram};
@@ -135,7 +142,7 @@ int SocketReader::receiveChecked(FrameAssembler& assembler, StreamNumbers& numbe
     }
     int count = 0;
     for (std::size_t at = 0; at < size && joined > 0; at += joined) {
-        assembler.take(whole.from(at).first(joined), Clock::now());
+        assembler.take(whole.from(at).first(joined), now);
         ++count;
     }
     return count;
@@ -195,7 +202,8 @@ std::size_t SocketReader::gather(const iovec* pieces, std::size_t count, std::si
     return copied;
 }
 
-int SocketReader::receiveJoined(FrameAssembler& assembler, StreamNumbers& numbers)
+int SocketReader::receiveJoined(FrameAssembler& assembler, StreamNumbers& numbers,
+                                Clock::time_point now)
 {
     const FrameAssembler::Ahead ahead = assembler.ahead();
     // Every place costs the system time, also those that stay empty.
@@ -216,7 +224,6 @@ int SocketReader::receiveJoined(FrameAssembler& assembler, StreamNumbers& number
     readControl(&message, numbers, &joined);
     noteSingles(joined == 0);
     const std::size_t segment = joined != 0 ? joined : std::max<std::size_t>(size, 1);
-    const Clock::time_point now = Clock::now();
     std::size_t at = 0;
     int count = 0;
     const auto pair = [&message](int index) {
@@ -254,8 +261,10 @@ void SocketReader::noteSingles(bool single)
     }
 }
 
-int SocketReader::receiveBatch(FrameAssembler& assembler, StreamNumbers& numbers, int most)
+int SocketReader::receiveBatch(FrameAssembler& assembler, StreamNumbers& numbers,
+                               Clock::time_point now)
 {
+    const int most = method_ == ReceiveMethod::Single ? 1 : kMost;
     const FrameAssembler::Ahead ahead = assembler.ahead();
     foresee(ahead, most);
     // Three pieces a packet from here on: the pairs move apart from their end on.
@@ -295,15 +304,15 @@ int SocketReader::receiveBatch(FrameAssembler& assembler, StreamNumbers& numbers
         got = size < 0 ? -1 : 1;
     }
     if (got > 0) {
-        takeBatch(assembler, numbers, got);
+        takeBatch(assembler, numbers, got, now);
     }
     return got;
 }
 
-void SocketReader::takeBatch(FrameAssembler& assembler, StreamNumbers& numbers, int count)
+void SocketReader::takeBatch(FrameAssembler& assembler, StreamNumbers& numbers, int count,
+                             Clock::time_point now)
 {
     const FrameAssembler::Ahead ahead = assembler.ahead();
-    const Clock::time_point now = Clock::now();
     int index = 0;
     std::size_t joined = 0;
     readControl(&buffers_->messages[static_cast<std::size_t>(count - 1)].msg_hdr, numbers, &joined);

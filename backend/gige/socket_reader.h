@@ -37,16 +37,17 @@ public:
     bool drain(FrameAssembler& assembler, StreamNumbers& numbers, int most) override;
     int descriptor() const override { return socket_.descriptor(); }
     std::size_t capacity(std::size_t packetSize) const override;
-    std::size_t turn() const override { return kMost; }
+    std::size_t turn() const override { return std::size_t{2} * kMost; }
 
 private:
     struct Buffers;
     static constexpr int kMost = 64; ///< Packets of one call.
 
-    int receiveChecked(FrameAssembler& assembler, StreamNumbers& numbers);
-    int receiveJoined(FrameAssembler& assembler, StreamNumbers& numbers);
-    int receiveBatch(FrameAssembler& assembler, StreamNumbers& numbers, int most);
-    void takeBatch(FrameAssembler& assembler, StreamNumbers& numbers, int count);
+    int receiveChecked(FrameAssembler& assembler, StreamNumbers& numbers, Clock::time_point now);
+    int receiveJoined(FrameAssembler& assembler, StreamNumbers& numbers, Clock::time_point now);
+    int receiveBatch(FrameAssembler& assembler, StreamNumbers& numbers, Clock::time_point now);
+    void takeBatch(FrameAssembler& assembler, StreamNumbers& numbers, int count,
+                   Clock::time_point now);
     int foresee(const FrameAssembler::Ahead& ahead, int most);
     bool isForeseen(const FrameAssembler::Ahead& ahead, const iovec* pieces, int index,
                     std::size_t size) const;
