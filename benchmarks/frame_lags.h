@@ -1,12 +1,13 @@
 // How long after a frame's last packet the frame is handed over.
 #pragma once
 
+#include "core_stops.h"
+
 #include <arpa/inet.h>
 #include <linux/filter.h>
 #include <linux/if_ether.h>
 #include <net/if.h>
 #include <netpacket/packet.h>
-#include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -16,6 +17,7 @@
 #include <cstring>
 #include <ctime>
 #include <map>
+#include <memory>
 #include <thread>
 #include <vector>
 
@@ -26,19 +28,23 @@
 class FrameLags
 {
 public:
-    /// `wakes`: told are not the frames but how late this thread itself wakes with each trailer:
-    /// what the machine costs whoever waits.
-    FrameLags(const char* adapter, bool wakes) : wakes_(wakes)
+    /// `stops`: notes also when cores were away.
+    FrameLags(const char* adapter, bool stops)
+        : stops_(stops ? std::make_unique<CoreStops>() : nullptr)
     {
         constexpr auto kNetwork = static_cast<std::uint32_t>(SKF_NET_OFF);
-        // UDP, and the trailer's format behind headers of 20 and 8 bytes.
+        constexpr std::uint32_t kControlPort = 3956;
+        // UDP, none of the camera's answers, and the trailer's format behind headers of 20 and 8
+        // bytes.
         sock_filter code[] = {{BPF_LD | BPF_ABS | BPF_B, 0, 0, kNetwork + 9},
-                              {BPF_JMP | BPF_JEQ | BPF_K, 0, 3, 17},
+                              {BPF_JMP | BPF_JEQ | BPF_K, 0, 5, 17},
+                              {BPF_LD | BPF_ABS | BPF_H, 0, 0, kNetwork + 20},
+                              {BPF_JMP | BPF_JEQ | BPF_K, 3, 0, kControlPort},
                               {BPF_LD | BPF_ABS | BPF_B, 0, 0, kNetwork + 32},
                               {BPF_JMP | BPF_JEQ | BPF_K, 0, 1, 2},
                               {BPF_RET | BPF_K, 0, 0, 64},
                               {BPF_RET | BPF_K, 0, 0, 0}};
-        const sock_fprog program{6, code};
+        const sock_fprog program{8, code};
         sockaddr_ll where{};
         where.sll_family = AF_PACKET;
         where.sll_protocol = htons(ETH_P_IP);
@@ -55,34 +61,41 @@ public:
     FrameLags& operator=(const FrameLags&) = delete;
 
     /// A frame with this number was handed over now.
-    void frame(std::uint64_t number) { frames_.emplace_back(number & 0xFFFF, now()); }
+    void frame(std::uint64_t number) { frames_.emplace_back(number & 0xFFFF, CoreStops::now()); }
 
-    /// Seconds at a part (0 to 1) of all frames, sorted; negative: no figures. Ends the noting.
-    double at(double part)
-    {
-        end();
-        std::vector<double> lags(wakeLags_);
-        for (const auto& [number, time] : frames_) {
-            const auto last = trailers_.find(number);
-            if (!wakes_ && last != trailers_.end() && time > last->second) {
-                lags.push_back(1e-9 * static_cast<double>(time - last->second));
-            }
-        }
-        if (lags.empty()) {
-            return -1.0;
-        }
-        const auto place = static_cast<std::size_t>(part * static_cast<double>(lags.size() - 1));
-        std::nth_element(lags.begin(), lags.begin() + static_cast<std::ptrdiff_t>(place),
-                         lags.end());
-        return lags[place];
-    }
+    /// Forgets the frames until now.
+    void clear() { frames_.clear(); }
+
+    /// Seconds of all frames, sorted. Ends the noting.
+    std::vector<double> all() { return lags(false); }
+
+    /// The same of those that no stop of a core disturbed: cores were away for less than a quarter
+    /// of the lag, from a little before the last packet on. Empty where stops are not noted.
+    std::vector<double> undisturbed() { return lags(true); }
 
 private:
-    static std::int64_t now()
+    // What a stop leaves behind is worked off so long after it, and it may have begun while the
+    // watcher slept.
+    static constexpr std::int64_t kBefore = CoreStops::kSleep + CoreStops::kLate;
+
+    std::vector<double> lags(bool undisturbed)
     {
-        timespec time{};
-        clock_gettime(CLOCK_REALTIME, &time);
-        return time.tv_sec * std::int64_t{1000000000} + time.tv_nsec;
+        end();
+        std::vector<double> result;
+        if (undisturbed && (stops_ == nullptr || !stops_->end())) {
+            return result;
+        }
+        for (const auto& [number, time] : frames_) {
+            const auto last = trailers_.find(number);
+            if (last != trailers_.end() && time > last->second) {
+                const std::int64_t lag = time - last->second;
+                if (!undisturbed || 4 * stops_->within(last->second - kBefore, time) < lag) {
+                    result.push_back(1e-9 * static_cast<double>(lag));
+                }
+            }
+        }
+        std::sort(result.begin(), result.end());
+        return result;
     }
 
     void end()
@@ -100,12 +113,7 @@ private:
     {
         constexpr timespec kNap{0, 20'000'000};
         while (fd_ >= 0 && !ending_) {
-            if (wakes_) {
-                pollfd readable{fd_, POLLIN, 0};
-                ::poll(&readable, 1, 20);
-            } else {
-                ::nanosleep(&kNap, nullptr);
-            }
+            ::nanosleep(&kNap, nullptr);
             while (takeOne()) {
             }
         }
@@ -130,18 +138,14 @@ private:
             const std::uint64_t number = packet[30] << 8U | packet[31];
             const std::int64_t came = time.tv_sec * std::int64_t{1000000000} + time.tv_nsec;
             trailers_.emplace(number, came); // Sent again: the first one counts.
-            if (wakes_) {
-                wakeLags_.push_back(1e-9 * static_cast<double>(now() - came));
-            }
         }
         return size >= 0;
     }
 
-    const bool wakes_;
+    const std::unique_ptr<CoreStops> stops_;
     int fd_ = -1;
     std::atomic<bool> ending_{false};
     std::map<std::uint64_t, std::int64_t> trailers_;
     std::vector<std::pair<std::uint64_t, std::int64_t>> frames_;
-    std::vector<double> wakeLags_;
     std::thread thread_;
 };

@@ -1,7 +1,7 @@
 // One of the two loops of the receiver's benchmark, over a GigE Vision camera that is set up:
 //     gige_loop ours|aravis ADDRESS ADAPTER SECONDS [OPTION=VALUE ...]
 // Options: buffer (bytes of the socket; 0: as the system has it), ring (1: packet socket), nap
-// (microseconds; ours), wakes (1: the lags are those of a thread that only waits for trailers).
+// (microseconds; ours), stops (1: tells the frames that no stop of a core disturbed apart).
 // Prints frames, incomplete ones, seconds, processor seconds and lags as JSON.
 #include "frame_lags.h"
 #include "loop_clocks.h"
@@ -14,6 +14,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <string>
+#include <vector>
 
 namespace
 {
@@ -25,7 +26,7 @@ struct Options {
     long long buffer = 16 << 20;
     bool ring = false;
     long long nap = -1;
-    bool wakes = false;
+    bool stops = false;
     double seconds = 2.0;
 };
 
@@ -34,12 +35,23 @@ struct Figures {
     unsigned long bad = 0;
 };
 
+/// The value at a part (0 to 1) of sorted ones; negative: there are none.
+double at(const std::vector<double>& sorted, double part)
+{
+    return sorted.empty()
+               ? -1.0
+               : sorted[static_cast<std::size_t>(part * static_cast<double>(sorted.size() - 1))];
+}
+
 /// Calls take() until the time is over and prints what it added up.
 template <class Take>
 void measure(const Options& options, FrameLags& lags, Figures& figures, Take&& take)
 {
-    take(); // The first frame: all is warm then.
+    for (int i = 0; i < 2 * kBuffers; ++i) {
+        take(); // Until all memory was touched.
+    }
     figures = {};
+    lags.clear();
     const double start = bench::seconds(CLOCK_MONOTONIC);
     const double cpu = bench::seconds(CLOCK_PROCESS_CPUTIME_ID);
     while (bench::seconds(CLOCK_MONOTONIC) < start + options.seconds) {
@@ -48,7 +60,11 @@ void measure(const Options& options, FrameLags& lags, Figures& figures, Take&& t
     const double used = bench::seconds(CLOCK_PROCESS_CPUTIME_ID) - cpu;
     std::printf("{\"frames\": %lu, \"incomplete\": %lu, \"seconds\": %.6f, \"cpu\": %.6f, ",
                 figures.frames, figures.bad, bench::seconds(CLOCK_MONOTONIC) - start, used);
-    std::printf("\"lag50\": %.7f, \"lag99\": %.7f}\n", lags.at(0.5), lags.at(0.99));
+    const std::vector<double> all = lags.all();
+    const std::vector<double> undisturbed = lags.undisturbed();
+    std::printf("\"lag50\": %.7f, \"lag99\": %.7f, ", at(all, 0.5), at(all, 0.99));
+    std::printf("\"undisturbed\": %zu, \"undisturbed99\": %.7f}\n", undisturbed.size(),
+                at(undisturbed, 0.99));
 }
 
 ZelCam::DeviceInfo* find(const char* address)
@@ -178,13 +194,13 @@ int main(int argc, char** argv)
             options.ring = value != 0;
         } else if (name == "nap") {
             options.nap = value;
-        } else if (name == "wakes") {
-            options.wakes = value != 0;
+        } else if (name == "stops") {
+            options.stops = value != 0;
         } else {
             return 2;
         }
     }
-    FrameLags lags(argv[3], options.wakes);
+    FrameLags lags(argv[3], options.stops);
     return std::strcmp(argv[1], "ours") == 0 ? ours(argv[2], options, lags)
                                              : aravis(argv[2], options, lags);
 }
