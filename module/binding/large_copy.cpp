@@ -15,15 +15,16 @@ namespace binding
 namespace
 {
 
-// Below, the target is likelier to be in a cache, and to be read from there soon.
-constexpr std::size_t kLarge = std::size_t{8} << 20U;
+// Measured: from here on the copy and one reading of all that was copied take no longer than with
+// memcpy(), the copy alone a fifth to a third less. Below, the reader finds the target in a cache.
+constexpr std::size_t kLarge = std::size_t{2} << 20U;
 
 [[gnu::target("avx")]] void copyPastCaches(std::uint8_t* to, const std::uint8_t* from,
                                            std::size_t size)
 {
     constexpr std::size_t kVector = sizeof(__m256i);
     constexpr std::size_t kVectors = 8;
-    constexpr std::size_t kAhead = 2048; // Bytes; by experience.
+    constexpr std::size_t kAhead = 4096; // Bytes; by experience.
     constexpr std::size_t kLine = 64;
     const std::size_t head = (kVector - reinterpret_cast<std::uintptr_t>(to) % kVector) % kVector;
     std::memcpy(to, from, head);
