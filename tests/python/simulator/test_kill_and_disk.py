@@ -153,15 +153,23 @@ def test_killed_savers_leave_whole_files(tmp_path, rounds):
     assert seen["settings.txt"] and seen["a.png"]
 
 
-def test_full_and_read_only_disks_keep_what_is_there(tmp_path):
+# A small disk, and a large one of which a quota grants a part. A quota holds for whoever has no right
+# to more, which the administrator gives up here.
+DISKS = {"small": "mount -t tmpfs -o size=1m tmpfs '{0}' && cd '{0}' && exec \"$@\"",
+         "quota": "truncate -s 128M '{0}.image' && mkfs.btrfs -f -q --mixed '{0}.image' >&2 && mount -o loop '{0}.image' '{0}'"
+                  " && cd '{0}' && btrfs quota enable . && btrfs qgroup limit 2M 0/5 . &&"
+                  " exec setpriv --bounding-set=-sys_resource -- \"$@\""}
+
+
+@pytest.mark.parametrize("disk", sorted(DISKS))
+def test_full_and_read_only_disks_keep_what_is_there(tmp_path, disk):
     folder = tmp_path / "disk"
     folder.mkdir()
     program = tmp_path / "program.py"
     program.write_text(DISK)
-    apart = ["unshare", "-m", "sh", "-c",
-             "mount -t tmpfs -o size=1m tmpfs '%s' && cd '%s' && exec \"$@\"" % (folder, folder), "sh"]
+    apart = ["unshare", "-m", "sh", "-c", DISKS[disk].format(folder), "sh"]
     if subprocess.run(apart + ["true"], stderr=subprocess.DEVNULL).returncode != 0:
-        pytest.skip("no file system may be mounted here")
+        pytest.skip("no such file system may be mounted here")
     result = subprocess.run(apart + [sys.executable, str(program)], stderr=subprocess.PIPE, timeout=120,
                             env=dict(os.environ, LANGUAGE="C"))
     assert result.returncode == 0, result.stderr.decode(errors="replace")
