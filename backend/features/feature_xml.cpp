@@ -122,18 +122,30 @@ void FeatureXml::changes()
 void FeatureXml::head()
 {
     const ModuleIdentity& identity = table_.identity_;
-    text_ = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<RegisterDescription ModelName=\"" +
-            escapeXml(identity.model) + "\" VendorName=\"" + escapeXml(identity.vendor) +
-            "\" ToolTip=\"" + escapeXml(identity.toolTip) + "\" StandardNameSpace=\"" +
-            escapeXml(identity.standardNameSpace) +
-            "\" SchemaMajorVersion=\"1\" SchemaMinorVersion=\"1\" SchemaSubMinorVersion=\"0\" "
-            "MajorVersion=\"1\" MinorVersion=\"0\" SubMinorVersion=\"0\" ProductGuid=\"" +
-            escapeXml(identity.productGuid) + "\" VersionGuid=\"" +
-            escapeXml(identity.versionGuid) +
-            "\" xmlns=\"http://www.genicam.org/GenApi/Version_1_1\" "
-            "xmlns:xsi=\"http://www.w3.org/2001/XMLSchema-instance\" "
-            "xsi:schemaLocation=\"http://www.genicam.org/GenApi/Version_1_1 "
-            "http://www.genicam.org/GenApi/GenApiSchema_Version_1_1.xsd\">\n";
+    const auto attribute = [this](const char* name, const std::string& value) {
+        append(" ", name, "=\"", escapeXml(value), "\"");
+    };
+    const auto number = [&](const char* name, int value) {
+        attribute(name, std::to_string(value));
+    };
+    text_ = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<RegisterDescription";
+    attribute("ModelName", identity.model);
+    attribute("VendorName", identity.vendor);
+    attribute("ToolTip", identity.toolTip);
+    attribute("StandardNameSpace", identity.standardNameSpace);
+    number("SchemaMajorVersion", description::kSchemaMajor);
+    number("SchemaMinorVersion", description::kSchemaMinor);
+    number("SchemaSubMinorVersion", description::kSchemaSubMinor);
+    number("MajorVersion", description::kMajor);
+    number("MinorVersion", description::kMinor);
+    number("SubMinorVersion", description::kSubMinor);
+    attribute("ProductGuid", identity.productGuid);
+    attribute("VersionGuid", identity.versionGuid);
+    attribute("xmlns", "http://www.genicam.org/GenApi/Version_1_1");
+    attribute("xmlns:xsi", "http://www.w3.org/2001/XMLSchema-instance");
+    attribute("xsi:schemaLocation", "http://www.genicam.org/GenApi/Version_1_1 "
+                                    "http://www.genicam.org/GenApi/GenApiSchema_Version_1_1.xsd");
+    text_ += ">\n";
 }
 
 void FeatureXml::element(std::string_view tag, std::string_view content)

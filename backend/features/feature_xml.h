@@ -12,6 +12,17 @@
 namespace features
 {
 
+/// What the root element says of the description.
+namespace description
+{
+constexpr int kSchemaMajor = 1;
+constexpr int kSchemaMinor = 1;
+constexpr int kSchemaSubMinor = 0;
+constexpr int kMajor = 1;
+constexpr int kMinor = 0;
+constexpr int kSubMinor = 0;
+} // namespace description
+
 /// The description of a laid-out table; every feature node is accompanied by the register nodes
 /// that it needs (NameReg, NameRegMin, NameRegAvailable ...).
 class FeatureXml

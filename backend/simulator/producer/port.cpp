@@ -1,30 +1,15 @@
 // Answers about a port and its description.
 #include "simulator/producer/port.h"
 
+#include "features/feature_xml.h"
 #include "simulator/producer/failure.h"
 #include "simulator/producer/sha1.h"
 
 #include <cinttypes>
 #include <cstdio>
-#include <cstdlib>
 
 namespace simulator::producer
 {
-
-namespace
-{
-
-/// A number among the attributes of the description's root element.
-std::int32_t versionAttribute(const std::string& xml, const std::string& name)
-{
-    const std::size_t place = xml.find(' ' + name + "=\"");
-    if (place == std::string::npos) {
-        return 0;
-    }
-    return static_cast<std::int32_t>(std::strtol(&xml[place + name.size() + 3], nullptr, 10));
-}
-
-} // namespace
 
 std::string Port::url() const
 {
@@ -75,15 +60,15 @@ InfoValue Port::urlInfo(std::int32_t command) const
     case gentl::kUrlInfoUrl:
         return InfoValue::text(url() + "?SchemaVersion=1.1.0");
     case gentl::kUrlInfoSchemaVersionMajor:
-        return InfoValue::int32(versionAttribute(xml(), "SchemaMajorVersion"));
+        return InfoValue::int32(features::description::kSchemaMajor);
     case gentl::kUrlInfoSchemaVersionMinor:
-        return InfoValue::int32(versionAttribute(xml(), "SchemaMinorVersion"));
+        return InfoValue::int32(features::description::kSchemaMinor);
     case gentl::kUrlInfoFileVersionMajor:
-        return InfoValue::int32(versionAttribute(xml(), "MajorVersion"));
+        return InfoValue::int32(features::description::kMajor);
     case gentl::kUrlInfoFileVersionMinor:
-        return InfoValue::int32(versionAttribute(xml(), "MinorVersion"));
+        return InfoValue::int32(features::description::kMinor);
     case gentl::kUrlInfoFileVersionSubMinor:
-        return InfoValue::int32(versionAttribute(xml(), "SubMinorVersion"));
+        return InfoValue::int32(features::description::kSubMinor);
     case gentl::kUrlInfoFileSha1Hash: {
         const Sha1Digest digest = sha1(xml());
         return InfoValue::bytes(digest.data(), digest.size());

@@ -472,14 +472,15 @@ TEST_F(ProducerBuffer, HandlingModesChooseTheFrames)
         EXPECT_EQ(f.DevClose(session.device), err::kSuccess);
         return std::array<std::uint64_t, 3>{first, last, underruns};
     };
+    // The stop may come while the last one that was started is under way, which is given up then.
     const auto oldest = firstFrameId("OldestFirst");
     EXPECT_EQ(oldest[0], 0U);
-    EXPECT_EQ(oldest[2], oldest[1] - 2);
+    EXPECT_LE(oldest[1] - 2 - oldest[2], 1U);
     const auto overwritten = firstFrameId("OldestFirstOverwrite");
-    EXPECT_EQ(overwritten[0], overwritten[1] - 2);
+    EXPECT_LE(overwritten[1] - 2 - overwritten[0], 1U);
     EXPECT_EQ(overwritten[2], 0U);
     const auto newest = firstFrameId("NewestOnly");
-    EXPECT_EQ(newest[0], newest[1]);
+    EXPECT_LE(newest[1] - newest[0], 1U);
     EXPECT_EQ(newest[2], 0U);
 }
 
