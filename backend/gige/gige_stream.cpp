@@ -348,6 +348,7 @@ ZelCamErr GigeStream::start(std::uint64_t frames)
     stopping_ = false;
     nextHousekeeping_ = nextTraversal_ = lastEmpty_ = lossy_ = Clock::now();
     askedBefore_ = 0;
+    expected_ = 0;
     pace_ = {};
     thread_ = base::startThread("zel-gige-stream", [this] {
         base::contained("the receiver of a stream", [this] { receive(); });
@@ -398,6 +399,7 @@ void GigeStream::receive()
     ::prctl(PR_SET_TIMERSLACK, 10000UL, 0, 0, 0);
     while (!stopping_) {
         const std::uint64_t before = numbers_.packets;
+        const bool within = expected_ > 0;
         const bool emptied = drain(kTurn);
         while (waiting_ > 0) {
             std::this_thread::yield();
@@ -409,7 +411,7 @@ void GigeStream::receive()
         if (!emptied) {
             continue;
         }
-        const auto pause = nap(now, before);
+        const auto pause = nap(now, before, within);
         if (pause >= kShortestNap) {
             static_cast<void>(waitReadable(-1, wake_.get(), now + pause));
         } else if (!isNearEnd(now)) {
@@ -424,7 +426,8 @@ void GigeStream::receive()
 /// While a frame comes: about as long as so many packets take as are worth a turn, never beyond the
 /// frame's end or what the assembler has to do, and never longer than the socket has room. Where
 /// packets get lost naps are short: who sleeps asks late.
-std::chrono::microseconds GigeStream::nap(Clock::time_point now, std::uint64_t packetsBefore)
+std::chrono::microseconds GigeStream::nap(Clock::time_point now, std::uint64_t packetsBefore,
+                                          bool within)
 {
     const std::uint64_t came = numbers_.packets - packetsBefore;
     if (numbers_.asked != askedBefore_) {
@@ -434,7 +437,9 @@ std::chrono::microseconds GigeStream::nap(Clock::time_point now, std::uint64_t p
     if (came == 0) {
         return {};
     }
-    pace_.add(came, now - lastEmpty_);
+    if (within) {
+        pace_.add(came, now - lastEmpty_); // Between frames nothing comes.
+    }
     lastEmpty_ = now;
     if (expected_ == 0 || options_.napUs == 0) {
         return {};

@@ -75,7 +75,7 @@ private:
     ZelCamErr readSettings(FrameAssembler::Settings* settings);
     void receive();
     bool drain(int most);
-    std::chrono::microseconds nap(Clock::time_point now, std::uint64_t packetsBefore);
+    std::chrono::microseconds nap(Clock::time_point now, std::uint64_t packetsBefore, bool within);
     bool isNearEnd(Clock::time_point now) const;
     void housekeep(Clock::time_point now);
     void await(Clock::time_point due);
