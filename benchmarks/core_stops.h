@@ -72,7 +72,7 @@ public:
     }
 
     static constexpr std::int64_t kSleep = 200'000;
-    static constexpr std::int64_t kLate = 50'000; ///< Shorter stops are not told.
+    static constexpr std::int64_t kLate = 40'000; ///< Shorter: the kernel's own copying.
 
 private:
     struct Stop {
