@@ -94,15 +94,13 @@ ZelCamErr GentlInterface::updateDevices(std::uint64_t timeoutMs,
     if (code != err::kSuccess) {
         return code;
     }
-    for (std::uint32_t index = 0; index < std::min(count, kMaxDevices); ++index) {
-        const auto id = askId([&](char* text, std::size_t* size) {
-            return api_.call<&FunctionTable::IFGetDeviceID>("IFGetDeviceID", handle_, index, text,
-                                                            size);
-        });
-        if (id && !id->empty()) {
-            devices->push_back(describe(*id));
-        }
-    }
+    forEachId(
+        std::min(count, kMaxDevices),
+        [this](std::uint32_t index, char* text, std::size_t* size) {
+            return api_.ask<&FunctionTable::IFGetDeviceID>("IFGetDeviceID", handle_, index, text,
+                                                           size);
+        },
+        [&](const std::string& id) { devices->push_back(describe(id)); });
     return err::kSuccess;
 }
 
@@ -202,7 +200,7 @@ Error GentlInterface::ensureOpen()
 std::optional<std::string> GentlInterface::interfaceText(std::int32_t command) const
 {
     return askText([&](std::int32_t* type, void* data, std::size_t* size) {
-        return api_.call<&FunctionTable::TLGetInterfaceInfo>(
+        return api_.ask<&FunctionTable::TLGetInterfaceInfo>(
             "TLGetInterfaceInfo", system_, interfaceId_.c_str(), command, type, data, size);
     });
 }
@@ -211,8 +209,8 @@ std::optional<std::string> GentlInterface::deviceText(const std::string& id,
                                                       std::int32_t command) const
 {
     return askText([&](std::int32_t* type, void* data, std::size_t* size) {
-        return api_.call<&FunctionTable::IFGetDeviceInfo>("IFGetDeviceInfo", handle_, id.c_str(),
-                                                          command, type, data, size);
+        return api_.ask<&FunctionTable::IFGetDeviceInfo>("IFGetDeviceInfo", handle_, id.c_str(),
+                                                         command, type, data, size);
     });
 }
 

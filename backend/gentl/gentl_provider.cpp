@@ -19,7 +19,7 @@ constexpr std::uint64_t kUpdateTimeoutMs = 1000;
 ZelCamErr GentlProvider::create(const FunctionTable& table, const std::string& name, bool simulated,
                                 std::unique_ptr<core::TransportProvider>* provider)
 {
-    auto api = std::make_unique<Api>(table, name);
+    auto api = std::make_unique<Api>(table, name, simulated);
     Error code = api->call<&FunctionTable::GCInitLib>("GCInitLib");
     // In use: somebody else in this process has initialised the same library.
     if (code != err::kSuccess && code != err::kResourceInUse) {
@@ -50,23 +50,23 @@ std::vector<core::TransportInterface*> GentlProvider::updateInterfaces()
         base::warn(base::LogChannel::GenTL, "%s claims %u interfaces; %u are looked at",
                    api_->name().c_str(), count, kMaxInterfaces);
     }
-    for (std::uint32_t index = 0; index < std::min(count, kMaxInterfaces); ++index) {
-        const auto id = askId([&](char* text, std::size_t* size) {
-            return api_->call<&FunctionTable::TLGetInterfaceID>("TLGetInterfaceID", system_, index,
-                                                                text, size);
-        });
-        if (!id || id->empty()) {
-            continue;
-        }
-        std::unique_ptr<GentlInterface>& interface = interfaces_[*id];
+    const auto take = [&](const std::string& id) {
+        std::unique_ptr<GentlInterface>& interface = interfaces_[id];
         if (interface == nullptr) {
-            interface = std::make_unique<GentlInterface>(*api_, system_, *id, simulated_);
+            interface = std::make_unique<GentlInterface>(*api_, system_, id, simulated_);
         }
         interface->refresh();
         if (std::find(present.begin(), present.end(), interface.get()) == present.end()) {
             present.push_back(interface.get());
         }
-    }
+    };
+    forEachId(
+        std::min(count, kMaxInterfaces),
+        [this](std::uint32_t index, char* text, std::size_t* size) {
+            return api_->ask<&FunctionTable::TLGetInterfaceID>("TLGetInterfaceID", system_, index,
+                                                               text, size);
+        },
+        take);
     return present;
 }
 

@@ -14,6 +14,7 @@ namespace
 {
 
 constexpr std::size_t kMaxText = 1 << 20;
+constexpr std::uint32_t kMaxMissing = 64;
 constexpr std::size_t kFirstGuess = 1024; // For producers that cannot tell the size beforehand.
 
 template <class Value> std::uint64_t decode(const unsigned char* data)
@@ -92,6 +93,22 @@ std::optional<std::string> askId(const IdQuestion& question)
         return std::nullopt;
     }
     return std::string(bytes->data());
+}
+
+void forEachId(std::uint32_t count, const IdListQuestion& question,
+               const std::function<void(const std::string& id)>& each)
+{
+    std::uint32_t missing = 0; // In a row.
+    for (std::uint32_t index = 0; index < count && missing < kMaxMissing; ++index) {
+        const auto id =
+            askId([&](char* text, std::size_t* size) { return question(index, text, size); });
+        if (id && !id->empty()) {
+            missing = 0;
+            each(*id);
+        } else {
+            ++missing;
+        }
+    }
 }
 
 std::optional<std::uint64_t> askNumber(const InfoQuestion& question)

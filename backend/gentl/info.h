@@ -33,4 +33,13 @@ std::optional<std::uint64_t> decodeNumber(std::int32_t type, const unsigned char
 /// kinds of text throw bad_alloc when the producer has no memory either.
 std::optional<std::string> askId(const IdQuestion& question);
 
+/// A list: a function that gives the id at an index.
+using IdListQuestion = std::function<Error(std::uint32_t index, char* text, std::size_t* size)>;
+
+/// Calls `each` with the ids of a list that is said to have `count`, those left out that cannot be
+/// had or are empty. Sixty-four of these in a row end it: nobody has so many that nobody can name,
+/// and a count of four billion would be asked for all day. Throws what askId() and `each` throw.
+void forEachId(std::uint32_t count, const IdListQuestion& question,
+               const std::function<void(const std::string& id)>& each);
+
 } // namespace gentl
