@@ -6,8 +6,8 @@ import sys
 
 import record
 
-SECTIONS = ("frames", "gige", "gige_sender", "layer", "parameters", "producers", "usb3", "view",
-            "vision")
+SECTIONS = ("frames", "gige", "gige_sender", "layer", "parameters", "producers", "startup", "usb3",
+            "view", "vision")
 
 
 def main():

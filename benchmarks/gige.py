@@ -8,11 +8,11 @@ import json
 import os
 import shutil
 import statistics
-import struct
 import subprocess
 import time
 
 import served
+from cores import asleep
 
 ROUNDS = 3
 SECONDS = 2.0
@@ -213,14 +213,6 @@ def lag_rows(table, wire):
         compare(wire, 2500, features, {"ring": 1, "stops": 1}, {"ring": 1, "stops": 1}), lag, 0.25)
 
 
-@contextlib.contextmanager
-def awake():
-    """The cores do not fall asleep."""
-    with open("/dev/cpu_dma_latency", "wb", buffering=0) as file:
-        file.write(struct.pack("i", 0))
-        yield
-
-
 def run(table):
     """All rows of this file."""
     program = os.path.join(BUILD, "bin", "gige_loop")
@@ -231,11 +223,11 @@ def run(table):
     for mtu, rows in ((1500, (standard_rows, lag_rows)), (9000, (jumbo_rows,))):
         wire = Wire(mtu)
         try:
-            with awake():
-                for one in rows:
-                    one(table, wire)
+            for one in rows:
+                one(table, wire)
             if mtu == 1500:
-                sleepy_rows(table, wire)
+                with asleep():
+                    sleepy_rows(table, wire)
         finally:
             wire.end()
     print("load at the end: %.1f" % os.getloadavg()[0], flush=True)

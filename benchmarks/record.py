@@ -8,6 +8,7 @@ import re
 import subprocess
 import sys
 
+from cores import awake
 from table import Table
 
 FORMAT = 1
@@ -56,23 +57,31 @@ def add_options(parser):
                         help="measure everything N times (default: 1): what swings is then known")
 
 
+def one_round(sections):
+    """Runs the sections once; returns their table and its rows as they are written."""
+    table = Table()
+    rows = []
+    for name, run in sections:
+        first = len(table.rows)
+        run(table)
+        rows += [dict(zip(("section", "what", "ours", "rival", "ratio", "target", "verdict"),
+                          (name, *(str(cell) for cell in row))))
+                 for row in table.rows[first:]]
+    return table, rows
+
+
 def measure(program, sections, arguments):
     """Runs `sections` ((name, function of a table) pairs) as often as asked for, prints the table of
-    the last round and writes the file that was asked for."""
+    the last round and writes the file that was asked for. The cores are kept awake meanwhile."""
     where = machine()
     rounds = []
-    for number in range(max(1, arguments.rounds)):
-        if arguments.rounds > 1:
-            print("round %d of %d" % (number + 1, arguments.rounds), flush=True)
-        table = Table()
-        rows = []
-        for name, run in sections:
-            first = len(table.rows)
-            run(table)
-            rows += [dict(zip(("section", "what", "ours", "rival", "ratio", "target", "verdict"),
-                              (name, *(str(cell) for cell in row))))
-                     for row in table.rows[first:]]
-        rounds.append(rows)
+    with awake() as kept:
+        where += ", cores kept awake" if kept else ", cores that may sleep"
+        for number in range(max(1, arguments.rounds)):
+            if arguments.rounds > 1:
+                print("round %d of %d" % (number + 1, arguments.rounds), flush=True)
+            table, rows = one_round(sections)
+            rounds.append(rows)
     print("\n%s\n\n%s" % (where, table.markdown()))
     if arguments.json:
         text = json.dumps({"format": FORMAT, "program": program, "machine": where,

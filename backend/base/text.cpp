@@ -1,11 +1,10 @@
 // Texts that cross the boundary: valid UTF-8, numbers without a locale, pointers that stay good.
 #include "base/text.h"
 
-#include "base/endian.h"
-
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <cstring>
 #include <mutex>
 #include <unordered_set>
 
@@ -69,11 +68,14 @@ std::string toUtf8(std::string_view text)
 bool isValidUtf8(std::string_view text)
 {
     for (std::size_t position = 0; position < text.size();) {
-        // Nearly all of it is ASCII, which shows in words of eight.
-        if (text.size() - position >= sizeof(std::uint64_t) &&
-            (loadLittle<std::uint64_t>(text.data() + position) & 0x8080808080808080U) == 0) {
-            position += sizeof(std::uint64_t);
-            continue;
+        // Nearly all of it is ASCII, which shows in 32 bytes at a time.
+        std::array<std::uint64_t, 4> words;
+        if (text.size() - position >= sizeof words) {
+            std::memcpy(words.data(), text.data() + position, sizeof words);
+            if (((words[0] | words[1] | words[2] | words[3]) & 0x8080808080808080U) == 0) {
+                position += sizeof words;
+                continue;
+            }
         }
         const std::size_t length = sequenceLength(text, position);
         if (length == 0) {
@@ -98,12 +100,14 @@ std::string toValidUtf8(std::string_view text)
 
 std::string_view trim(std::string_view text)
 {
-    constexpr std::string_view kBlank = " \t\r\n\v\f";
-    const std::size_t first = text.find_first_not_of(kBlank);
-    if (first == std::string_view::npos) {
-        return {};
+    const auto isBlank = [](char c) { return c == ' ' || (c >= '\t' && c <= '\r'); };
+    while (!text.empty() && isBlank(text.front())) {
+        text.remove_prefix(1);
     }
-    return text.substr(first, text.find_last_not_of(kBlank) - first + 1);
+    while (!text.empty() && isBlank(text.back())) {
+        text.remove_suffix(1);
+    }
+    return text;
 }
 
 std::optional<std::int64_t> parseInteger(std::string_view text)
@@ -173,8 +177,6 @@ std::size_t plainXml(std::string_view text)
 }
 
 } // namespace
-
-bool isPlainXml(std::string_view text) { return plainXml(text) == text.size(); }
 
 void appendEscapedXml(std::string_view text, std::string* to)
 {

@@ -31,8 +31,6 @@ std::optional<double> parseReal(std::string_view text);
 /// The shortest text that parseReal turns into the same value. Does not depend on the locale.
 std::string formatReal(double value);
 
-/// Whether a text needs no escapes in XML.
-bool isPlainXml(std::string_view text);
 /// The text as content or attribute of an XML element.
 std::string escapeXml(std::string_view text);
 void appendEscapedXml(std::string_view text, std::string* to);

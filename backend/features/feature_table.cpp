@@ -9,6 +9,7 @@
 #include <cmath>
 #include <cstring>
 #include <stdexcept>
+#include <string_view>
 
 namespace features
 {
@@ -59,11 +60,8 @@ FeatureTable::FeatureTable(ModuleIdentity identity, std::uint64_t base)
 
 Feature& FeatureTable::add(FeatureType type, const std::string& name, Words toolTip)
 {
-    if (find(name) != nullptr) {
-        throw std::logic_error("feature declared twice: " + name);
-    }
     if (type != FeatureType::Category && type != FeatureType::Memory) {
-        find(currentCategory_)->makeRare().children.push_back(name);
+        currentCategory_->makeRare().children.push_back(name);
     }
     return features_.emplace_back(type, name, toolTip);
 }
@@ -71,8 +69,8 @@ Feature& FeatureTable::add(FeatureType type, const std::string& name, Words tool
 Feature& FeatureTable::category(const std::string& name, Words toolTip, const std::string& parent)
 {
     find(parent.empty() ? "Root" : parent)->makeRare().children.push_back(name);
-    currentCategory_ = name;
-    return add(FeatureType::Category, name, toolTip).readOnly();
+    currentCategory_ = &add(FeatureType::Category, name, toolTip).readOnly();
+    return *currentCategory_;
 }
 
 Feature& FeatureTable::integer(const std::string& name, Words toolTip)
@@ -184,8 +182,23 @@ void FeatureTable::layOut(Feature& feature)
     }
 }
 
+void FeatureTable::refuseTwins() const
+{
+    std::vector<std::string_view> names;
+    names.reserve(features_.size());
+    for (const Feature& feature : features_) {
+        names.emplace_back(feature.name());
+    }
+    std::sort(names.begin(), names.end());
+    const auto twin = std::adjacent_find(names.begin(), names.end());
+    if (twin != names.end()) {
+        throw std::logic_error("feature declared twice: " + std::string(*twin));
+    }
+}
+
 void FeatureTable::finish()
 {
+    refuseTwins();
     for (Feature& feature : features_) {
         layOut(feature);
         feature.entries_.shrink_to_fit();
@@ -193,36 +206,46 @@ void FeatureTable::finish()
             feature.rare_->children.shrink_to_fit();
         }
     }
-    xml_ = FeatureXml(*this).text();
-    xml_.shrink_to_fit();
-    xmlSize_ = xml_.size();
+    xml_ = FeatureXml(*this).take();
+    for (const std::string& piece : xml_) {
+        xmlSize_ += piece.size();
+    }
     registers_.shrink_to_fit();
 }
 
 std::string FeatureTable::xml() const
 {
-    {
-        const std::lock_guard<std::mutex> lock(xmlMutex_);
-        if (!xml_.empty()) {
-            return xml_;
-        }
+    std::string whole;
+    whole.reserve(xmlSize_);
+    const std::lock_guard<std::mutex> lock(xmlMutex_);
+    for (const std::string& piece : xml_.empty() ? FeatureXml(*this).take() : xml_) {
+        whole += piece;
     }
-    return FeatureXml(*this).text();
+    return whole;
 }
 
 void FeatureTable::readXml(std::size_t offset, void* data, std::size_t size) const
 {
     const std::lock_guard<std::mutex> lock(xmlMutex_);
     if (xml_.empty()) {
-        xml_ = FeatureXml(*this).text();
+        xml_ = FeatureXml(*this).take();
     }
-    std::memcpy(data, xml_.data() + offset, size);
+    auto* out = static_cast<char*>(data);
+    std::size_t begin = 0; // Of the piece, in the text.
+    for (const std::string& piece : xml_) {
+        const std::size_t first = std::max(offset, begin);
+        const std::size_t last = std::min(offset + size, begin + piece.size());
+        if (first < last) {
+            std::copy_n(piece.data() + (first - begin), last - first, out + (first - offset));
+        }
+        begin += piece.size();
+    }
     // From its start on: who only asks for the end again and again has it made once.
     if (offset <= xmlRead_) {
         xmlRead_ = std::max(xmlRead_, offset + size);
     }
     if (xmlRead_ == xmlSize_) {
-        std::string().swap(xml_);
+        std::vector<std::string>().swap(xml_);
         xmlRead_ = 0;
     }
 }

@@ -101,6 +101,8 @@ private:
     };
 
     Feature& add(FeatureType type, const std::string& name, Words toolTip);
+    /// Throws logic_error where two features have one name.
+    void refuseTwins() const;
     void layOut(Feature& feature);
     const Register* at(std::uint64_t address) const;
     std::int32_t readRegister(const Register& reg, unsigned char* bytes) const;
@@ -113,12 +115,13 @@ private:
     std::uint64_t base_;
     std::uint64_t end_;
     std::deque<Feature> features_;
-    std::string currentCategory_;
+    Feature* currentCategory_ = nullptr; ///< Null before the first.
     std::vector<DataPort> ports_;
     std::vector<Register> registers_; ///< By address, without gaps.
     std::size_t xmlSize_ = 0;
     mutable std::mutex xmlMutex_;
-    mutable std::string xml_;         ///< Empty while nobody reads it; under xmlMutex_.
+    /// In pieces that follow one another; none while nobody reads it. Under xmlMutex_.
+    mutable std::vector<std::string> xml_;
     mutable std::size_t xmlRead_ = 0; ///< Bytes of it from its start that were read.
 };
 

@@ -29,6 +29,10 @@ std::string hex(std::uint64_t value)
 
 using base::escapeXml;
 
+/// Bytes of a piece: allocators keep these for whoever comes next, larger ones are the system's
+/// again.
+constexpr std::size_t kPiece = 32'768;
+
 /// What everything that readers keep waits for.
 constexpr const char* kChanges = "OtherFeaturesChanged";
 
@@ -69,6 +73,36 @@ const char* nodeType(const Feature& feature, bool formula)
 
 } // namespace
 
+// Put together first, a line takes one call of the string instead of seven; the sizes of tags are
+// known to the compiler.
+template <std::size_t Size>
+void FeatureXml::element(const char (&tag)[Size], std::string_view content, std::string_view suffix)
+{
+    constexpr std::size_t kTag = Size - 1;
+    std::array<char, 160> line;
+    const std::size_t size = content.size() + suffix.size() + 2 * kTag + 8;
+    if (content.empty()) {
+        return;
+    }
+    if (size > line.size()) {
+        append("  <", tag, ">", content, suffix, "</", tag, ">\n");
+        return;
+    }
+    char* end = line.data();
+    const auto put = [&end](const char* from, std::size_t count) {
+        end = std::copy_n(from, count, end);
+    };
+    put("  <", 3);
+    put(tag, kTag);
+    put(">", 1);
+    put(content.data(), content.size());
+    put(suffix.data(), suffix.size());
+    put("</", 2);
+    put(tag, kTag);
+    put(">\n", 2);
+    text_.append(line.data(), size);
+}
+
 FeatureXml::FeatureXml(const FeatureTable& table)
     : table_(table),
       hasChanges_(std::any_of(table.features_.begin(), table.features_.end(),
@@ -84,12 +118,12 @@ FeatureXml::FeatureXml(const FeatureTable& table)
             }
         }
     }
-    constexpr std::size_t kUsual = 800; // Bytes of a feature with its registers.
-    text_.reserve(table.features_.size() * kUsual);
+    text_.reserve(kPiece);
     head();
     for (const Feature& each : table.features_) {
         feature(each);
         registers(each);
+        endPiece();
     }
     changes();
     open("Port", "Device");
@@ -97,10 +131,22 @@ FeatureXml::FeatureXml(const FeatureTable& table)
     for (const DataPort& port : table.ports_) {
         open("Port", port.name);
         // Identifiers are hexadecimal digits without prefix.
-        element(port.chunk ? "ChunkID" : "EventID", hex(port.id).substr(2));
+        const std::string id = hex(port.id).substr(2);
+        port.chunk ? element("ChunkID", id) : element("EventID", id);
         close("Port");
     }
     text_ += "</RegisterDescription>\n";
+    pieces_.push_back(std::move(text_));
+}
+
+void FeatureXml::endPiece()
+{
+    constexpr std::size_t kRoom = 4096; // More than nearly all features take.
+    if (text_.size() + kRoom > kPiece) {
+        pieces_.push_back(std::move(text_));
+        text_ = std::string();
+        text_.reserve(kPiece);
+    }
 }
 
 void FeatureXml::changes()
@@ -148,27 +194,14 @@ void FeatureXml::head()
     text_ += ">\n";
 }
 
-void FeatureXml::element(std::string_view tag, std::string_view content)
+void FeatureXml::text(std::string_view tag, std::string_view content)
 {
     if (content.empty()) {
         return;
     }
-    // Nearly all of them are short: put together first, they take one call instead of seven.
-    std::array<char, 160> line;
-    if (content.size() + 2 * tag.size() + 8 > line.size() || !base::isPlainXml(content)) {
-        append("  <", tag, ">");
-        base::appendEscapedXml(content, &text_);
-        append("</", tag, ">\n");
-        return;
-    }
-    char* end = line.data();
-    for (const std::string_view part :
-         {std::string_view("  <"), tag, std::string_view(">"), content, std::string_view("</"), tag,
-          std::string_view(">\n")}) {
-        std::memcpy(end, part.data(), part.size());
-        end += part.size();
-    }
-    text_.append(line.data(), end);
+    append("  <", tag, ">");
+    base::appendEscapedXml(content, &text_);
+    append("</", tag, ">\n");
 }
 
 void FeatureXml::open(std::string_view tag, std::string_view name)
@@ -183,16 +216,16 @@ void FeatureXml::close(std::string_view tag) { append("</", tag, ">\n"); }
 
 void FeatureXml::common(const Feature& feature)
 {
-    element("ToolTip", feature.toolTip_);
-    element("Description", feature.rare().description.empty() ? std::string_view(feature.toolTip_)
-                                                              : feature.rare().description);
-    element("DisplayName", feature.displayName_);
+    text("ToolTip", feature.toolTip_);
+    text("Description", feature.rare().description.empty() ? std::string_view(feature.toolTip_)
+                                                           : feature.rare().description);
+    text("DisplayName", feature.displayName_);
     element("Visibility", visibilityName(feature.visibility_));
     if (feature.available_) {
-        element("pIsAvailable", feature.name_ + "RegAvailable");
+        element("pIsAvailable", feature.name_, "RegAvailable");
     }
     if (feature.locked_) {
-        element("pIsLocked", feature.name_ + "RegLocked");
+        element("pIsLocked", feature.name_, "RegLocked");
     }
     if (feature.constant_) {
         // A literal value would be the host's to change.
@@ -221,7 +254,7 @@ void FeatureXml::feature(const Feature& feature)
         real(feature);
         break;
     case FeatureType::Boolean:
-        element("pValue", feature.name_ + "Reg");
+        element("pValue", feature.name_, "Reg");
         element("OnValue", "1");
         element("OffValue", "0");
         break;
@@ -233,7 +266,7 @@ void FeatureXml::feature(const Feature& feature)
         string(feature);
         break;
     case FeatureType::Command:
-        element("pValue", feature.name_ + "Reg");
+        element("pValue", feature.name_, "Reg");
         element("CommandValue", "1");
         break;
     }
@@ -255,36 +288,36 @@ void FeatureXml::integer(const Feature& feature)
             text_.append("  <pVariable Name=\"").append(variable).append("\">");
             text_.append(source).append("</pVariable>\n");
         }
-        element("Formula", feature.rare().formula);
+        text("Formula", feature.rare().formula);
     } else if (feature.constant_) {
         element("Value", std::to_string(feature.integer()));
     } else {
-        element("pValue", feature.name_ + "Reg");
+        element("pValue", feature.name_, "Reg");
         if (feature.intLimits_) {
-            element("pMin", feature.name_ + "RegMin");
-            element("pMax", feature.name_ + "RegMax");
-            element("pInc", feature.name_ + "RegIncrement");
+            element("pMin", feature.name_, "RegMin");
+            element("pMax", feature.name_, "RegMax");
+            element("pInc", feature.name_, "RegIncrement");
         } else if (feature.hasRange_) {
             element("Min", std::to_string(feature.intRange_.min));
             element("Max", std::to_string(feature.intRange_.max));
             element("Inc", std::to_string(feature.intRange_.increment));
         }
     }
-    element("Unit", feature.unit_);
+    text("Unit", feature.unit_);
     element("Representation", feature.representation_);
 }
 
 void FeatureXml::real(const Feature& feature)
 {
-    element("pValue", feature.name_ + (feature.scale_ != 0.0 ? "Converter" : "Reg"));
+    element("pValue", feature.name_, feature.scale_ != 0.0 ? "Converter" : "Reg");
     if (feature.floatLimits_) {
-        element("pMin", feature.name_ + "RegMin");
-        element("pMax", feature.name_ + "RegMax");
+        element("pMin", feature.name_, "RegMin");
+        element("pMax", feature.name_, "RegMax");
     } else if (feature.hasRange_) {
         element("Min", base::formatReal(feature.floatRange_.min));
         element("Max", base::formatReal(feature.floatRange_.max));
     }
-    element("Unit", feature.unit_);
+    text("Unit", feature.unit_);
     element("Representation", feature.representation_);
 }
 
@@ -293,14 +326,14 @@ void FeatureXml::enumeration(const Feature& feature)
     std::size_t bit = 0;
     for (const EnumEntry& entry : feature.entries_) {
         open("EnumEntry", entry.name);
-        element("ToolTip", entry.toolTip);
+        text("ToolTip", entry.toolTip);
         if (entry.available) {
             element("pIsAvailable", feature.name_ + "RegBit" + std::to_string(bit++));
         }
         element("Value", std::to_string(entry.value));
         close("EnumEntry");
     }
-    element("pValue", feature.name_ + "Reg");
+    element("pValue", feature.name_, "Reg");
 }
 
 void FeatureXml::string(const Feature& feature)
@@ -341,6 +374,13 @@ void FeatureXml::place(const Feature& feature, std::uint64_t offset, std::uint32
     }
 }
 
+void FeatureXml::sign(std::uint32_t length)
+{
+    if (length == 8) {
+        element("Sign", "Signed"); // Else unsigned, which needs no word.
+    }
+}
+
 void FeatureXml::valueRegister(const Feature& feature)
 {
     const bool isFloatRegister = feature.type_ == FeatureType::Float && feature.scale_ == 0.0;
@@ -352,7 +392,7 @@ void FeatureXml::valueRegister(const Feature& feature)
           feature.type_ == FeatureType::Command ? "RW" : accessName(feature.access_),
           mayBeKept(feature));
     if (!isFloatRegister) {
-        element("Sign", feature.length_ == 8 ? "Signed" : "Unsigned");
+        sign(feature.length_);
     }
     element("Endianess", feature.rare().littleEndian ? "LittleEndian" : "BigEndian");
     close(tag);
@@ -361,7 +401,7 @@ void FeatureXml::valueRegister(const Feature& feature)
         element("Visibility", "Invisible");
         element("FormulaTo", "FROM * " + base::formatReal(feature.scale_));
         element("FormulaFrom", "TO / " + base::formatReal(feature.scale_));
-        element("pValue", feature.name_ + "Reg");
+        element("pValue", feature.name_, "Reg");
         element("Slope", "Increasing");
         close("Converter");
     }
@@ -416,7 +456,7 @@ void FeatureXml::registers(const Feature& feature)
                 }
             }
             if (!isFloat) {
-                element("Sign", size == 8 ? "Signed" : "Unsigned");
+                sign(size);
             }
             element("Endianess", "BigEndian");
             close(tag);
@@ -437,7 +477,6 @@ void FeatureXml::entryBits(const Feature& feature, std::uint64_t offset)
         place(feature, offset, 4, "RO", false);
         // Bits of big-endian registers count from the highest one.
         element("Bit", std::to_string(31 - bit));
-        element("Sign", "Unsigned");
         element("Endianess", "BigEndian");
         close("MaskedIntReg");
         ++bit;

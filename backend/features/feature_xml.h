@@ -7,6 +7,7 @@
 #include <map>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace features
@@ -29,9 +30,12 @@ class FeatureXml
 {
 public:
     explicit FeatureXml(const FeatureTable& table);
-    const std::string& text() const { return text_; }
+    /// The text in pieces that follow one another. Once: hands them out.
+    std::vector<std::string> take() { return std::move(pieces_); }
 
 private:
+    /// Between features: begins another piece where the one at hand is full.
+    void endPiece();
     void head();
     /// The node that tells readers of kept values that something changed them.
     void changes();
@@ -45,6 +49,8 @@ private:
     void selected(const Feature& feature);
     void registers(const Feature& feature);
     void valueRegister(const Feature& feature);
+    /// Whether a whole number of so many bytes has a sign.
+    void sign(std::uint32_t length);
     /// Whether the value changes only when something is written.
     static bool mayBeKept(const Feature& feature);
     /// Address, index, length, access mode, port and caching of a register node.
@@ -52,7 +58,12 @@ private:
                const std::string& accessMode, bool cached);
     void entryBits(const Feature& feature, std::uint64_t offset);
 
-    void element(std::string_view tag, std::string_view content);
+    /// A line of numbers or names, which hold nothing that XML means otherwise; none without
+    /// content.
+    template <std::size_t Size>
+    void element(const char (&tag)[Size], std::string_view content, std::string_view suffix = {});
+    /// A line of any text.
+    void text(std::string_view tag, std::string_view content);
     void open(std::string_view tag, std::string_view name);
     void close(std::string_view tag);
     template <class... Texts> void append(const Texts&... texts) { (text_.append(texts), ...); }
@@ -61,7 +72,8 @@ private:
     const bool hasChanges_;
     /// Selector -> the features that it selects, in their order.
     std::map<std::string_view, std::vector<std::string_view>> selected_;
-    std::string text_;
+    std::string text_; ///< The piece at hand.
+    std::vector<std::string> pieces_;
 };
 
 } // namespace features

@@ -52,7 +52,7 @@ void Description::keepTexts()
     };
     std::size_t size = 0;
     forEach([&size](const std::string_view* text) { size += text->size(); });
-    std::vector<char> kept;
+    kept.clear();
     kept.reserve(size);
     std::string_view last; // Many say the same as tool tip and as description.
     forEach([&](std::string_view* text) {
@@ -62,12 +62,6 @@ void Description::keepTexts()
         }
         *text = last;
     });
-    std::unordered_map<std::string_view, std::int32_t> names;
-    names.reserve(byName.size());
-    for (const auto& [name, node] : byName)
-        names.emplace(at(node).name, node);
-    byName = std::move(names);
-    document = std::move(kept);
     joined.clear();
 }
 

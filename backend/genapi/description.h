@@ -1,13 +1,14 @@
 // The model of a GenICam description: nodes, and the links between them, in flat arrays.
 #pragma once
 
+#include "genapi/name_index.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <deque>
 #include <string>
 #include <string_view>
 #include <type_traits>
-#include <unordered_map>
 #include <vector>
 
 namespace genapi
@@ -223,15 +224,17 @@ public:
     }
     /// Target of the first link of a kind; -1 without one.
     std::int32_t target(const Node& node, LinkKind kind) const;
+    /// The node of a name; -1 without one.
+    std::int32_t named(std::string_view name) const { return byName.find(name, nodes); }
     /// Nodes of the entries of an enumeration, in order.
     std::vector<std::int32_t> entriesOf(const Node& node) const;
-    /// Lets the document go but for the texts and names that are views of it.
+    /// Copies the texts and names that are views of the document, which is not needed any more.
     void keepTexts();
 
     std::vector<Node> nodes;
     std::vector<Link> links;
     std::vector<std::string_view> texts;
-    std::unordered_map<std::string_view, std::int32_t> byName;
+    NameIndex byName; ///< Entries of enumerations are not in it.
     std::vector<Overlay> overlays;
     std::int32_t root = -1;       ///< The category "Root".
     bool marksStreamable = false; ///< Some node says whether it is streamable.
@@ -239,9 +242,8 @@ public:
 
     Link* findKind(const Node& node, LinkKind kind);
 
-    /// What the views of texts and names point into.
-    std::vector<char> document;
-    std::deque<std::string> joined;
+    std::vector<char> kept;         ///< What the views of texts and names point into.
+    std::deque<std::string> joined; ///< Texts that stand nowhere in one piece, while it is read.
 };
 
 /// Kinds whose value is a whole number, enumerations and booleans left out.

@@ -76,32 +76,29 @@ bool hasDocumentType(std::string_view text)
     return false;
 }
 
-/// The document as UTF-8 XML, either a part of `document` or kept in `made`.
-ZelCamErr readText(const std::string& document, std::string* made, std::string_view* text,
-                   std::string* why)
+/// Makes UTF-8 XML of the document; `text` is the part of it that counts.
+ZelCamErr readText(std::string* document, std::string_view* text, std::string* why)
 {
-    *text = document;
-    if (document.size() > kMaxDocumentSize) {
+    if (document->size() > kMaxDocumentSize) {
         *why = "the document is too large";
         return ZelErr::kParamTree;
     }
-    if (isZip(document)) {
-        if (unzip(document, made) != ZelErr::kOk) {
+    if (isZip(*document)) {
+        std::string unpacked;
+        if (unzip(*document, &unpacked) != ZelErr::kOk) {
             *why = "the zip archive is broken";
             return ZelErr::kParamTree;
         }
-        *text = *made;
+        *document = std::move(unpacked);
     }
     bool isBig = false;
-    if (isUtf16(*text, &isBig)) {
-        *made = fromUtf16(*text, isBig);
-        *text = *made;
-    }
-    *text = withoutPadding(*text);
+    if (isUtf16(*document, &isBig))
+        *document = fromUtf16(*document, isBig);
+    *text = withoutPadding(*document);
     // Characters of old cameras are Latin-1 whatever they declare.
     if (!base::isValidUtf8(*text)) {
-        *made = base::toUtf8(*text);
-        *text = *made;
+        *document = base::toUtf8(*text);
+        *text = *document;
     }
     if (text->size() > kMaxTags && std::count(text->begin(), text->end(), '<') > kMaxTags) {
         *why = "there are too many elements";
@@ -114,34 +111,40 @@ ZelCamErr readText(const std::string& document, std::string* made, std::string_v
     return ZelErr::kParamTree;
 }
 
-std::string atLine(std::string_view text, std::ptrdiff_t place)
+} // namespace
+
+std::string lineAt(std::string document, std::ptrdiff_t place)
 {
-    if (place < 0 || static_cast<std::size_t>(place) > text.size())
+    std::string_view text;
+    std::string why;
+    if (readText(&document, &text, &why) != ZelErr::kOk || place < 0 ||
+        static_cast<std::size_t>(place) > text.size())
         return {};
     return "line " + std::to_string(1 + std::count(text.begin(), text.begin() + place, '\n')) +
            ": ";
 }
 
-} // namespace
-
-ZelCamErr parseDescription(const std::string& document, Description* description, std::string* why)
+ZelCamErr parseDescription(std::string document, Description* description, std::string* why,
+                           std::ptrdiff_t* place)
 {
-    std::string kept;
+    *place = -1;
     std::string_view text;
-    if (const ZelCamErr result = readText(document, &kept, &text, why); result != ZelErr::kOk)
+    if (const ZelCamErr result = readText(&document, &text, why); result != ZelErr::kOk)
         return result;
     Description made;
-    made.document.assign(text.begin(), text.end());
     pugi::xml_document xml;
-    const pugi::xml_parse_result parsed = xml.load_buffer_inplace(
-        made.document.data(), made.document.size(), kParse, pugi::encoding_utf8);
+    // The parser ends names and texts where they stand: what it says are views of the document.
+    const pugi::xml_parse_result parsed =
+        xml.load_buffer_inplace(document.data() + (text.data() - document.data()), text.size(),
+                                kParse, pugi::encoding_utf8);
     if (parsed.status == pugi::status_out_of_memory) {
         *why = "there is no memory for the description";
         return ZelErr::kGenTLOutOfMemory;
     }
     const pugi::xml_node root = xml.document_element();
     if (!parsed || !root) {
-        *why = atLine(text, parsed.offset) + "the text is not well-formed XML";
+        *place = parsed.offset;
+        *why = "the text is not well-formed XML";
         return ZelErr::kParamTree;
     }
     if (std::string_view(root.name()) != "RegisterDescription") {
@@ -150,7 +153,8 @@ ZelCamErr parseDescription(const std::string& document, Description* description
     }
     NodeReader reader(&made);
     if (!reader.read(root)) {
-        *why = atLine(text, reader.place()) + reader.why();
+        *place = reader.place();
+        *why = reader.why();
         return ZelErr::kParamTree;
     }
     if (!checkReferences(&made, why))

@@ -22,9 +22,12 @@ ZelCamErr FeatureMap::create(FeatureSource& source, std::unique_ptr<FeatureMap>*
         return loaded;
     }
     Description description;
-    const ZelCamErr parsed = parseDescription(document, &description, why);
+    std::ptrdiff_t place = -1;
+    const ZelCamErr parsed = parseDescription(std::move(document), &description, why, &place);
     if (parsed == ZelErr::kOk)
         map->reset(new FeatureMap(source, std::move(description)));
+    else if (std::string again; place >= 0 && source.description(&again) == ZelErr::kOk)
+        *why = lineAt(std::move(again), place) + *why;
     return parsed;
 }
 

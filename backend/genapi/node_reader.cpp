@@ -3,6 +3,8 @@
 #include "base/log.h"
 #include "base/text.h"
 
+#include <algorithm>
+
 namespace genapi
 {
 
@@ -13,13 +15,31 @@ constexpr int kMaxGroupDepth = 16;
 // Real descriptions have a tenth of these.
 constexpr std::size_t kMaxNodes = 150000;
 constexpr std::size_t kMaxLinks = 500000;
-// So many names that are stored alike were made to be.
-constexpr std::size_t kMaxAlike = 64;
 constexpr const char* kTooMuch = "there are too many elements";
 
 std::int64_t versionOf(const pugi::xml_node& root, const char* name)
 {
     return base::parseInteger(attributeOf(root, name)).value_or(1);
+}
+
+/// About how many nodes there are: room for them is taken at once.
+std::size_t nodesIn(const pugi::xml_node& parent, int depth)
+{
+    std::size_t count = 0;
+    for (pugi::xml_node child = parent.first_child(); child; child = child.next_sibling()) {
+        const std::string_view tag = child.name();
+        if (tag == "Group" && depth < kMaxGroupDepth) {
+            count += nodesIn(child, depth + 1);
+            continue;
+        }
+        ++count;
+        if (tag == "Enumeration") {
+            for (pugi::xml_node entry = child.child("EnumEntry"); entry;
+                 entry = entry.next_sibling("EnumEntry"))
+                ++count;
+        }
+    }
+    return std::min(count, kMaxNodes);
 }
 
 /// Place among those conditions of a StructReg that its entries replace; above 2: none of them.
@@ -44,6 +64,10 @@ bool NodeReader::read(const pugi::xml_node& root)
     const std::int64_t major = versionOf(root, "SchemaMajorVersion");
     description_.isOldSchema =
         major < 1 || (major == 1 && versionOf(root, "SchemaMinorVersion") < 1);
+    const std::size_t nodes = nodesIn(root, 0);
+    description_.nodes.reserve(nodes);
+    description_.byName.reserve(nodes);
+    elements_.reserve(nodes);
     if (!collect(root, 0))
         return false;
     description_.links.reserve(description_.nodes.size() * 4);
@@ -52,11 +76,10 @@ bool NodeReader::read(const pugi::xml_node& root)
             return false;
     }
     current_ = root;
-    const auto found = description_.byName.find("Root");
-    if (found == description_.byName.end() ||
-        description_.at(found->second).kind != NodeKind::kCategory)
+    const std::int32_t found = description_.named("Root");
+    if (found < 0 || description_.at(found).kind != NodeKind::kCategory)
         return refuse("there is no root category");
-    description_.root = found->second;
+    description_.root = found;
     return true;
 }
 
@@ -98,16 +121,16 @@ bool NodeReader::addNode(const pugi::xml_node& element, const Element* known, st
     const bool isStructure = node.isRegister && node.kind == NodeKind::kOther;
     if (node.name.empty() && !isInline && !isStructure)
         return refuse("a node of kind " + std::string(element.name()) + " has no name");
-    // Formulas inside registers need no name; one that has it may be used elsewhere.
-    const bool isKnown = node.name.empty() || isEntry ||
-                         description_.byName.emplace(node.name, index).second || isInline;
-    if (!isKnown)
-        return refuse("two nodes are named " + std::string(node.name));
-    if (description_.byName.bucket_count() != 0 &&
-        description_.byName.bucket_size(description_.byName.bucket(node.name)) > kMaxAlike)
-        return refuse("too many names are alike");
     description_.nodes.push_back(node);
     elements_.push_back(element);
+    // Formulas inside registers need no name; one that has it may be used elsewhere.
+    if (!node.name.empty() && !isEntry) {
+        const NameIndex::Added added = description_.byName.add(index, description_.nodes);
+        if (added == NameIndex::Added::kKnown && !isInline)
+            return refuse("two nodes are named " + std::string(node.name));
+        if (added == NameIndex::Added::kTooManyAlike)
+            return refuse("too many names are alike");
+    }
     const bool mayOwn = node.isRegister || node.kind == NodeKind::kEnumeration ||
                         node.kind == NodeKind::kIntSwissKnife;
     return !mayOwn || addChildren(element, index);
@@ -118,20 +141,17 @@ bool NodeReader::addChildren(const pugi::xml_node& element, std::int32_t index)
     // Adding nodes moves them about.
     const NodeKind kind = description_.at(index).kind;
     for (pugi::xml_node child = element.first_child(); child; child = child.next_sibling()) {
-        const Element* const known = findElement(child.name());
-        if (known == nullptr || known->role != ElementRole::kNode)
-            continue;
-        const bool isOwned =
-            known->node == NodeKind::kIntSwissKnife ||
-            (known->node == NodeKind::kStructEntry && kind == NodeKind::kOther) ||
-            (known->node == NodeKind::kEnumEntry && kind == NodeKind::kEnumeration);
+        const std::string_view tag = child.name();
+        const bool isOwned = tag == "IntSwissKnife" ||
+                             (tag == "StructEntry" && kind == NodeKind::kOther) ||
+                             (tag == "EnumEntry" && kind == NodeKind::kEnumeration);
         if (!isOwned)
             continue;
         current_ = child;
         // A formula inside a formula has no meaning, and recursion must end.
         if (kind == NodeKind::kIntSwissKnife)
             return refuse("a formula contains a node");
-        if (!addNode(child, known, index))
+        if (!addNode(child, findElement(tag), index))
             return false;
     }
     return true;

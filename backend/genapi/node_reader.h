@@ -18,9 +18,9 @@
 namespace genapi
 {
 
-/// Used once. Texts of the document are referred to, not copied: `description` owns the document.
-/// A node that makes no sense by itself (a reference to nothing, a number that is none) is marked
-/// as broken, which the log tells, and does not keep the others from being used.
+/// Used once. Texts of the document are referred to, not copied: keepTexts() of `description` ends
+/// that. A node that makes no sense by itself (a reference to nothing, a number that is none) is
+/// marked as broken, which the log tells, and does not keep the others from being used.
 class NodeReader
 {
 public:

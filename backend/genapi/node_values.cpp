@@ -264,8 +264,7 @@ bool NodeReader::readValidValues(Node* node, std::string_view text)
 
 bool NodeReader::findNode(std::string_view name, std::int32_t* index) const
 {
-    const auto found = description_.byName.find(name);
-    *index = found != description_.byName.end() ? found->second : -1;
+    *index = description_.named(name);
     return *index >= 0;
 }
 

@@ -64,7 +64,7 @@ ZelCamErr ParamArrayState::build(const std::vector<genapi::FeatureSource*>& sour
     reason_ = ZelErr::kOk;
     if (failure == ZelErr::kOk) {
         for (const auto& map : maps_)
-            addNames(*map);
+            addSlots(*map);
         bindObjects();
         buildTree();
     }
@@ -83,42 +83,51 @@ void ParamArrayState::drop(ZelCamErr reason)
     for (const auto& [key, object] : objects_)
         object->unbind();
     root_ = nullptr;
-    listed_.clear();
     // Alone in here, nothing is kept: a release has to work without memory, too.
     if (depth_ > 1 && !maps_.empty())
-        retired_.push_back({std::move(maps_), std::move(names_), std::move(flat_)});
+        retired_.push_back({std::move(maps_), std::move(slots_), std::move(flat_)});
     flat_.clear();
-    names_.clear();
+    slots_.clear();
     maps_.clear();
 }
 
-void ParamArrayState::addNames(genapi::FeatureMap& map)
+void ParamArrayState::addSlots(genapi::FeatureMap& map)
 {
-    const genapi::Description& description = map.description();
-    names_.reserve(names_.size() + description.byName.size());
-    for (const auto& [name, node] : description.byName)
-        names_.emplace(name, Slot{&map, node, nullptr, nullptr});
+    std::vector<Slot>& slots = slots_.emplace_back(map.description().nodes.size());
+    for (std::size_t node = 0; node < slots.size(); ++node) {
+        slots[node].map = &map;
+        slots[node].node = static_cast<std::int32_t>(node);
+    }
+}
+
+ParamArrayState::Slot* ParamArrayState::named(std::string_view name)
+{
+    for (std::vector<Slot>& slots : slots_) {
+        const std::int32_t node = slots.empty() ? -1 : slots.front().map->description().named(name);
+        if (node >= 0)
+            return &slots[static_cast<std::size_t>(node)];
+    }
+    return nullptr;
 }
 
 void ParamArrayState::bindObjects()
 {
     for (const auto& [key, object] : objects_) {
-        const auto found = names_.find(object->name());
-        if (found == names_.end() ||
-            genapi::paramTypeOf(nodeOf(found->second).kind) != object->type())
+        Slot* const found = named(object->name());
+        if (found == nullptr || genapi::paramTypeOf(nodeOf(*found).kind) != object->type())
             continue;
-        object->bind(&found->second);
-        found->second.object = object.get();
+        object->bind(found);
+        found->object = object.get();
     }
 }
 
 void ParamArrayState::buildTree()
 {
-    const auto found = names_.find("Root");
-    if (found == names_.end())
+    Slot* const found = named("Root");
+    if (found == nullptr)
         return;
-    root_ = static_cast<CategoryParam*>(&objectOf(found->second));
-    listed_.insert(&found->second);
+    root_ = static_cast<CategoryParam*>(&objectOf(*found));
+    found->isListed = true;
     std::vector<std::string_view> path = {"Root"};
     addChildren(*root_, "Root", &path);
 }
@@ -130,24 +139,24 @@ void ParamArrayState::addChildren(CategoryParam& category, std::string_view name
     std::unordered_set<const Slot*> present;
     for (const auto& map : maps_) {
         const genapi::Description& description = map->description();
-        const auto found = description.byName.find(name);
-        if (found == description.byName.end())
+        const std::int32_t found = description.named(name);
+        if (found < 0)
             continue;
-        const genapi::Node& node = description.at(found->second);
+        const genapi::Node& node = description.at(found);
         for (const genapi::Link& link : description.linksOf(node)) {
             if (link.kind != genapi::LinkKind::kFeature)
                 continue;
-            const auto slot = names_.find(description.at(link.target).name);
+            Slot* const slot = named(description.at(link.target).name);
             // Two maps together can make a circle that none has alone.
-            if (slot == names_.end() ||
-                std::find(path->begin(), path->end(), slot->first) != path->end() ||
-                !present.insert(&slot->second).second)
+            if (slot == nullptr ||
+                std::find(path->begin(), path->end(), nodeOf(*slot).name) != path->end() ||
+                !present.insert(slot).second)
                 continue;
-            children.push_back(&slot->second);
+            children.push_back(slot);
         }
     }
     for (Slot* const child : children) {
-        if (!listed_.insert(child).second)
+        if (std::exchange(child->isListed, true))
             continue;
         flat_.push_back(child);
         const genapi::Node& node = nodeOf(*child);
@@ -166,10 +175,8 @@ ParamArrayState::Slot* ParamArrayState::find(const char* name, ZelCamErr* err)
     if (name == nullptr) {
         result = ZelErr::kInvalidArgument;
     } else if (result == ZelErr::kOk) {
-        const auto found = names_.find(name);
-        if (found != names_.end())
-            slot = &found->second;
-        else
+        slot = named(name);
+        if (slot == nullptr)
             result = ZelErr::kParamUnknown;
     }
     if (err != nullptr)

@@ -49,10 +49,11 @@ public:
         std::unique_lock<std::recursive_mutex> lock_;
     };
 
-    /// One name of the attached maps.
+    /// One node of the attached maps.
     struct Slot {
         genapi::FeatureMap* map = nullptr;
         std::int32_t node = -1;
+        bool isListed = false;                  ///< In the tree.
         genapi::CheckedNode* feature = nullptr; ///< Once used.
         ParamObject* object = nullptr;          ///< Once handed out.
     };
@@ -111,13 +112,15 @@ private:
     /// What calls further up the stack may still hold.
     struct Retired {
         std::vector<std::unique_ptr<genapi::FeatureMap>> maps;
-        std::unordered_map<std::string_view, Slot> names;
+        std::vector<std::vector<Slot>> slots;
         std::vector<Slot*> flat;
     };
 
     ZelCamErr build(const std::vector<genapi::FeatureSource*>& sources);
     void drop(ZelCamErr reason);
-    void addNames(genapi::FeatureMap& map);
+    void addSlots(genapi::FeatureMap& map);
+    /// Of the first map that has the name; null without one.
+    Slot* named(std::string_view name);
     /// Objects that users kept come back to life.
     void bindObjects();
     void buildTree();
@@ -130,10 +133,9 @@ private:
     ZelCamErr reason_;
     std::vector<std::unique_ptr<genapi::FeatureMap>> maps_;
     std::vector<Retired> retired_;
-    std::unordered_map<std::string_view, Slot> names_;
+    std::vector<std::vector<Slot>> slots_; ///< By map and node; each stays where it is.
     CategoryParam* root_ = nullptr;
     std::vector<Slot*> flat_;
-    std::unordered_set<const Slot*> listed_;
     std::unordered_set<std::string> texts_;
     /// By name and type: the same object comes back with the same feature.
     std::unordered_map<std::string, std::unique_ptr<ParamObject>> objects_;

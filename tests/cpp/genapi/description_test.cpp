@@ -13,7 +13,9 @@ namespace
 ZelCamErr parse(const std::string& document, std::string* why)
 {
     genapi::Description description;
-    const ZelCamErr result = genapi::parseDescription(document, &description, why);
+    std::ptrdiff_t place = -1;
+    const ZelCamErr result = genapi::parseDescription(document, &description, why, &place);
+    *why = genapi::lineAt(document, place) + *why;
     EXPECT_EQ(result == ZelErr::kOk, !description.nodes.empty()) << "a partial description";
     return result;
 }
