@@ -32,12 +32,12 @@ def compile_flags(entry):
 
 
 def groups(entries, size):
-    """Lists of at most `size` sources of one directory that share their flags, in even parts."""
+    """Lists of at most `size` sources that share their flags, in even parts. Neighbours, which more often
+    have names of their own in common and cannot stand in one file then, go into different parts."""
     alike = {}
     for entry in entries:
-        place = pathlib.Path(entry["file"]).parent
-        alike.setdefault((compile_flags(entry), place), []).append(entry["file"])
-    for (flags, _), files in alike.items():
+        alike.setdefault(compile_flags(entry), []).append(entry["file"])
+    for flags, files in alike.items():
         parts = -(-len(files) // size)
         for part in range(parts):
             yield flags, sorted(files)[part::parts]
@@ -79,7 +79,7 @@ def main():
     parser.add_argument("--build", type=pathlib.Path, required=True,
                         help="a configured build directory: its compile_commands.json is used")
     parser.add_argument("--jobs", type=int, default=2, help="programs at a time")
-    parser.add_argument("--size", type=int, default=12, help="most sources in a file")
+    parser.add_argument("--size", type=int, default=16, help="most sources in a file")
     parser.add_argument("sources", nargs="+", help="sources to check")
     arguments = parser.parse_args()
 
