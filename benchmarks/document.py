@@ -17,8 +17,10 @@ COLUMNS = ("what", "ours", "rival", "ratio", "target", "verdict")
 
 
 def middle(rows_of_rounds):
-    """The row of the round in the middle, by ratio, so that each row is one that was measured."""
-    ordered = sorted(rows_of_rounds, key=lambda row: number(row["ratio"]) or 0.0)
+    """The row of the round in the middle, by ratio (or what it is without one), so that each row is one
+    that was measured."""
+    ordered = sorted(rows_of_rounds,
+                     key=lambda row: number(row["ratio"]) or number(row["ours"]) or 0.0)
     return ordered[(len(ordered) - 1) // 2]
 
 

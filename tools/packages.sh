@@ -6,7 +6,7 @@ packages_build="ca-certificates cmake g++ ninja-build pkg-config python3 python3
     libcli11-dev libcpp-httplib-dev"
 
 # Aravis is a judge of the tests and a rival of the benchmarks; nothing that is delivered links it.
-packages_test="libaravis-dev libxml2-dev libgtest-dev tshark python3-pytest python3-exceptiongroup python3-tomli
+packages_test="ccache libaravis-dev libxml2-dev libgtest-dev tshark python3-pytest python3-exceptiongroup python3-tomli
     python3-typing-extensions python3-numpy python3-pil python3-opencv
     umockdev ffmpeg aravis-tools btrfs-progs iproute2 libtiff-tools pngcheck locales
     python3-venv mypy patchelf binutils chromium fonts-dejavu-core"

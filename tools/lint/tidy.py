@@ -58,8 +58,10 @@ def together(folder, flags, files):
     name = folder / "group.cpp"
     name.write_text("\n".join(pathlib.Path(file).read_text() for file in files))
     places = sorted({str(pathlib.Path(file).parent) for file in files})
-    quoted = [word for place in places for word in ("-iquote", place)]
-    command = shlex.join([*flags, *quoted, "-c", str(name)])
+    # After all others: neighbours are found, and nobody else's file of the same name before one's own.
+    # What hides what is the compiler's to say of a source alone.
+    beside = [word for place in places for word in ("-idirafter", place)]
+    command = shlex.join([*flags, *beside, "-Wno-shadow", "-c", str(name)])
     (folder / "compile_commands.json").write_text(json.dumps(
         [{"directory": str(folder), "command": command, "file": str(name)}]))
     return name
