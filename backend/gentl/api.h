@@ -14,11 +14,7 @@ namespace gentl
 class Api
 {
 public:
-    /// `isOurs`: the one that is compiled in.
-    Api(const FunctionTable& table, std::string name, bool isOurs)
-        : table_(table), name_(std::move(name)), isOurs_(isOurs)
-    {
-    }
+    Api(const FunctionTable& table, std::string name) : table_(table), name_(std::move(name)) {}
 
     const std::string& name() const { return name_; }
     const FunctionTable& table() const { return table_; }
@@ -37,20 +33,9 @@ public:
         return result <= err::kSuccess ? result : err::kError;
     }
 
-    /// As call(), for names and texts. Only ours knows that this process has no memory, for which
-    /// an operation ends; from a stranger that is an answer like any other, -1001, and costs
-    /// nothing but the text: a list holds what the others have.
-    template <auto Function, class... Arguments>
-    Error ask(const char* name, Arguments... arguments) const
-    {
-        const Error result = call<Function>(name, arguments...);
-        return result == err::kOutOfMemory && !isOurs_ ? err::kError : result;
-    }
-
 private:
     FunctionTable table_;
     const std::string name_;
-    const bool isOurs_;
 };
 
 } // namespace gentl

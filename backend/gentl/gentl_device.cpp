@@ -70,8 +70,8 @@ std::uint32_t GentlDevice::streamCount()
 std::string GentlDevice::streamId(std::uint32_t index)
 {
     return askId([&](char* text, std::size_t* size) {
-               return api_.ask<&FunctionTable::DevGetDataStreamID>("DevGetDataStreamID", device_,
-                                                                   index, text, size);
+               return api_.call<&FunctionTable::DevGetDataStreamID>("DevGetDataStreamID", device_,
+                                                                    index, text, size);
            })
         .value_or("");
 }

@@ -97,8 +97,8 @@ ZelCamErr GentlInterface::updateDevices(std::uint64_t timeoutMs,
     forEachId(
         std::min(count, kMaxDevices),
         [this](std::uint32_t index, char* text, std::size_t* size) {
-            return api_.ask<&FunctionTable::IFGetDeviceID>("IFGetDeviceID", handle_, index, text,
-                                                           size);
+            return api_.call<&FunctionTable::IFGetDeviceID>("IFGetDeviceID", handle_, index, text,
+                                                            size);
         },
         [&](const std::string& id) { devices->push_back(describe(id)); });
     return err::kSuccess;
@@ -200,7 +200,7 @@ Error GentlInterface::ensureOpen()
 std::optional<std::string> GentlInterface::interfaceText(std::int32_t command) const
 {
     return askText([&](std::int32_t* type, void* data, std::size_t* size) {
-        return api_.ask<&FunctionTable::TLGetInterfaceInfo>(
+        return api_.call<&FunctionTable::TLGetInterfaceInfo>(
             "TLGetInterfaceInfo", system_, interfaceId_.c_str(), command, type, data, size);
     });
 }
@@ -209,8 +209,8 @@ std::optional<std::string> GentlInterface::deviceText(const std::string& id,
                                                       std::int32_t command) const
 {
     return askText([&](std::int32_t* type, void* data, std::size_t* size) {
-        return api_.ask<&FunctionTable::IFGetDeviceInfo>("IFGetDeviceInfo", handle_, id.c_str(),
-                                                         command, type, data, size);
+        return api_.call<&FunctionTable::IFGetDeviceInfo>("IFGetDeviceInfo", handle_, id.c_str(),
+                                                          command, type, data, size);
     });
 }
 

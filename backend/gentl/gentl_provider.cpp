@@ -19,7 +19,7 @@ constexpr std::uint64_t kUpdateTimeoutMs = 1000;
 ZelCamErr GentlProvider::create(const FunctionTable& table, const std::string& name, bool simulated,
                                 std::unique_ptr<core::TransportProvider>* provider)
 {
-    auto api = std::make_unique<Api>(table, name, simulated);
+    auto api = std::make_unique<Api>(table, name);
     Error code = api->call<&FunctionTable::GCInitLib>("GCInitLib");
     // In use: somebody else in this process has initialised the same library.
     if (code != err::kSuccess && code != err::kResourceInUse) {
@@ -63,8 +63,8 @@ std::vector<core::TransportInterface*> GentlProvider::updateInterfaces()
     forEachId(
         std::min(count, kMaxInterfaces),
         [this](std::uint32_t index, char* text, std::size_t* size) {
-            return api_->ask<&FunctionTable::TLGetInterfaceID>("TLGetInterfaceID", system_, index,
-                                                               text, size);
+            return api_->call<&FunctionTable::TLGetInterfaceID>("TLGetInterfaceID", system_, index,
+                                                                text, size);
         },
         take);
     return present;

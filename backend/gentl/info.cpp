@@ -4,7 +4,6 @@
 #include "base/text.h"
 
 #include <cstring>
-#include <new>
 #include <vector>
 
 namespace gentl
@@ -38,23 +37,28 @@ std::uint64_t decodeBySize(const unsigned char* data, std::size_t size)
     }
 }
 
-// A device whose name cannot be held is there all the same: no list may be without it.
-void refuseOutOfMemory(Error code)
+// A device whose name could not be held is there all the same, and no list may be without it: where
+// there was no memory there may be some now. Who says so again and again lies, which costs his own
+// names only.
+Error askTwice(const IdQuestion& question, char* text, std::size_t* size)
 {
-    if (code == err::kOutOfMemory) {
-        throw std::bad_alloc();
+    const std::size_t asked = *size;
+    const Error code = question(text, size);
+    if (code != err::kOutOfMemory) {
+        return code;
     }
+    *size = asked;
+    return question(text, size);
 }
 
 // Asks for the size, then for the bytes.
 std::optional<std::vector<char>> fetch(const IdQuestion& question)
 {
     std::size_t size = 0;
-    const Error sized = question(nullptr, &size);
+    const Error sized = askTwice(question, nullptr, &size);
     if (sized == err::kNotImplemented || sized == err::kNotAvailable || sized == err::kNoData) {
         return std::nullopt;
     }
-    refuseOutOfMemory(sized);
     if (sized != err::kSuccess || size == 0) {
         size = kFirstGuess;
     }
@@ -63,9 +67,7 @@ std::optional<std::vector<char>> fetch(const IdQuestion& question)
     }
     std::vector<char> text(size + 1, '\0');
     std::size_t written = size;
-    const Error code = question(text.data(), &written);
-    if (code != err::kSuccess) {
-        refuseOutOfMemory(code);
+    if (askTwice(question, text.data(), &written) != err::kSuccess) {
         return std::nullopt;
     }
     text.back() = '\0';

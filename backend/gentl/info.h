@@ -29,8 +29,8 @@ std::optional<std::uint64_t> askNumber(const InfoQuestion& question);
 std::optional<std::uint64_t> decodeNumber(std::int32_t type, const unsigned char* bytes,
                                           std::size_t size);
 
-/// The text of an id; nothing when it cannot be had. Not converted: ids go back as they came. Both
-/// kinds of text throw bad_alloc when the producer has no memory either.
+/// The text of an id; nothing when it cannot be had. Not converted: ids go back as they came. For
+/// both kinds of text a producer without memory is asked a second time.
 std::optional<std::string> askId(const IdQuestion& question);
 
 /// A list: a function that gives the id at an index.
@@ -38,7 +38,7 @@ using IdListQuestion = std::function<Error(std::uint32_t index, char* text, std:
 
 /// Calls `each` with the ids of a list that is said to have `count`, those left out that cannot be
 /// had or are empty. Sixty-four of these in a row end it: nobody has so many that nobody can name,
-/// and a count of four billion would be asked for all day. Throws what askId() and `each` throw.
+/// and a count of four billion would be asked for all day. Throws what `each` throws.
 void forEachId(std::uint32_t count, const IdListQuestion& question,
                const std::function<void(const std::string& id)>& each);
 

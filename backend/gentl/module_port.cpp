@@ -95,7 +95,7 @@ std::vector<std::string> ModulePort::urls()
         err::kSuccess) {
         for (std::uint32_t i = 0; i < std::min(count, kMaxUrls); ++i) {
             const auto url = askText([&](std::int32_t* type, void* data, std::size_t* size) {
-                return api_.ask<&FunctionTable::GCGetPortURLInfo>(
+                return api_.call<&FunctionTable::GCGetPortURLInfo>(
                     "GCGetPortURLInfo", handle_, i, std::int32_t{kUrlInfoUrl}, type, data, size);
             });
             if (url && !url->empty()) {
