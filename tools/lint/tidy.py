@@ -2,15 +2,16 @@
 """clang-tidy over many sources, several of them in one translation unit.
 
 Most of clang-tidy's time goes into the headers that every source reads again. Sources that are
-compiled alike are therefore written one after the other into one file and checked together. Where
-something is found, or where some of them cannot stand in one file, each half is checked, down to
-single sources, which have the last word: nothing is left out, and nothing is said that is not true
-of a source alone.
+compiled alike are therefore written one after the other into one file and checked together. Those that
+cannot stand in one file with the others are checked apart, and where something is found, each half is,
+down to single sources, which have the last word: nothing is left out, and nothing is said that is not
+true of a source alone.
 """
 import argparse
 import concurrent.futures
 import json
 import pathlib
+import re
 import shlex
 import subprocess
 import sys
@@ -67,13 +68,40 @@ def together(folder, flags, files):
     return name
 
 
+def misfit(folder, files):
+    """The first source that cannot stand behind those before it; None where all can."""
+    command = json.loads((folder / "compile_commands.json").read_text())[0]["command"]
+    done = subprocess.run(["clang++", "-fsyntax-only", "-ferror-limit=1", *shlex.split(command)[1:]],
+                          capture_output=True, text=True, check=False)
+    if done.returncode == 0:
+        return None
+    place = re.search(r"^[^\n]*group\.cpp:(\d+):\d+: (?:fatal )?error:", done.stderr, re.M)
+    line = int(place.group(1)) if place else sys.maxsize
+    for file in files:
+        line -= pathlib.Path(file).read_text().count("\n") + 1
+        if line <= 0:
+            return file
+    return files[-1]
+
+
 def check(build, folder, flags, files):
     """The findings in the sources."""
     if len(files) == 1:
         return run(build, files[0])
-    if not run(folder, together(folder, flags, files)):
-        return ""
-    return "".join(check(build, folder / str(half), flags, files[half::2]) for half in (0, 1))
+    # The compiler alone says in a tenth of the time which of them collide.
+    fitting, apart = list(files), []
+    group = together(folder, flags, fitting)
+    while len(fitting) > 1 and (odd := misfit(folder, fitting)):
+        fitting.remove(odd)
+        apart.append(odd)
+        group = together(folder, flags, fitting)
+    findings = check(build, folder / "apart", flags, apart) if apart else ""
+    if len(fitting) == 1:
+        return findings + run(build, fitting[0])
+    if not run(folder, group):
+        return findings
+    return findings + "".join(check(build, folder / str(half), flags, fitting[half::2])
+                              for half in (0, 1))
 
 
 def main():
