@@ -218,7 +218,9 @@ std::string FeatureTable::xml() const
     std::string whole;
     whole.reserve(xmlSize_);
     const std::lock_guard<std::mutex> lock(xmlMutex_);
-    for (const std::string& piece : xml_.empty() ? FeatureXml(*this).take() : xml_) {
+    const std::vector<std::string> made =
+        xml_.empty() ? FeatureXml(*this).take() : std::vector<std::string>();
+    for (const std::string& piece : made.empty() ? xml_ : made) {
         whole += piece;
     }
     return whole;
